@@ -1,0 +1,31 @@
+# What every target of this project is built with.
+add_library(tlkc2_options INTERFACE)
+target_compile_options(tlkc2_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+if(TLKC2_SANITIZE)
+  target_compile_options(tlkc2_options INTERFACE
+    -fsanitize=${TLKC2_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(tlkc2_options INTERFACE -fsanitize=${TLKC2_SANITIZE})
+endif()
+
+set_property(GLOBAL PROPERTY TLKC2_LIBRARIES)
+
+# tlkc2_add_library(NAME SOURCES... [LINK LIBRARIES...] [PRIVATE LIBRARIES...])
+#
+# A folder of the house as a static library of its own, with the headers of the whole tree in reach
+# and only the libraries named here to link with.
+function(tlkc2_add_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK;PRIVATE")
+  add_library(tlkc2_${name} STATIC ${arg_SOURCES})
+  add_library(TlkC2::${name} ALIAS tlkc2_${name})
+  set_target_properties(tlkc2_${name} PROPERTIES
+    EXPORT_NAME ${name} POSITION_INDEPENDENT_CODE ON)
+  target_compile_features(tlkc2_${name} PUBLIC cxx_std_20)
+  target_include_directories(tlkc2_${name} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/TlkC2>)
+  target_link_libraries(tlkc2_${name}
+    PUBLIC ${arg_LINK}
+    PRIVATE $<BUILD_INTERFACE:tlkc2_options> ${arg_PRIVATE})
+  set_property(GLOBAL APPEND PROPERTY TLKC2_LIBRARIES tlkc2_${name})
+endfunction()

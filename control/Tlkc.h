@@ -1,0 +1,156 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <string>
+#include <string_view>
+
+#include "platform/ControlWindow.h"
+#include "platform/Platform.h"
+#include "platform/Sockets.h"
+#include "platform/StringTable.h"
+#include "xml/Dom.h"
+
+namespace tlk {
+
+class iLogger;
+
+/// Status of a connection. Only `TLK_Not_Connected` and `TLK_Connected` are ever announced;
+/// `TLK_Resolving` lasts as long as the connect call inside `Connect`, and `TLK_Connecting` is never
+/// entered.
+enum TLK_ConnStatusEnum : std::int32_t {
+  TLK_Not_Connected = 0,
+  TLK_Resolving = 1,
+  TLK_Connecting = 2,
+  TLK_Connected = 3,
+};
+
+/// Result code of an automation method.
+using ResultCode = std::int32_t;
+inline constexpr ResultCode kResultOk = 0;
+inline constexpr ResultCode kResultFail = static_cast<ResultCode>(0x80004005);
+
+/// What a control tells its host. Called on the control's thread, from inside the call or the
+/// notification that caused it, so a handler may call the control back. A handler must not throw and
+/// must not destroy the control.
+class ITlkcEvents {
+ public:
+  virtual ~ITlkcEvents() = default;
+
+  virtual void ConnStatusChanged(TLK_ConnStatusEnum status) = 0;
+
+  /// A message has come. `message` is its serialised `Data` element, tags included, or empty. The
+  /// texts live as long as the call. (The name is spelt so: hosts bind to it.)
+  virtual void TlkMsgRecieved(std::u16string_view messageType, std::u16string_view message) = 0;
+};
+
+/// What a control stands on. It refers to its parts and owns none; they outlive the control.
+struct ControlPorts {
+  Sockets& sockets;
+  ControlWindow& window;
+  const Platform& platform;
+  DomFactory& dom;
+  iLogger& log;
+};
+
+/// One connection to a message server.
+///
+/// The host connects, sends, and hears back through `ITlkcEvents`. Failures never show as result
+/// codes, except that `Connect` fails while there is a connection: the host learns of them from
+/// `pVal`, from `ConnStatusChanged` and from the trace log. Nothing reconnects by itself.
+///
+/// Wire: messages lie back to back, each one XML document whose root carries its own length in bytes
+/// (transport/Framing.h). The first message that arrives tells the control its client id. A
+/// connection that was idle for a minute is kept alive with a message of its own.
+///
+/// Threads: everything runs on the thread of the window: the methods, the notifications, the timers,
+/// the events. Nothing is locked. One flag per event guards against raising it inside itself: a status
+/// that changes inside a status handler is not announced again, and a message that completes inside a
+/// message handler is skipped, for good.
+///
+/// Output pointers must not be null.
+class CTlkc : private WindowTarget {
+ public:
+  CTlkc(const ControlPorts& ports, ITlkcEvents& events);
+
+  /// Closes the connection silently: no event, no record.
+  virtual ~CTlkc();
+
+  CTlkc(const CTlkc&) = delete;
+  CTlkc& operator=(const CTlkc&) = delete;
+
+  /// Connects to a host name or dotted address, blocking until the server accepts or refuses. Writes
+  /// 1 to `pVal` when the connection is set up, 0 when that failed; the change has been announced by
+  /// then. Fails, and writes nothing, when the control is not disconnected. An unknown host name
+  /// announces and records nothing.
+  ResultCode Connect(std::u16string_view server, std::int32_t port, std::int32_t* pVal);
+
+  /// Ends the connection and announces it, even when there is none. What was queued for sending, and
+  /// what was received of an incomplete message, stays for the next connection.
+  ResultCode Disconnect();
+
+  ResultCode ConnectionStatus(TLK_ConnStatusEnum* pVal) const;
+
+  /// Queues a message and sends what the socket takes. `data` is one well-formed XML element; anything
+  /// else is left out of the message. Always succeeds; what could not be sent stays queued, beyond
+  /// the end of the connection.
+  ResultCode SendTLKMsg(std::u16string_view message, std::u16string_view data);
+
+  /// Sends a message and waits for the next one from the server, whatever it is. `timeOutMS` limits
+  /// each socket call by itself, 0 means no limit. Always succeeds; `recMsg` (the type) and `recData`
+  /// (the serialised `Data` element) are written only when a reply was read. An exchange that fails or
+  /// runs out of time ends the connection.
+  ResultCode SendReceiveTlkMsg(std::u16string_view sndMsg, std::u16string_view sndData,
+                               std::u16string* recMsg, std::u16string* recData,
+                               std::int32_t timeOutMS);
+
+ protected:
+  // control/: the connection and what happens to it
+  std::intptr_t OnSocketNotify(std::uint32_t message, std::uintptr_t wParam, std::uintptr_t lParam,
+                               bool& handled) override;
+  void OnSocketEvent(std::uint32_t event);
+  void OnSocketError(int error);
+  int FlushPendingOutput();
+  bool OpenConnection();
+  int FailConnect(int line, const char* text, int droppedLine);
+  void DropConnection(int line);
+  void CloseSocket();
+  void EndConnection(int line);
+  void AnnounceStatus(int line);
+  void StartKeepAliveTimer();
+  void SetLogFolder();
+
+  // transport/: messages on the connection
+  int ReadMessage();
+  int ReadMessage(std::string& type, std::string& data);
+  int HandleMessage();
+  int HandleMessage(std::string& type, std::string& data);
+  void OnTimer(std::uintptr_t timerId) override;
+  void LogNormal(int line, const char* text);
+  void LogError(int line, const char* text);
+  void LogErrorNumber(int line, const char* text, int number);
+
+  const ControlPorts m_ports;
+  ITlkcEvents& m_events;
+
+  TLK_ConnStatusEnum m_status = TLK_Not_Connected;
+  SocketHandle m_socket = kInvalidSocket;
+  InternetAddress m_serverAddr;
+  std::string m_server;
+  std::int32_t m_port = 1371;
+  std::uint32_t m_notifyMsg = 0;
+  std::uintptr_t m_connectTimerId = 0x52ED8D;
+  std::uint32_t m_connectTimeoutMs = 60000;
+  std::uintptr_t m_keepAliveTimerId = 0x52ED92;
+  std::uint32_t m_keepAliveIntervalMs = 60000;
+  bool m_firingStatus = false;
+  bool m_firingMessage = false;
+  std::string m_pendingOut;
+  std::string m_recvText;
+  std::int32_t m_expectedLength = -1;
+  std::int32_t m_clientId = -1;
+  ModuleHandle m_module = nullptr;
+};
+
+}  // namespace tlk

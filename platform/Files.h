@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tlk {
+
+/// Result of `Files::AppendLine` when nothing was written.
+namespace append_result {
+inline constexpr std::int64_t kNotOpened = -1;
+inline constexpr std::int64_t kNotWritten = -2;
+}  // namespace append_result
+
+/// The file calls of a log. Paths are in the system's ANSI code page. Safe to call from any thread.
+class Files {
+ public:
+  virtual ~Files() = default;
+
+  /// Opens the file for appending, making it if need be, writes the line and the system's line end,
+  /// closes it, and returns the size that it then has. Fails with `kNotOpened` when it cannot be
+  /// opened and with `kNotWritten` when the line cannot be written whole (a full disk).
+  [[nodiscard]] virtual std::int64_t AppendLine(const std::string& path, std::string_view line) = 0;
+
+  /// Deletes a file; false when there is none or it cannot be deleted.
+  virtual bool Remove(const std::string& path) = 0;
+
+  /// Renames a file; false when it does not exist, or the new name does, or it cannot be done.
+  virtual bool Rename(const std::string& from, const std::string& to) = 0;
+};
+
+}  // namespace tlk

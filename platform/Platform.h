@@ -1,0 +1,25 @@
+#pragma once
+
+namespace tlk {
+
+class AnsiText;
+class Files;
+class StringTable;
+class Surroundings;
+class Synchronisation;
+
+/// The ports that a whole process shares. (Sockets and windows belong to a thread and are handed to
+/// each control by themselves.) It refers to its ports and owns none.
+struct Platform {
+  const AnsiText& text;
+  const StringTable& strings;
+  Synchronisation& synchronisation;
+  Surroundings& surroundings;
+  Files& files;
+};
+
+/// The platform that this program runs on. It is made on first use and stays until the process ends,
+/// so that threads which outlive everything else may still use it.
+[[nodiscard]] const Platform& SystemPlatform();
+
+}  // namespace tlk

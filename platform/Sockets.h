@@ -1,0 +1,140 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace tlk {
+
+class ControlWindow;
+
+/// A socket as the platform numbers it. All ones means "no socket".
+using SocketHandle = std::uintptr_t;
+inline constexpr SocketHandle kInvalidSocket = ~SocketHandle{0};
+
+/// Result of a socket call that failed; `Sockets::LastError` then tells why.
+inline constexpr int kSocketError = -1;
+
+/// Error numbers of socket calls. They are the same on every platform, because the trace log shows
+/// them: a platform that numbers its errors differently translates them once, behind `Sockets`.
+namespace socket_error {
+inline constexpr int kNone = 0;
+inline constexpr int kAccess = 10013;
+inline constexpr int kFault = 10014;
+inline constexpr int kInvalidArgument = 10022;
+inline constexpr int kTooManySockets = 10024;
+inline constexpr int kWouldBlock = 10035;
+inline constexpr int kInProgress = 10036;
+inline constexpr int kNotASocket = 10038;
+inline constexpr int kOptionUnknown = 10042;
+inline constexpr int kAddressInUse = 10048;
+inline constexpr int kAddressNotAvailable = 10049;
+inline constexpr int kNetworkDown = 10050;
+inline constexpr int kNetworkUnreachable = 10051;
+inline constexpr int kConnectionAborted = 10053;
+inline constexpr int kConnectionReset = 10054;
+inline constexpr int kNoBufferSpace = 10055;
+inline constexpr int kIsConnected = 10056;
+inline constexpr int kNotConnected = 10057;
+inline constexpr int kTimedOut = 10060;
+inline constexpr int kConnectionRefused = 10061;
+inline constexpr int kHostUnreachable = 10065;
+inline constexpr int kHostNotFound = 11001;
+inline constexpr int kTryAgain = 11002;
+}  // namespace socket_error
+
+/// Events of a socket, as bits of a notification mask and as the low half of a notification.
+namespace socket_event {
+inline constexpr std::uint32_t kRead = 1;
+inline constexpr std::uint32_t kWrite = 2;
+inline constexpr std::uint32_t kConnect = 16;
+inline constexpr std::uint32_t kClose = 32;
+}  // namespace socket_event
+
+/// The address that is no address: what `Sockets::ParseAddress` gives for text it cannot read.
+inline constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;
+
+/// An IPv4 socket address in the layout of the socket interface. `port` and `address` are in network
+/// byte order.
+struct InternetAddress {
+  static constexpr std::uint16_t kFamily = 2;
+
+  std::uint16_t family = kFamily;
+  std::uint16_t port = 0;
+  std::uint32_t address = kNoAddress;
+  std::array<std::uint8_t, 8> zero{};
+};
+static_assert(sizeof(InternetAddress) == 16);
+
+/// TCP sockets and the notifications about them.
+///
+/// A `Sockets` and the sockets it opens belong to one thread. Calls that can fail return 0 (or a
+/// count) for success and `kSocketError` for failure; `LastError` then holds the number. A call on a
+/// handle that is not open fails with 10038. Nothing here raises a signal or throws.
+///
+/// A new socket blocks. While notifications are asked for it does not, and whoever wants it to block
+/// again switches them off first and then calls `SetBlocking`.
+///
+/// Notifications (`RequestNotifications`) reach the window's target on this thread, and only while
+/// the window's platform dispatches them, never from inside a call of this class:
+/// - Read is delivered when bytes wait; after it, not again until a receive has been made on that
+///   socket; if bytes still wait then, it is delivered again. It is never delivered when nothing
+///   waits: a reader may treat a would-block after it as a fault.
+/// - Write is delivered once when notifications are asked for on a connected socket, then only after
+///   a send has reported would-block and room has come back.
+/// - Close is delivered once, after everything the peer sent has been read, with the error number if
+///   the peer reset the connection.
+/// - A request with mask 0 ends delivery, and a closed socket delivers nothing more.
+class Sockets {
+ public:
+  virtual ~Sockets() = default;
+
+  /// Opens a TCP socket for IPv4; `kInvalidSocket` when there is none to be had.
+  [[nodiscard]] virtual SocketHandle Open() = 0;
+
+  /// Connects, blocking until the server accepts or refuses.
+  [[nodiscard]] virtual int Connect(SocketHandle socket, const InternetAddress& address) = 0;
+
+  /// Sends up to all of `bytes`; returns how many were taken. A socket that does not block takes all
+  /// of them or reports would-block, except where a platform says otherwise.
+  [[nodiscard]] virtual int Send(SocketHandle socket, std::string_view bytes) = 0;
+
+  /// Receives up to `size` bytes into `buffer`; returns how many came, 0 at the end of the stream. A
+  /// size that is negative or larger than the buffer touches no memory and fails with 10014.
+  [[nodiscard]] virtual int Receive(SocketHandle socket, std::span<char> buffer, int size) = 0;
+
+  /// Closes the socket. Bytes that `Send` has taken still go out.
+  virtual int Close(SocketHandle socket) = 0;
+
+  /// Switches TCP keep-alive probes on.
+  [[nodiscard]] virtual int EnableKeepAlive(SocketHandle socket) = 0;
+
+  /// Makes the socket block. Fails with 10022 while notifications are on.
+  [[nodiscard]] virtual int SetBlocking(SocketHandle socket) = 0;
+
+  /// Limits every later blocking send, in milliseconds; 0 means no limit.
+  [[nodiscard]] virtual int SetSendTimeout(SocketHandle socket, std::int32_t milliseconds) = 0;
+
+  /// Limits every later blocking receive, in milliseconds; 0 means no limit. One that runs out fails
+  /// with 10060.
+  [[nodiscard]] virtual int SetReceiveTimeout(SocketHandle socket, std::int32_t milliseconds) = 0;
+
+  /// Reads a dotted IPv4 address, in network byte order; `kNoAddress` when the text is none, and
+  /// for 255.255.255.255 as well.
+  [[nodiscard]] virtual std::uint32_t ParseAddress(const char* text) = 0;
+
+  /// Looks a host name up, blocking; its first IPv4 address in network byte order.
+  [[nodiscard]] virtual std::optional<std::uint32_t> ResolveHost(const char* name) = 0;
+
+  /// Asks that the events in `mask` be posted to the window as `message`, and makes the socket
+  /// non-blocking. Mask 0 ends delivery. Fails with 10022 when the window does not exist.
+  [[nodiscard]] virtual int RequestNotifications(SocketHandle socket, ControlWindow& window,
+                                                 std::uint32_t message, std::uint32_t mask) = 0;
+
+  /// The number of the last failure on this thread; a call that succeeds leaves it alone.
+  [[nodiscard]] virtual int LastError() const = 0;
+};
+
+}  // namespace tlk

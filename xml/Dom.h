@@ -1,0 +1,90 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace tlk {
+
+/// Result of a DOM operation, in the manner of the system's component model: 0 is plain success, a
+/// positive number success without a result (nothing matched, there is no such thing), a negative
+/// number failure.
+using DomResult = std::int32_t;
+inline constexpr DomResult kDomOk = 0;
+inline constexpr DomResult kDomNothing = 1;
+inline constexpr DomResult kDomFailed = static_cast<DomResult>(0x80004005);
+inline constexpr DomResult kDomBadArgument = static_cast<DomResult>(0x80070057);
+
+[[nodiscard]] constexpr bool Succeeded(DomResult result) { return result >= 0; }
+
+struct DomNodeTag;
+/// A node of a document; null for none. It stays valid as long as its document holds content: until
+/// the document is destroyed or loads another text. It owns nothing.
+using DomNode = DomNodeTag*;
+
+/// One XML document.
+///
+/// Text goes in and comes out as narrow text in the ANSI code page. Out strings are replaced on plain
+/// success and left alone otherwise. A document belongs to one thread. Nothing throws.
+///
+/// A path is an XPath 1.0 expression. A name without a prefix selects what lies in no namespace; a
+/// prefix is bound to nothing and therefore an error. An expression that is not well-formed, or gives
+/// no nodes by its kind, fails.
+class DomDocument {
+ public:
+  virtual ~DomDocument() = default;
+
+  [[nodiscard]] virtual DomResult SetAsync(bool on) = 0;
+  [[nodiscard]] virtual DomResult SetValidateOnParse(bool on) = 0;
+  [[nodiscard]] virtual DomResult SetResolveExternals(bool on) = 0;
+  /// Makes paths XPath; older documents speak another language until told so.
+  virtual DomResult SelectXPath() = 0;
+
+  /// Replaces the content by that of `text`. `loaded` tells whether the text could be parsed, which
+  /// the result does not: text that is not well-formed gives plain success and false, and leaves the
+  /// document empty.
+  [[nodiscard]] virtual DomResult LoadXml(std::string_view text, bool& loaded) = 0;
+  /// Why the last text could not be parsed.
+  [[nodiscard]] virtual DomResult ParseErrorReason(std::string& reason) = 0;
+
+  /// Makes an element that stands nowhere yet.
+  [[nodiscard]] virtual DomResult CreateElement(std::string_view name, DomNode& element) = 0;
+  virtual DomResult SetDocumentElement(DomNode element) = 0;
+  /// The root element; nothing when the document is empty.
+  [[nodiscard]] virtual DomResult DocumentElement(DomNode& element) = 0;
+
+  /// Puts `child` behind the last child of `parent`. A child of another document is brought over, and
+  /// its old place keeps it or loses it, as the platform likes: read what follows it before.
+  virtual DomResult AppendChild(DomNode parent, DomNode child) = 0;
+
+  /// The node as an element; nothing when it is none.
+  [[nodiscard]] virtual DomResult AsElement(DomNode node, DomNode& element) = 0;
+  virtual DomResult SetAttribute(DomNode element, std::string_view name, std::string_view value) = 0;
+  /// An attribute's value; nothing when the element has none of that name.
+  [[nodiscard]] virtual DomResult Attribute(DomNode element, std::string_view name,
+                                            std::string& value) = 0;
+
+  /// The first node, in document order, that `path` selects from `context`; from the document itself
+  /// when `context` is null.
+  [[nodiscard]] virtual DomResult SelectNode(DomNode context, std::string_view path,
+                                             DomNode& node) = 0;
+
+  /// The text of a node and everything under it.
+  [[nodiscard]] virtual DomResult Text(DomNode node, std::string& text) = 0;
+
+  /// The serialised node, or the serialised document when `node` is null. No XML declaration is
+  /// added. A character that the code page lacks becomes "?".
+  [[nodiscard]] virtual DomResult Xml(DomNode node, std::string& xml) = 0;
+};
+
+/// Makes documents. It outlives them. Safe to call from any thread.
+class DomFactory {
+ public:
+  virtual ~DomFactory() = default;
+
+  /// An empty document; null on failure.
+  [[nodiscard]] virtual DomResult NewDocument(std::unique_ptr<DomDocument>& document) = 0;
+};
+
+}  // namespace tlk
