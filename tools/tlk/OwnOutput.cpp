@@ -1,0 +1,69 @@
+#include "tools/tlk/OwnOutput.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace tlk {
+namespace {
+
+constexpr int kFirstFreeDescriptor = STDERR_FILENO + 1;
+
+/// Without a standard error the descriptor still has to lead somewhere: left free, it would be
+/// handed to the next socket, and what libraries print would go out on that.
+void SendStandardOutputToStandardError() {
+  if (::dup2(STDERR_FILENO, STDOUT_FILENO) != -1) {
+    return;
+  }
+  const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+  if (nowhere != -1 && nowhere != STDOUT_FILENO) {
+    ::dup2(nowhere, STDOUT_FILENO);
+    ::close(nowhere);
+  }
+}
+
+/// A descriptor that does not block may be full for a while; a closed one is not worth a wait.
+bool WaitForRoom(int descriptor) {
+  pollfd waited{descriptor, POLLOUT, 0};
+  return ::poll(&waited, 1, -1) != -1 || errno == EINTR;
+}
+
+[[noreturn]] void EndWithoutOutput(int error) {
+  std::fprintf(stderr, "tlk: cannot write standard output: %s\n", std::strerror(error));
+  std::exit(OwnOutput::kStatusOutputLost);
+}
+
+}  // namespace
+
+OwnOutput& OwnOutput::Get() {
+  static OwnOutput output;
+  return output;
+}
+
+OwnOutput::OwnOutput()
+    : m_descriptor(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, kFirstFreeDescriptor)) {
+  SendStandardOutputToStandardError();
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+void OwnOutput::Line(std::string_view line) { Text(std::string(line) + '\n'); }
+
+void OwnOutput::Text(std::string_view text) {
+  while (!text.empty()) {
+    const auto written = ::write(m_descriptor, text.data(), text.size());
+    if (written >= 0) {
+      text.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno == EAGAIN ? !WaitForRoom(m_descriptor) : errno != EINTR) {
+      EndWithoutOutput(errno);
+    }
+  }
+}
+
+}  // namespace tlk

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string_view>
+
+namespace tlk {
+
+/// The standard output that belongs to the tool itself.
+///
+/// The libraries beneath print there too: the trace log echoes its lines and the codec reports its
+/// failures. Whoever reads the tool's output wants none of it, so the tool takes standard output
+/// for itself and sends everybody else's to standard error.
+class OwnOutput {
+ public:
+  /// The one of the process. The first call takes standard output over, so it comes before anything
+  /// prints.
+  static OwnOutput& Get();
+
+  OwnOutput(const OwnOutput&) = delete;
+  OwnOutput& operator=(const OwnOutput&) = delete;
+
+  /// Writes a line, adding its end, and returns when the system has it. One thread at a time. When
+  /// nobody reads the output any more there is nothing left to work for: says so on standard error
+  /// and ends the program with status `kStatusOutputLost`.
+  void Line(std::string_view line);
+
+  /// Writes a text as it is, otherwise like `Line`.
+  void Text(std::string_view text);
+
+  static constexpr int kStatusOutputLost = 3;
+
+ private:
+  OwnOutput();
+
+  int m_descriptor;
+};
+
+}  // namespace tlk

@@ -1,0 +1,50 @@
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <sstream>
+
+#include "tools/tlk/OwnOutput.h"
+#ifdef TLKC2_TOOL_HOST
+#include "tools/tlk/host/HostCommand.h"
+#endif
+#include "tools/tlk/serve/ServeCommand.h"
+
+namespace {
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  tlk serve --port 1371              answer every message with itself\n"
+    "  tlk host                           type commands, see events\n"
+    "  tlk host --script commands.txt     run commands from a file\n"
+    "\n"
+    "'tlk COMMAND --help' tells more about a command.";
+
+/// Shows what the command line asked for instead of a run: help, the version, or what is wrong.
+int ShowAndExit(const CLI::App& app, const CLI::ParseError& end) {
+  std::ostringstream shown;
+  const int status = app.exit(end, shown, std::cerr);
+  tlk::OwnOutput::Get().Text(shown.str());
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  tlk::OwnOutput::Get();
+
+  CLI::App app("Talk to a message server, or be one.", "tlk");
+  app.footer(kExamples);
+  app.set_version_flag("--version", "tlk " TLKC2_VERSION);
+  app.require_subcommand(1);
+
+  int exitStatus = 0;
+#ifdef TLKC2_TOOL_HOST
+  tlk::AddHostCommand(app, exitStatus);
+#endif
+  tlk::AddServeCommand(app, exitStatus);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& end) {
+    return ShowAndExit(app, end);
+  }
+  return exitStatus;
+}
