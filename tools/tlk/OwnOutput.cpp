@@ -66,4 +66,6 @@ void OwnOutput::Text(std::string_view text) {
   }
 }
 
+bool OwnOutput::IsTerminal() const { return ::isatty(m_descriptor) == 1; }
+
 }  // namespace tlk

@@ -26,6 +26,9 @@ class OwnOutput {
   /// Writes a text as it is, otherwise like `Line`.
   void Text(std::string_view text);
 
+  /// Whether it goes to a terminal.
+  [[nodiscard]] bool IsTerminal() const;
+
   static constexpr int kStatusOutputLost = 3;
 
  private:

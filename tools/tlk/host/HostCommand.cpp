@@ -1,0 +1,124 @@
+#include "tools/tlk/host/HostCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+#include "tools/tlk/OwnOutput.h"
+#include "tools/tlk/host/HostSession.h"
+#include "tools/tlk/host/LineReader.h"
+
+namespace tlk {
+namespace {
+
+using host::ControlDriver;
+using host::HostSession;
+using host::LineReader;
+
+constexpr const char* kHelp =
+    "Commands, one per line:\n"
+    "  connect SERVER PORT            connect the control to a message server\n"
+    "  disconnect                     end the connection\n"
+    "  status                         ask for the connection's status: 0 none, 3 connected\n"
+    "  send TYPE [DATA]               send a message; DATA is one XML element\n"
+    "  request TYPE DATA TIMEOUT_MS   send a message and wait for the next one\n"
+    "  pump MS                        deliver notifications and timers for that long\n"
+    "  wait status MS                 deliver until the next event of the control in use\n"
+    "  wait message MS                that tells of its status or a message\n"
+    "  on status COMMAND...           run a command inside the handler of the next such\n"
+    "  on message COMMAND...          event of the control in use, on that control\n"
+    "  new, use N, destroy            make another control, use control N, end the one in use\n"
+    "  quit                           end, as the end of the input does\n"
+    "\n"
+    "A word in double quotes may hold blanks and \\\" \\\\ \\n \\r \\t \\xHH. Blank lines and\n"
+    "lines that begin with # are ignored. The status is 1 when a line was refused.\n"
+    "\n"
+    "Examples:\n"
+    "  tlk host\n"
+    "  > connect 127.0.0.1 1371\n"
+    "  > send Hello \"<Greeting>good morning</Greeting>\"\n"
+    "  > wait message 2000\n"
+    "\n"
+    "  tlk host --script commands.txt --quiet\n"
+    "  printf 'connect localhost 1371\\nrequest Time \"\" 500\\n' | tlk host";
+
+struct Options {
+  std::string script;
+  std::string codePage;
+  bool quiet = false;
+};
+
+void RunLines(HostSession& session, LineReader& lines, const std::string& prompt) {
+  auto& output = OwnOutput::Get();
+  std::string line;
+  while (!session.Ended()) {
+    if (!prompt.empty()) output.Text(prompt);
+    if (!lines.Next(line) || session.Ended()) break;
+    session.RunLine(line);
+  }
+}
+
+void RunInput(ControlDriver& driver, HostSession& session) {
+  LineReader lines(
+      [&](std::string& bytes) { return session.WaitForInput() && driver.ReadInput(bytes); });
+  const bool isConversation = driver.InputIsTerminal() && OwnOutput::Get().IsTerminal();
+  RunLines(session, lines, isConversation ? "> " : "");
+}
+
+void RunScript(std::istream& script, HostSession& session) {
+  LineReader lines([&](std::string& bytes) {
+    constexpr std::size_t kReadSize = 65536;
+    const std::size_t size = bytes.size();
+    bytes.resize(size + kReadSize);
+    script.read(bytes.data() + size, kReadSize);
+    bytes.resize(size + static_cast<std::size_t>(script.gcount()));
+    return bytes.size() > size;
+  });
+  RunLines(session, lines, "");
+}
+
+/// Opens the script; false, with a word on standard error, when it cannot be read.
+bool OpenScript(const std::string& path, std::ifstream& script) {
+  script.open(path, std::ios::binary);
+  if (script.is_open() && (script.peek(), !script.bad())) {
+    script.clear();
+    return true;
+  }
+  std::cerr << "tlk host: cannot read the script " << path << '\n';
+  return false;
+}
+
+int Host(const Options& options) {
+  std::ifstream script;
+  if (!options.script.empty() && !OpenScript(options.script, script)) return 1;
+
+  const auto driver = host::NewSystemDriver({options.codePage, !options.quiet});
+  HostSession session(*driver, [](std::string_view line) { OwnOutput::Get().Line(line); });
+  if (script.is_open()) {
+    RunScript(script, session);
+  } else {
+    RunInput(*driver, session);
+  }
+  return session.ExitStatus();
+}
+
+}  // namespace
+
+void AddHostCommand(CLI::App& app, int& exitStatus) {
+  auto* const command = app.add_subcommand("host", "Drive one or more controls by commands.");
+  const auto options = std::make_shared<Options>();
+  command
+      ->add_option("--script", options->script,
+                   "Read the commands from FILE instead of standard input")
+      ->type_name("FILE");
+  command
+      ->add_option("--code-page", options->codePage, "The system's ANSI code page, such as CP1252")
+      ->type_name("NAME");
+  command->add_flag("-q,--quiet", options->quiet,
+                    "Do not show the lines of the trace log on standard error");
+  command->footer(kHelp);
+  command->callback([options, &exitStatus] { exitStatus = Host(*options); });
+}
+
+}  // namespace tlk

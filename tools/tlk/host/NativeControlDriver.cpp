@@ -1,0 +1,127 @@
+#include "tools/tlk/host/NativeControlDriver.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+
+#include "control/NativeControl.h"
+#include "log/iLogger.h"
+#include "platform/AnsiText.h"
+#include "platform/Platform.h"
+#include "platform/Surroundings.h"
+
+namespace tlk::host {
+namespace {
+
+constexpr std::size_t kReadSize = 65536;
+
+// Values that no call writes: what still holds one afterwards was left alone.
+constexpr std::int32_t kUnwrittenNumber = std::numeric_limits<std::int32_t>::min();
+constexpr std::u16string_view kUnwrittenText = u"\uFFFE";
+
+std::u16string Widen(std::string_view narrow) {
+  std::u16string wide;
+  SystemPlatform().text.Widen(narrow, wide);
+  return wide;
+}
+
+std::string Narrow(std::u16string_view wide) {
+  std::string narrow;
+  SystemPlatform().text.Narrow(wide, narrow);
+  return narrow;
+}
+
+std::optional<std::string> WrittenText(const std::u16string& wide) {
+  if (wide == kUnwrittenText) return std::nullopt;
+  return Narrow(wide);
+}
+
+class DrivenNativeControl : public DrivenControl, private ITlkcEvents {
+ public:
+  DrivenNativeControl(MessageLoop& loop, DrivenEvents& events)
+      : m_events(events), m_control(loop, *this) {}
+
+  ConnectResult Connect(const std::string& server, std::int32_t port) override {
+    std::int32_t value = kUnwrittenNumber;
+    const ResultCode hr = m_control->Connect(Widen(server), port, &value);
+    if (value == kUnwrittenNumber) return {hr, std::nullopt};
+    return {hr, value};
+  }
+
+  std::int32_t Disconnect() override { return m_control->Disconnect(); }
+
+  StatusResult ConnectionStatus() override {
+    TLK_ConnStatusEnum status = TLK_Not_Connected;
+    const ResultCode hr = m_control->ConnectionStatus(&status);
+    return {hr, status};
+  }
+
+  std::int32_t Send(const std::string& type, const std::string& data) override {
+    return m_control->SendTLKMsg(Widen(type), Widen(data));
+  }
+
+  RequestResult Request(const std::string& type, const std::string& data,
+                        std::int32_t timeoutMs) override {
+    std::u16string replyType(kUnwrittenText);
+    std::u16string replyData(kUnwrittenText);
+    const ResultCode hr =
+        m_control->SendReceiveTlkMsg(Widen(type), Widen(data), &replyType, &replyData, timeoutMs);
+    return {hr, WrittenText(replyType), WrittenText(replyData)};
+  }
+
+ private:
+  void ConnStatusChanged(TLK_ConnStatusEnum status) override { m_events.OnStatus(status); }
+
+  void TlkMsgRecieved(std::u16string_view messageType, std::u16string_view message) override {
+    m_events.OnMessage(Narrow(messageType), Narrow(message));
+  }
+
+  DrivenEvents& m_events;
+  NativeControl m_control;
+};
+
+// A file or a closed descriptor can always be read, but a message loop cannot wait for one.
+bool InputWaits() {
+  pollfd input{STDIN_FILENO, POLLIN, 0};
+  return poll(&input, 1, 0) > 0;
+}
+
+}  // namespace
+
+std::unique_ptr<DrivenControl> NativeControlDriver::NewControl(DrivenEvents& events) {
+  return std::make_unique<DrivenNativeControl>(m_loop, events);
+}
+
+void NativeControlDriver::DeliverOnce(std::uint32_t milliseconds) {
+  constexpr std::uint32_t kMost = std::numeric_limits<int>::max();
+  m_loop.DispatchOnce(static_cast<int>(std::min(milliseconds, kMost)));
+}
+
+bool NativeControlDriver::DeliverOnceOrInput() {
+  return InputWaits() || m_loop.DispatchOnceOrReadable(STDIN_FILENO, -1);
+}
+
+bool NativeControlDriver::ReadInput(std::string& bytes) {
+  const std::size_t size = bytes.size();
+  bytes.resize(size + kReadSize);
+  const ssize_t count = read(STDIN_FILENO, bytes.data() + size, kReadSize);
+  const bool tryAgain = count < 0 && (errno == EINTR || errno == EAGAIN);
+  bytes.resize(size + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  return count > 0 || tryAgain;
+}
+
+bool NativeControlDriver::InputIsTerminal() { return isatty(STDIN_FILENO) == 1; }
+
+std::uint64_t NativeControlDriver::TickCount() { return SystemPlatform().surroundings.TickCount(); }
+
+std::unique_ptr<ControlDriver> NewSystemDriver(const DriverOptions& options) {
+  if (!options.codePage.empty()) setenv("TLK_CODE_PAGE", options.codePage.c_str(), 1);
+  if (!options.showLogLines) TraceLog().SetConsoleEcho(false);
+  return std::make_unique<NativeControlDriver>();
+}
+
+}  // namespace tlk::host
