@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -90,6 +91,7 @@ class QNLogger final : public iLogger {
 
  private:
   void WriteRecord(const RecordHead& head, std::va_list values);
+  void QueueStamped(std::initializer_list<std::string_view> record);
 
   const Platform m_platform;
   std::atomic<std::int32_t> m_threshold;

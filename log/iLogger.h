@@ -21,9 +21,9 @@ using LineList = std::list<std::string>;
 ///
 ///     11/16/2026 01:12:28.123  (2044) N Disconnect requested. (Tlkc - 68)
 ///
-/// with local time, thread number, severity mark ("N " normal, "W " warning, "E " error), message and
-/// source. A record whose level is above the threshold is dropped without a trace. A message that
-/// spans several lines, or is longer than 8,191 bytes (it is then cut), is still one record.
+/// with local time, thread number, severity mark ("N " normal, "W " warning, "E " error), message
+/// and source. A record whose level is above the threshold is dropped without a trace. A message
+/// that spans several lines, or is longer than 8,192 bytes (it is then cut), is still one record.
 ///
 /// Any thread may call any operation. The record operations take a variable number of values, which
 /// must fit the format text of the string table, as with printf; where the table has no such number
@@ -45,8 +45,8 @@ class iLogger : public ZRefCountedWithFinalization {
   /// Whether each written line is shown on standard output as well; on by default.
   virtual void SetConsoleEcho(bool echo) = 0;
 
-  /// Size in bytes past which the file is rotated (2,097,152 by default), and how many files are kept
-  /// with the current one (10 by default).
+  /// Size in bytes past which the file is rotated (2,097,152 by default), and how many files are
+  /// kept with the current one (10 by default).
   virtual void SetRotation(const std::int32_t& maxFileSize, const std::int32_t& fileCount) = 0;
 
   /// A normal record, its text taken from the string table of `module`.

@@ -7,8 +7,8 @@ namespace tlk {
 /// Whether a report ends the process.
 enum class Fatal : bool { kNo = false, kYes = true };
 
-/// Formats into the one buffer of the process, at most 1,023 characters, and returns its address. Not
-/// safe across threads: the next call overwrites the text.
+/// Formats into the one buffer of the process, at most 1,023 characters, and returns its address.
+/// Not safe across threads: the next call overwrites the text.
 [[gnu::format(printf, 1, 2)]] const char* FormatText(const char* format, ...);
 
 /// Reports trouble of the support layer on standard error:
@@ -16,8 +16,9 @@ enum class Fatal : bool { kNo = false, kYes = true };
 ///     Assertion failed: CONDITION. MESSAGE, SOURCE:LINE
 ///
 /// or without the parts that are null. Only the part of `source` behind its last forward slash is
-/// shown (a name written with backslashes is shown whole). A fatal report then ends the process, with
-/// exit code 0: the host is gone either way, and nobody is to mistake its own exit code for this.
+/// shown (a name written with backslashes is shown whole). A fatal report then ends the process,
+/// with exit code 0: the host is gone either way, and nobody is to mistake its own exit code for
+/// this.
 void Report(Fatal fatal, const char* source, std::int32_t line, const char* condition,
             const char* message);
 

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+namespace tlk {
+
+/// A function to call on the writer thread, with its context.
+struct ThreadHook {
+  void (*function)(void* context, const char* category, const char* name) = nullptr;
+  void* context = nullptr;
+};
+
+/// What can be set on a log at any time, from any thread, without waiting for its lock.
+class LogSettings {
+ public:
+  std::atomic<bool> consoleEcho{true};
+  std::atomic<std::int32_t> maxFileSize{2'097'152};
+  std::atomic<std::int32_t> fileCount{10};
+  std::atomic<std::int32_t> maxQueueSize{512'000};
+
+  [[nodiscard]] std::string Directory() const {
+    const std::lock_guard lock(m_guard);
+    return m_directory;
+  }
+
+  /// The same into a text whose room is reused.
+  void CopyDirectory(std::string& directory) const {
+    const std::lock_guard lock(m_guard);
+    directory = m_directory;
+  }
+
+  void SetDirectory(const std::string& directory) {
+    const std::lock_guard lock(m_guard);
+    m_directory = directory;
+  }
+
+  void SetStartHook(ThreadHook hook) {
+    const std::lock_guard lock(m_guard);
+    m_startHook = hook;
+  }
+
+  void SetEndHook(ThreadHook hook) {
+    const std::lock_guard lock(m_guard);
+    m_endHook = hook;
+  }
+
+  [[nodiscard]] ThreadHook StartHook() const {
+    const std::lock_guard lock(m_guard);
+    return m_startHook;
+  }
+
+  [[nodiscard]] ThreadHook EndHook() const {
+    const std::lock_guard lock(m_guard);
+    return m_endHook;
+  }
+
+ private:
+  mutable std::mutex m_guard;
+  std::string m_directory;
+  ThreadHook m_startHook;
+  ThreadHook m_endHook;
+};
+
+}  // namespace tlk

@@ -1,0 +1,219 @@
+#include "log/LogWriter.h"
+
+#include <cstdio>
+#include <optional>
+#include <utility>
+
+#include "log/LogLock.h"
+#include "log/LogQueue.h"
+#include "log/QNManageMutex.h"
+#include "platform/Files.h"
+#include "platform/Surroundings.h"
+
+namespace tlk {
+
+namespace {
+
+constexpr const char* kOverflowLine =
+    "---------------------------- max logger queue size ----------------------------";
+constexpr const char* kClearedLine =
+    "---------------------------- logger queue cleared ----------------------------";
+
+std::int32_t Length(const std::string& line) { return static_cast<std::int32_t>(line.size()); }
+
+void Call(const ThreadHook& hook) {
+  if (hook.function != nullptr) hook.function(hook.context, "System", "WriteLog");
+}
+
+}  // namespace
+
+LogWriter::LogWriter(std::string_view fileName, const Platform& platform)
+    : m_platform(platform), m_queue(LogQueue::OfProcess()), m_isUsable(MakeParts()) {
+  m_place.fileName = fileName;
+  m_place.separator = platform.surroundings.PathSeparator();
+}
+
+bool LogWriter::MakeParts() {
+  m_lock = m_platform.synchronisation.NewMutex();
+  if (m_lock == nullptr) {
+    std::fputs("Unable to create mutex - QNLogger\n", stdout);
+    return false;
+  }
+  const struct {
+    std::unique_ptr<SystemEvent>& event;
+    ResetMode mode;
+    bool isSignalled;
+    const char* refused;
+  } parts[] = {
+      {m_work, ResetMode::kAutomatic, false, "Unable to create event 1 - QNLogger\n"},
+      {m_stop, ResetMode::kAutomatic, false, "Unable to create event 2 - QNLogger\n"},
+      {m_drained, ResetMode::kAutomatic, false, "Unable to create event 3 - QNLogger\n"},
+      {m_room, ResetMode::kManual, true, "Unable to create event 4 - QNLogger\n"},
+  };
+  for (const auto& part : parts) {
+    part.event = m_platform.synchronisation.NewEvent(part.mode, part.isSignalled);
+    if (part.event == nullptr) {
+      std::fputs(part.refused, stdout);
+      return false;
+    }
+  }
+  return true;
+}
+
+void LogWriter::Queue(std::string line) {
+  if (!m_isUsable) return;
+  EnsureStarted();
+  (void)m_room->Wait(kNoLimit);
+  {
+    std::uint32_t status = 0;
+    const QNManageMutex guard(m_lock.get(), status, nullptr, m_platform);
+    m_queuedBytes += Length(line);
+    m_queue.PushBack(std::move(line));
+  }
+  m_work->Set();  // Outside the lock: the writer, if it sleeps, wakes to take it.
+}
+
+// Guarded, so that there is one writer: a second would never hear the one stop.
+void LogWriter::EnsureStarted() {
+  if (m_isStarted) return;
+  const std::lock_guard guard(m_startGuard);
+  if (m_isStarted) return;
+  const auto thread =
+      m_platform.synchronisation.NewThread([self = shared_from_this()] { self->Run(); });
+  if (thread == nullptr) return;
+  m_isStarted = true;
+  thread->Resume();
+}
+
+std::uint32_t LogWriter::Flush() {
+  if (!m_isUsable) return static_cast<std::uint32_t>(WaitResult::kFailed);
+  if (!m_isStarted) return 0;
+  {
+    const LogLock lock(m_lock.get());
+    if (lock.Result() != WaitResult::kSignalled) return static_cast<std::uint32_t>(lock.Result());
+  }
+  ++m_flushes;
+  m_drained->Reset();
+  m_work->Set();
+  const WaitResult result = m_isStarted ? m_drained->Wait(kNoLimit) : WaitResult::kFailed;
+  // The event lets one waiter go; with others waiting, the writer is asked for another pass.
+  if (--m_flushes > 0) (m_isStarted ? m_work : m_drained)->Set();
+  return static_cast<std::uint32_t>(m_isStarted ? result : WaitResult::kFailed);
+}
+
+void LogWriter::Stop() {
+  if (m_stop != nullptr) m_stop->Set();
+}
+
+void LogWriter::Run() {
+  Call(settings.StartHook());
+  for (bool isStopped = false; !isStopped;) {
+    const WaitResult result = m_platform.synchronisation.WaitEither(*m_work, *m_stop, kNoLimit);
+    if (result != WaitResult::kSignalled && result != WaitResult::kSecondSignalled)
+      return EndByFailure();
+    Drain();
+    isStopped = result == WaitResult::kSecondSignalled;
+  }
+  Call(settings.EndHook());
+}
+
+// The next line starts a new writer, and whoever waits for this one is let go.
+void LogWriter::EndByFailure() {
+  m_isStarted = false;
+  m_drained->Set();
+}
+
+// A pass that could not go on leaves its lines for the next one, which the next producer asks for.
+// While producers are held back nobody would, so the writer goes on by itself until there is room.
+void LogWriter::Drain() {
+  do {
+    SettleThrottle(RunPass());
+  } while (m_isThrottled);
+}
+
+LogWriter::PassEnd LogWriter::RunPass() {
+  bool isOverflowMarked = false;
+  PassEnd end = PassEnd::kDrained;
+  std::string line;
+  while (TakeLine(isOverflowMarked, line, end)) {
+    if (!WriteLine(line)) return PassEnd::kNotOpened;
+  }
+  return end;
+}
+
+// The drained event is set under the lock: a flush that has come after the last line was taken must
+// not be let go by a pass from before its own lines.
+bool LogWriter::TakeLine(bool& isOverflowMarked, std::string& line, PassEnd& end) {
+  const LogLock lock(m_lock.get());
+  if (!lock.IsHeld()) {
+    end = PassEnd::kNotLocked;
+    return false;
+  }
+  if (!m_queue.IsEmpty()) MarkThrottle(isOverflowMarked);
+  std::optional<std::string> front = m_queue.TakeFront();
+  if (!front.has_value()) {
+    m_drained->Set();
+    end = PassEnd::kDrained;
+    return false;
+  }
+  m_queuedBytes -= Length(*front);
+  line = std::move(*front);
+  settings.CopyDirectory(m_place.directory);
+  return true;
+}
+
+void LogWriter::MarkThrottle(bool& isOverflowMarked) {
+  if (m_queuedBytes > settings.maxQueueSize && !isOverflowMarked) {
+    m_room->Reset();
+    m_isThrottled = true;
+    isOverflowMarked = true;
+    m_queue.PushFront(kOverflowLine);
+  }
+  if (isOverflowMarked && IsBelowHalf()) {
+    m_queue.PushFront(kClearedLine);
+    isOverflowMarked = false;
+    OpenThrottle();
+  }
+}
+
+// A pass that wrote everything has opened the throttle, unless another log wrote our lines.
+void LogWriter::SettleThrottle(PassEnd end) {
+  if (m_isThrottled && (end != PassEnd::kNotOpened || IsBelowHalf())) OpenThrottle();
+}
+
+bool LogWriter::IsBelowHalf() const { return m_queuedBytes < settings.maxQueueSize / 2; }
+
+void LogWriter::OpenThrottle() {
+  m_isThrottled = false;
+  m_room->Set();
+}
+
+bool LogWriter::WriteLine(const std::string& line) {
+  PathInPlace(m_place, m_place.fileName, m_path);
+  const std::int64_t size = m_platform.files.AppendLine(m_path, line);
+  if (size == append_result::kNotOpened) {
+    std::printf("Unable to open %s\n", m_path.c_str());
+    return false;
+  }
+  KeepSize(size);
+  if (settings.consoleEcho) Echo(line);
+  return true;
+}
+
+void LogWriter::KeepSize(std::int64_t size) {
+  const bool isWritten = size != append_result::kNotWritten;
+  if (!isWritten && !m_isFullAnnounced) std::printf("Unable to write %s\n", m_path.c_str());
+  m_isFullAnnounced = !isWritten;
+  if (isWritten && size > settings.maxFileSize)
+    RotateFiles(m_platform.files, m_place, settings.fileCount);
+}
+
+// Without the time, which a console does not need; a marker line has nothing to show.
+void LogWriter::Echo(std::string_view line) const {
+  const std::size_t start = line.find('(');
+  if (start == std::string_view::npos) return;
+  const std::string shown = std::string(line.substr(start)) + '\n';
+  std::fwrite(shown.data(), 1, shown.size(), stdout);
+}
+
+}  // namespace tlk

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "log/LogFiles.h"
+#include "log/LogSettings.h"
+#include "platform/Platform.h"
+#include "platform/Synchronisation.h"
+
+namespace tlk {
+
+class LogQueue;
+
+/// The queue's other end: the lock and the events of one log, and its writer thread.
+///
+/// It is shared by the log and the thread, so that a thread which is still writing when the log
+/// ends touches nothing that is gone. All of it is safe from any thread.
+class LogWriter : public std::enable_shared_from_this<LogWriter> {
+ public:
+  /// Makes the lock and the events. The first that the system refuses is announced on standard
+  /// output, and the writer stays unusable.
+  LogWriter(std::string_view fileName, const Platform& platform);
+
+  LogSettings settings;
+
+  /// Queues a line and wakes the writer thread, starting it if need be. Waits while the queue is
+  /// over its limit. A thread that cannot be started now is tried again with the next line.
+  void Queue(std::string line);
+
+  /// Waits until a pass has found the queue empty.
+  [[nodiscard]] std::uint32_t Flush();
+
+  /// Tells the thread to write what is queued and to end.
+  void Stop();
+
+  /// The lock; null when the system refused it.
+  [[nodiscard]] SystemMutex* Lock() const { return m_lock.get(); }
+
+ private:
+  enum class PassEnd { kDrained, kNotOpened, kNotLocked };
+
+  [[nodiscard]] bool MakeParts();
+  void EnsureStarted();
+  void Run();
+  void EndByFailure();
+  void Drain();
+  PassEnd RunPass();
+  bool TakeLine(bool& isOverflowMarked, std::string& line, PassEnd& end);
+  void MarkThrottle(bool& isOverflowMarked);
+  void SettleThrottle(PassEnd end);
+  [[nodiscard]] bool IsBelowHalf() const;
+  void OpenThrottle();
+  [[nodiscard]] bool WriteLine(const std::string& line);
+  void KeepSize(std::int64_t size);
+  void Echo(std::string_view line) const;
+
+  const Platform m_platform;
+  LogQueue& m_queue;
+
+  std::unique_ptr<SystemMutex> m_lock;
+  std::unique_ptr<SystemEvent> m_work;     // Auto-reset: something is queued, or a flush waits.
+  std::unique_ptr<SystemEvent> m_stop;     // Auto-reset: the log ends.
+  std::unique_ptr<SystemEvent> m_drained;  // Auto-reset: a pass has found the queue empty.
+  std::unique_ptr<SystemEvent> m_room;     // Manual-reset: producers may queue.
+  const bool m_isUsable;
+
+  // Bytes that producers have queued and the writer has not taken, less the marker lines it has
+  // taken, which nobody counted in: it only steers the throttle.
+  std::atomic<std::int32_t> m_queuedBytes{0};
+
+  std::mutex m_startGuard;
+  std::atomic<bool> m_isStarted{false};
+  std::atomic<int> m_flushes{0};
+
+  // Of the writer thread alone.
+  bool m_isThrottled = false;
+  bool m_isFullAnnounced = false;
+  LogPlace m_place;
+  std::string m_path;
+};
+
+}  // namespace tlk

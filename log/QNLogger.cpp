@@ -1,0 +1,153 @@
+#include "log/QNLogger.h"
+
+#include <utility>
+
+#include "log/LogLock.h"
+#include "log/LogScan.h"
+#include "log/LogWriter.h"
+#include "log/RecordFormat.h"
+#include "platform/Surroundings.h"
+
+namespace tlk {
+
+namespace {
+
+constexpr std::uint32_t kGraceMilliseconds = 1000;
+
+// The line list of the process. Nothing adds to it.
+const LineList& ProcessLineList() {
+  static const auto& lines = *new LineList;
+  return lines;
+}
+
+}  // namespace
+
+QNLogger::QNLogger(std::string_view fileName, const std::int32_t& threshold,
+                   const Platform& platform)
+    : m_platform(platform),
+      m_threshold(threshold),
+      m_writer(std::make_shared<LogWriter>(fileName, platform)) {}
+
+QNLogger::~QNLogger() {
+  m_writer->Stop();
+  m_platform.surroundings.Sleep(kGraceMilliseconds);
+}
+
+bool QNLogger::SetThreadStartHook(Hook hook, void* context) {
+  m_writer->settings.SetStartHook({hook, context});
+  return true;
+}
+
+bool QNLogger::SetThreadEndHook(Hook hook, void* context) {
+  m_writer->settings.SetEndHook({hook, context});
+  return true;
+}
+
+std::string QNLogger::GetDirectory() const { return m_writer->settings.Directory(); }
+
+void QNLogger::SetDirectory(const std::string& directory) {
+  m_writer->settings.SetDirectory(directory);
+}
+
+void QNLogger::SetMaxQueueSize(std::int32_t bytes) { m_writer->settings.maxQueueSize = bytes; }
+
+std::int32_t QNLogger::GetMaxQueueSize() const { return m_writer->settings.maxQueueSize; }
+
+void QNLogger::SetLevel(const std::int32_t& level) { m_threshold = level; }
+
+std::int32_t QNLogger::GetLevel() const { return m_threshold; }
+
+void QNLogger::SetConsoleEcho(bool echo) { m_writer->settings.consoleEcho = echo; }
+
+void QNLogger::SetRotation(const std::int32_t& maxFileSize, const std::int32_t& fileCount) {
+  m_writer->settings.maxFileSize = maxFileSize;
+  m_writer->settings.fileCount = fileCount;
+}
+
+void QNLogger::LogNormal(ModuleHandle module, std::int32_t level, std::uint32_t message,
+                         const char* source, std::int32_t line, ...) {
+  if (level > m_threshold) return;
+  std::va_list values;
+  va_start(values, line);
+  WriteRecord({severity_mark::kNormal, module, message, source, line}, values);
+  va_end(values);
+}
+
+void QNLogger::LogNormal(std::int32_t level, std::uint32_t message, const char* source,
+                         std::int32_t line, ...) {
+  if (level > m_threshold) return;
+  std::va_list values;
+  va_start(values, line);
+  WriteRecord({severity_mark::kNormal, nullptr, message, source, line}, values);
+  va_end(values);
+}
+
+void QNLogger::LogWarning(ModuleHandle module, std::int32_t level, std::uint32_t message,
+                          const char* source, std::int32_t line, ...) {
+  if (level > m_threshold) return;
+  std::va_list values;
+  va_start(values, line);
+  WriteRecord({severity_mark::kWarning, module, message, source, line}, values);
+  va_end(values);
+}
+
+void QNLogger::LogWarning(std::int32_t level, std::uint32_t message, const char* source,
+                          std::int32_t line, ...) {
+  if (level > m_threshold) return;
+  std::va_list values;
+  va_start(values, line);
+  WriteRecord({severity_mark::kWarning, nullptr, message, source, line}, values);
+  va_end(values);
+}
+
+void QNLogger::LogError(ModuleHandle module, std::int32_t level, std::uint32_t message,
+                        const char* source, std::int32_t line, ...) {
+  if (level > m_threshold) return;
+  std::va_list values;
+  va_start(values, line);
+  WriteRecord({severity_mark::kError, module, message, source, line}, values);
+  va_end(values);
+}
+
+void QNLogger::LogError(std::int32_t level, std::uint32_t message, const char* source,
+                        std::int32_t line, ...) {
+  if (level > m_threshold) return;
+  std::va_list values;
+  va_start(values, line);
+  WriteRecord({severity_mark::kError, nullptr, message, source, line}, values);
+  va_end(values);
+}
+
+void QNLogger::WriteRecord(const RecordHead& head, std::va_list values) {
+  const MessageText message(m_platform.strings, head.module, head.message, values);
+  QueueStamped({head.mark, message.View(), " (", SourceName(head.source), " - ",
+                std::to_string(head.line), ")"});
+}
+
+void QNLogger::Write(std::string_view record) { QueueStamped({record}); }
+
+void QNLogger::QueueStamped(std::initializer_list<std::string_view> record) {
+  m_writer->Queue(StampedLine(m_platform.surroundings.Now(),
+                              m_platform.synchronisation.CurrentThreadId(), record));
+}
+
+std::uint32_t QNLogger::Flush() { return m_writer->Flush(); }
+
+void QNLogger::CopyLineList(LineList& lines) {
+  const LogLock lock(m_writer->Lock());
+  const LineList& all = ProcessLineList();
+  lines.insert(lines.end(), all.begin(), all.end());
+}
+
+void QNLogger::GetLineList(LineList& lines) {
+  const LogLock lock(m_writer->Lock());
+  lines = ProcessLineList();
+}
+
+std::int32_t QNLogger::ScanLog(const std::int32_t& file, LineList& lines) {
+  const LogLock lock(m_writer->Lock());
+  const std::string name = file == 0 ? "quillon.log" : "quillon" + std::to_string(file) + ".log";
+  return ScanLogFile(GetDirectory() + m_platform.surroundings.PathSeparator() + name, lines);
+}
+
+}  // namespace tlk
