@@ -9,8 +9,8 @@ namespace tlk {
 /// to the user's temporary folder. At the end of the program it gives its writer one more second.
 [[nodiscard]] iLogger& TraceLog();
 
-/// What a native control stands on: the system's own ports, the built-in DOM and the trace log of the
-/// process.
+/// What a native control stands on: the system's own ports, the built-in DOM and the trace log of
+/// the process.
 [[nodiscard]] ControlPorts NativePorts(MessageLoop& loop, MessageWindow& window);
 
 /// A control with a window of its own in a message loop: what a native program makes.

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <list>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -10,15 +9,19 @@
 #include "platform/Platform.h"
 #include "platform/Sockets.h"
 #include "platform/StringTable.h"
+#include "xml/Codec.h"
 #include "xml/Dom.h"
 
 namespace tlk {
 
 class iLogger;
+struct TraceFailure;
+struct TraceRecord;
+struct ErrorFailure;
 
 /// Status of a connection. Only `TLK_Not_Connected` and `TLK_Connected` are ever announced;
-/// `TLK_Resolving` lasts as long as the connect call inside `Connect`, and `TLK_Connecting` is never
-/// entered.
+/// `TLK_Resolving` lasts as long as the connect call inside `Connect`, and `TLK_Connecting` is
+/// never entered.
 enum TLK_ConnStatusEnum : std::int32_t {
   TLK_Not_Connected = 0,
   TLK_Resolving = 1,
@@ -30,10 +33,11 @@ enum TLK_ConnStatusEnum : std::int32_t {
 using ResultCode = std::int32_t;
 inline constexpr ResultCode kResultOk = 0;
 inline constexpr ResultCode kResultFail = static_cast<ResultCode>(0x80004005);
+inline constexpr ResultCode kResultOutOfMemory = static_cast<ResultCode>(0x8007000E);
 
 /// What a control tells its host. Called on the control's thread, from inside the call or the
-/// notification that caused it, so a handler may call the control back. A handler must not throw and
-/// must not destroy the control.
+/// notification that caused it, so a handler may call the control back. A handler must not throw
+/// and must not destroy the control.
 class ITlkcEvents {
  public:
   virtual ~ITlkcEvents() = default;
@@ -60,16 +64,17 @@ struct ControlPorts {
 /// codes, except that `Connect` fails while there is a connection: the host learns of them from
 /// `pVal`, from `ConnStatusChanged` and from the trace log. Nothing reconnects by itself.
 ///
-/// Wire: messages lie back to back, each one XML document whose root carries its own length in bytes
-/// (transport/Framing.h). The first message that arrives tells the control its client id. A
+/// Wire: messages lie back to back, each one XML document whose root carries its own length in
+/// bytes (transport/Framing.h). The first message that arrives tells the control its client id. A
 /// connection that was idle for a minute is kept alive with a message of its own.
 ///
-/// Threads: everything runs on the thread of the window: the methods, the notifications, the timers,
-/// the events. Nothing is locked. One flag per event guards against raising it inside itself: a status
-/// that changes inside a status handler is not announced again, and a message that completes inside a
-/// message handler is skipped, for good.
+/// Threads: everything runs on the thread of the window: the methods, the notifications, the
+/// timers, the events. Nothing is locked. One flag per event guards against raising it inside
+/// itself: a status that changes inside a status handler is not announced again, and a message that
+/// completes inside a message handler is skipped, for good.
 ///
-/// Output pointers must not be null.
+/// Output pointers must not be null. No method throws: one that runs out of memory says so with
+/// `kResultOutOfMemory`, and a notification that does ends the connection.
 class CTlkc : private WindowTarget {
  public:
   CTlkc(const ControlPorts& ports, ITlkcEvents& events);
@@ -80,27 +85,27 @@ class CTlkc : private WindowTarget {
   CTlkc(const CTlkc&) = delete;
   CTlkc& operator=(const CTlkc&) = delete;
 
-  /// Connects to a host name or dotted address, blocking until the server accepts or refuses. Writes
-  /// 1 to `pVal` when the connection is set up, 0 when that failed; the change has been announced by
-  /// then. Fails, and writes nothing, when the control is not disconnected. An unknown host name
-  /// announces and records nothing.
+  /// Connects to a host name or dotted address, blocking until the server accepts or refuses.
+  /// Writes 1 to `pVal` when the connection is set up, 0 when that failed; the change has been
+  /// announced by then. Fails, and writes nothing, when the control is not disconnected. An unknown
+  /// host name announces and records nothing.
   ResultCode Connect(std::u16string_view server, std::int32_t port, std::int32_t* pVal);
 
-  /// Ends the connection and announces it, even when there is none. What was queued for sending, and
-  /// what was received of an incomplete message, stays for the next connection.
+  /// Ends the connection and announces it, even when there is none. What was queued for sending,
+  /// and what was received of an incomplete message, stays for the next connection.
   ResultCode Disconnect();
 
   ResultCode ConnectionStatus(TLK_ConnStatusEnum* pVal) const;
 
-  /// Queues a message and sends what the socket takes. `data` is one well-formed XML element; anything
-  /// else is left out of the message. Always succeeds; what could not be sent stays queued, beyond
-  /// the end of the connection.
+  /// Queues a message and sends what the socket takes. `data` is one well-formed XML element;
+  /// anything else is left out of the message. Always succeeds; what could not be sent stays
+  /// queued, beyond the end of the connection.
   ResultCode SendTLKMsg(std::u16string_view message, std::u16string_view data);
 
   /// Sends a message and waits for the next one from the server, whatever it is. `timeOutMS` limits
-  /// each socket call by itself, 0 means no limit. Always succeeds; `recMsg` (the type) and `recData`
-  /// (the serialised `Data` element) are written only when a reply was read. An exchange that fails or
-  /// runs out of time ends the connection.
+  /// each socket call by itself, 0 means no limit. Always succeeds; `recMsg` (the type) and
+  /// `recData` (the serialised `Data` element) are written only when a reply was read. An exchange
+  /// that fails or runs out of time ends the connection.
   ResultCode SendReceiveTlkMsg(std::u16string_view sndMsg, std::u16string_view sndData,
                                std::u16string* recMsg, std::u16string* recData,
                                std::int32_t timeOutMS);
@@ -109,28 +114,59 @@ class CTlkc : private WindowTarget {
   // control/: the connection and what happens to it
   std::intptr_t OnSocketNotify(std::uint32_t message, std::uintptr_t wParam, std::uintptr_t lParam,
                                bool& handled) override;
-  void OnSocketEvent(std::uint32_t event);
-  void OnSocketError(int error);
+  void OnTimer(std::uintptr_t timerId) override;
   int FlushPendingOutput();
-  bool OpenConnection();
-  int FailConnect(int line, const char* text, int droppedLine);
-  void DropConnection(int line);
-  void CloseSocket();
-  void EndConnection(int line);
-  void AnnounceStatus(int line);
-  void StartKeepAliveTimer();
-  void SetLogFolder();
 
   // transport/: messages on the connection
   int ReadMessage();
   int ReadMessage(std::string& type, std::string& data);
   int HandleMessage();
   int HandleMessage(std::string& type, std::string& data);
-  void OnTimer(std::uintptr_t timerId) override;
-  void LogNormal(int line, const char* text);
-  void LogError(int line, const char* text);
-  void LogErrorNumber(int line, const char* text, int number);
 
+ private:
+  void SetLogFolder();
+  [[nodiscard]] std::string NarrowArgument(std::u16string_view argument) const;
+
+  bool OpenSocket(std::u16string_view server, std::int32_t port);
+  bool ConnectSocket();
+  bool FailConnect(const TraceFailure& failure);
+
+  void HandleNotification(std::uint32_t event, int error);
+  void OnSocketEvent(std::uint32_t event);
+  void OnOutOfMemory();
+
+  void CloseSocket();
+  void DropConnection(int line);
+  void EndConnection(int line);
+  void DropOnError(int error, std::span<const ErrorFailure> known, const TraceFailure& unknown);
+  void AnnounceStatus(int line);
+  void StartKeepAliveTimer();
+
+  int ReadPrefix();
+  int ReadRestOfPrefix();
+  int BeginMessage(const TraceRecord& invalid);
+  int ReadBody();
+  bool ReadBlockingPrefix(std::span<char> prefix);
+  bool ReadBlockingBody();
+  void FailRead(const TraceFailure& failure);
+  int AbandonMessage();
+  void ForgetMessage();
+
+  [[nodiscard]] Codec MessageCodec() const;
+  void RaiseMessage(const std::string& type, const std::string& data);
+  void SendKeepAlive();
+  bool BuildMessage(std::u16string_view message, std::u16string_view data, std::string& text);
+  bool Exchange(const std::string& request, std::int32_t timeOutMS, std::string& type,
+                std::string& data);
+  bool FailExchange(const TraceFailure& failure);
+
+  void LogNormal(const TraceRecord& record);
+  void LogNormal(const TraceRecord& record, std::int32_t number);
+  void LogNormal(const TraceRecord& record, std::string_view text);
+  void LogError(const TraceRecord& record);
+  void LogError(const TraceRecord& record, std::int64_t number);
+
+ protected:
   const ControlPorts m_ports;
   ITlkcEvents& m_events;
 

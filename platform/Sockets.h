@@ -41,6 +41,7 @@ inline constexpr int kNotConnected = 10057;
 inline constexpr int kTimedOut = 10060;
 inline constexpr int kConnectionRefused = 10061;
 inline constexpr int kHostUnreachable = 10065;
+inline constexpr int kDisconnected = 10101;
 inline constexpr int kHostNotFound = 11001;
 inline constexpr int kTryAgain = 11002;
 }  // namespace socket_error
@@ -51,13 +52,14 @@ inline constexpr std::uint32_t kRead = 1;
 inline constexpr std::uint32_t kWrite = 2;
 inline constexpr std::uint32_t kConnect = 16;
 inline constexpr std::uint32_t kClose = 32;
+inline constexpr std::uint32_t kAll = kRead | kWrite | kConnect | kClose;
 }  // namespace socket_event
 
 /// The address that is no address: what `Sockets::ParseAddress` gives for text it cannot read.
 inline constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;
 
-/// An IPv4 socket address in the layout of the socket interface. `port` and `address` are in network
-/// byte order.
+/// An IPv4 socket address in the layout of the socket interface. `port` and `address` are in
+/// network byte order.
 struct InternetAddress {
   static constexpr std::uint16_t kFamily = 2;
 
@@ -71,20 +73,22 @@ static_assert(sizeof(InternetAddress) == 16);
 /// TCP sockets and the notifications about them.
 ///
 /// A `Sockets` and the sockets it opens belong to one thread. Calls that can fail return 0 (or a
-/// count) for success and `kSocketError` for failure; `LastError` then holds the number. A call on a
-/// handle that is not open fails with 10038. Nothing here raises a signal or throws.
+/// count) for success and `kSocketError` for failure; `LastError` then holds the number. A call on
+/// a handle that is not open fails with 10038. Nothing here raises a signal or throws.
 ///
-/// A new socket blocks. While notifications are asked for it does not, and whoever wants it to block
-/// again switches them off first and then calls `SetBlocking`.
+/// A new socket blocks. While notifications are asked for it does not, and whoever wants it to
+/// block again switches them off first and then calls `SetBlocking`.
 ///
 /// Notifications (`RequestNotifications`) reach the window's target on this thread, and only while
 /// the window's platform dispatches them, never from inside a call of this class:
 /// - Read is delivered when bytes wait; after it, not again until a receive has been made on that
 ///   socket; if bytes still wait then, it is delivered again. It is never delivered when nothing
 ///   waits: a reader may treat a would-block after it as a fault.
-/// - Write is delivered once when notifications are asked for on a connected socket, then only after
+/// - Write is delivered once when notifications are asked for on a connected socket, then only
+/// after
 ///   a send has reported would-block and room has come back.
-/// - Close is delivered once, after everything the peer sent has been read, with the error number if
+/// - Close is delivered once, after everything the peer sent has been read, with the error number
+/// if
 ///   the peer reset the connection.
 /// - A request with mask 0 ends delivery, and a closed socket delivers nothing more.
 class Sockets {
@@ -97,12 +101,14 @@ class Sockets {
   /// Connects, blocking until the server accepts or refuses.
   [[nodiscard]] virtual int Connect(SocketHandle socket, const InternetAddress& address) = 0;
 
-  /// Sends up to all of `bytes`; returns how many were taken. A socket that does not block takes all
-  /// of them or reports would-block, except where a platform says otherwise.
+  /// Sends up to all of `bytes`; returns how many were taken. A socket that does not block takes
+  /// all of them or reports would-block, unless memory runs short.
   [[nodiscard]] virtual int Send(SocketHandle socket, std::string_view bytes) = 0;
 
-  /// Receives up to `size` bytes into `buffer`; returns how many came, 0 at the end of the stream. A
-  /// size that is negative or larger than the buffer touches no memory and fails with 10014.
+  /// Receives up to `size` bytes into `buffer`; returns how many came, 0 at the end of the stream.
+  /// A size that is negative or larger than the buffer touches no memory and fails with 10014. At
+  /// the end of the stream a blocking socket returns 0 once and then fails with 10101, so that
+  /// whoever reads on after a 0 comes to an end.
   [[nodiscard]] virtual int Receive(SocketHandle socket, std::span<char> buffer, int size) = 0;
 
   /// Closes the socket. Bytes that `Send` has taken still go out.
@@ -117,8 +123,8 @@ class Sockets {
   /// Limits every later blocking send, in milliseconds; 0 means no limit.
   [[nodiscard]] virtual int SetSendTimeout(SocketHandle socket, std::int32_t milliseconds) = 0;
 
-  /// Limits every later blocking receive, in milliseconds; 0 means no limit. One that runs out fails
-  /// with 10060.
+  /// Limits every later blocking receive, in milliseconds; 0 means no limit. One that runs out
+  /// fails with 10060.
   [[nodiscard]] virtual int SetReceiveTimeout(SocketHandle socket, std::int32_t milliseconds) = 0;
 
   /// Reads a dotted IPv4 address, in network byte order; `kNoAddress` when the text is none, and

@@ -6,13 +6,13 @@
 
 namespace tlk {
 
-/// The framing of the wire: messages lie back to back with nothing between them, and each carries its
-/// own length in bytes, first byte to last, in the first attribute of its root:
+/// The framing of the wire: messages lie back to back with nothing between them, and each carries
+/// its own length in bytes, first byte to last, in the first attribute of its root:
 ///
 ///     <TLK_Message Length="0000098" xmlns="" Type="...">
 ///
-/// The stamp is always seven digits, so it lies within the first 29 bytes. A receiver reads a prefix
-/// of 30 bytes, finds the stamp, and then reads exactly the rest.
+/// The stamp is always seven digits, so it lies within the first 29 bytes. A receiver reads a
+/// prefix of 30 bytes, finds the stamp, and then reads exactly the rest.
 
 /// What stands before the seven digits.
 inline constexpr std::string_view kLengthMarker = "Length=\"";

@@ -1,28 +1,29 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
 #include "platform/ControlWindow.h"
-#include "platform/Sockets.h"
+#include "platform/posix/NotificationReceiver.h"
+#include "platform/posix/PosixSockets.h"
+#include "platform/posix/TimerQueue.h"
 
 namespace tlk {
 
 /// The message loop of one thread: delivers the timers of its windows and the notifications of the
 /// sockets that its windows asked about. One wait serves them all, however many there are.
 ///
-/// Everything here belongs to the thread that made the loop. A handler may run the loop again, start
-/// and stop timers, close sockets, and destroy windows, its own included. Windows end before the loop.
+/// Everything here belongs to the thread that made the loop. A handler may run the loop again,
+/// start and stop timers, close sockets, and destroy windows, its own included. Windows end before
+/// the loop.
 class MessageLoop {
  public:
-  MessageLoop();
-  ~MessageLoop();
+  MessageLoop() = default;
 
   MessageLoop(const MessageLoop&) = delete;
   MessageLoop& operator=(const MessageLoop&) = delete;
 
   /// The sockets whose notifications this loop delivers.
-  [[nodiscard]] Sockets& GetSockets();
+  [[nodiscard]] Sockets& GetSockets() { return m_sockets; }
 
   /// Waits up to `milliseconds` (no limit when negative) for something to deliver and delivers one
   /// round of it. Returns whether anything was delivered.
@@ -31,18 +32,24 @@ class MessageLoop {
   /// Delivers for that long.
   void Run(std::uint32_t milliseconds);
 
-  /// Delivers as `DispatchOnce` does, but also returns as soon as `descriptor` can be read; tells
-  /// whether it can. -1 stands for none.
+  /// Delivers as `DispatchOnce` does, but also returns as soon as `descriptor` can be read or has
+  /// come to its end; tells whether it has.
   bool DispatchOnceOrReadable(int descriptor, int milliseconds);
 
  private:
   friend class MessageWindow;
-  class Implementation;
-  std::unique_ptr<Implementation> m_implementation;
+
+  [[nodiscard]] int LimitByTimers(int milliseconds) const;
+  bool FireTimers();
+
+  PosixSockets m_sockets;
+  TimerQueue m_timers;
 };
 
 /// A window of a message loop.
-class MessageWindow : public ControlWindow {
+class MessageWindow final : public ControlWindow,
+                            private NotificationReceiver,
+                            private TimerReceiver {
  public:
   explicit MessageWindow(MessageLoop& loop);
   ~MessageWindow() override;
@@ -50,15 +57,21 @@ class MessageWindow : public ControlWindow {
   MessageWindow(const MessageWindow&) = delete;
   MessageWindow& operator=(const MessageWindow&) = delete;
 
-  void SetTarget(WindowTarget* target) override;
+  void SetTarget(WindowTarget* target) override { m_target = target; }
   [[nodiscard]] std::uint32_t RegisterMessage(const char* name) override;
   void StartTimer(std::uintptr_t timerId, std::uint32_t milliseconds) override;
   void StopTimer(std::uintptr_t timerId) override;
 
  private:
-  friend class MessageLoop;
-  class Implementation;
-  std::unique_ptr<Implementation> m_implementation;
+  friend class PosixSockets;
+
+  [[nodiscard]] const PosixSockets& LoopSockets() const override { return m_loop.m_sockets; }
+  void Notify(std::uint32_t message, std::uintptr_t wParam, std::uintptr_t lParam) override;
+  void OnTimerDue(std::uintptr_t timerId) override;
+
+  MessageLoop& m_loop;
+  WindowTarget* m_target = nullptr;
+  WindowTimers m_timers;
 };
 
 }  // namespace tlk

@@ -1,0 +1,93 @@
+#include <poll.h>
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/posix/MessageLoop.h"
+
+namespace tlk {
+
+bool MessageLoop::DispatchOnce(int milliseconds) {
+  const bool notified = m_sockets.WaitAndDeliver(LimitByTimers(milliseconds));
+  const bool fired = FireTimers();
+  return notified || fired;
+}
+
+void MessageLoop::Run(std::uint32_t milliseconds) {
+  const auto end = TimerQueue::Clock::now() + std::chrono::milliseconds(milliseconds);
+  for (;;) {
+    const auto rest =
+        std::chrono::ceil<std::chrono::milliseconds>(end - TimerQueue::Clock::now()).count();
+    if (rest <= 0) {
+      return;
+    }
+    DispatchOnce(static_cast<int>(std::min<std::int64_t>(rest, 1000 * 1000)));
+  }
+}
+
+bool MessageLoop::DispatchOnceOrReadable(int descriptor, int milliseconds) {
+  pollfd waits[] = {{.fd = m_sockets.WaitDescriptor(), .events = POLLIN, .revents = 0},
+                    {.fd = descriptor, .events = POLLIN, .revents = 0}};
+  const int limit = m_sockets.HasPosted() ? 0 : LimitByTimers(milliseconds);
+  const bool waited = ::poll(waits, std::size(waits), limit) >= 0;
+  DispatchOnce(0);
+  return waited && waits[1].revents != 0;
+}
+
+int MessageLoop::LimitByTimers(int milliseconds) const {
+  const int next = m_timers.MillisecondsToNext();
+  if (milliseconds < 0 || next < 0) {
+    return std::max(milliseconds, next);
+  }
+  return std::min(milliseconds, next);
+}
+
+bool MessageLoop::FireTimers() {
+  const auto now = TimerQueue::Clock::now();
+  bool fired = false;
+  while (m_timers.FireOne(now)) {
+    fired = true;
+  }
+  return fired;
+}
+
+MessageWindow::MessageWindow(MessageLoop& loop) : m_loop(loop), m_timers(loop.m_timers, *this) {}
+
+MessageWindow::~MessageWindow() { m_loop.m_sockets.Forget(*this); }
+
+std::uint32_t MessageWindow::RegisterMessage(const char* name) {
+  constexpr std::uint32_t kFirstRegistered = 0xC000;
+  static std::mutex mutex;
+  static std::vector<std::string> names;
+  const std::lock_guard lock(mutex);
+  const auto found = std::find(names.begin(), names.end(), name);
+  const auto index = found - names.begin();
+  if (found == names.end()) {
+    names.emplace_back(name);
+  }
+  return kFirstRegistered + static_cast<std::uint32_t>(index);
+}
+
+void MessageWindow::StartTimer(std::uintptr_t timerId, std::uint32_t milliseconds) {
+  m_timers.Start(timerId, milliseconds);
+}
+
+void MessageWindow::StopTimer(std::uintptr_t timerId) { m_timers.Stop(timerId); }
+
+void MessageWindow::Notify(std::uint32_t message, std::uintptr_t wParam, std::uintptr_t lParam) {
+  if (m_target != nullptr) {
+    bool handled = false;
+    m_target->OnSocketNotify(message, wParam, lParam, handled);
+  }
+}
+
+void MessageWindow::OnTimerDue(std::uintptr_t timerId) {
+  if (m_target != nullptr) {
+    m_target->OnTimer(timerId);
+  }
+}
+
+}  // namespace tlk

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/posix/NotificationReceiver.h"
+#include "platform/posix/OwnedDescriptor.h"
+#include "platform/posix/PosixSockets.h"
+
+namespace tlk {
+
+struct PosixSockets::State {
+  [[nodiscard]] std::string_view Backlog() const {
+    return std::string_view(backlog).substr(backlogSent);
+  }
+  [[nodiscard]] Life CurrentLife() const { return {descriptor.Get(), number}; }
+
+  OwnedDescriptor descriptor;
+  std::uint32_t number = 0;
+  bool blocking = true;
+  std::int32_t sendTimeout = 0;
+  std::int32_t receiveTimeout = 0;
+
+  // What the system has not yet taken of a text that a send took whole.
+  std::string backlog;
+  std::size_t backlogSent = 0;
+
+  NotificationReceiver* receiver = nullptr;
+  std::uint32_t message = 0;
+  std::uint32_t mask = 0;
+  std::uint32_t watched = 0;  // what the epoll set watches the descriptor for
+
+  bool writePosted = false;   // a write notification waits to be delivered
+  bool awaitingRoom = false;  // a send has reported would-block
+  bool readTold = false;      // a read notification was delivered and no receive was made since
+  bool closeTold = false;
+  bool endSeen = false;           // a blocking receive has met the end of the stream
+  int error = 0;                  // what ended the connection while nobody was calling
+  std::uint64_t lastReceive = 0;  // the round of waiting in which the last receive was made
+};
+
+}  // namespace tlk

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/Sockets.h"
+#include "platform/posix/OwnedDescriptor.h"
+
+namespace tlk {
+
+class NotificationReceiver;
+
+/// The sockets of one thread, on BSD sockets and one epoll set.
+///
+/// A descriptor always blocks as far as the system knows; whether a call may wait is said call by
+/// call, so that going back and forth between the two ways costs nothing.
+///
+/// A socket that does not block takes a text whole or not at all: what the system does not take of
+/// it waits here and goes out as room comes, even after the socket is closed, as long as the peer
+/// goes on reading and the loop goes on running.
+class PosixSockets final : public Sockets {
+ public:
+  PosixSockets();
+  ~PosixSockets() override;
+
+  PosixSockets(const PosixSockets&) = delete;
+  PosixSockets& operator=(const PosixSockets&) = delete;
+
+  [[nodiscard]] SocketHandle Open() override;
+  [[nodiscard]] int Connect(SocketHandle socket, const InternetAddress& address) override;
+  [[nodiscard]] int Send(SocketHandle socket, std::string_view bytes) override;
+  [[nodiscard]] int Receive(SocketHandle socket, std::span<char> buffer, int size) override;
+  int Close(SocketHandle socket) override;
+  [[nodiscard]] int EnableKeepAlive(SocketHandle socket) override;
+  [[nodiscard]] int SetBlocking(SocketHandle socket) override;
+  [[nodiscard]] int SetSendTimeout(SocketHandle socket, std::int32_t milliseconds) override;
+  [[nodiscard]] int SetReceiveTimeout(SocketHandle socket, std::int32_t milliseconds) override;
+  [[nodiscard]] std::uint32_t ParseAddress(const char* text) override;
+  [[nodiscard]] std::optional<std::uint32_t> ResolveHost(const char* name) override;
+  [[nodiscard]] int RequestNotifications(SocketHandle socket, ControlWindow& window,
+                                         std::uint32_t message, std::uint32_t mask) override;
+  [[nodiscard]] int LastError() const override { return m_lastError; }
+
+  /// Waits up to `milliseconds` (no limit when negative) for something to deliver and delivers one
+  /// round. Returns whether anything was delivered.
+  bool WaitAndDeliver(int milliseconds);
+
+  /// Readable when `WaitAndDeliver` would find something without waiting, posted events aside.
+  [[nodiscard]] int WaitDescriptor() const { return m_epoll.Get(); }
+  [[nodiscard]] bool HasPosted() const { return !m_posted.empty(); }
+
+  /// Ends delivery to a window that ceases to exist.
+  void Forget(const NotificationReceiver& receiver);
+
+ private:
+  struct State;
+  /// A socket at a moment: the same number, but another life, once the socket has been closed.
+  struct Life {
+    int descriptor;
+    std::uint32_t number;
+  };
+
+  State* Find(SocketHandle socket);
+  State* Find(Life life);
+  int Fail(int error);
+  int FailWithErrno();
+  int SetTimeout(State& state, int option, std::int32_t& current, std::int32_t milliseconds);
+  int SendBlocking(State& state, std::string_view bytes);
+  int SendAtOnce(State& state, std::string_view bytes);
+  bool DrainBacklog(State& state, int flags);
+
+  void Watch(State& state);
+  bool DeliverPosted();
+  bool OnReady(Life life, std::uint32_t events, std::uint64_t round);
+  void OnLingeringReady(Life life);
+  bool OnRoom(State& state);
+  bool OnReadable(State& state, std::uint32_t events);
+  void Deliver(State& state, std::uint32_t event, int error);
+
+  OwnedDescriptor m_epoll;
+  std::vector<std::unique_ptr<State>> m_states;     // by descriptor
+  std::vector<std::unique_ptr<State>> m_lingering;  // closed, with bytes still to go out
+  std::vector<Life> m_posted;                       // sockets with a write notification to deliver
+  std::uint32_t m_lives = 0;
+  std::uint64_t m_round = 0;
+  int m_lastError = 0;
+};
+
+}  // namespace tlk

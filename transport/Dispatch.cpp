@@ -1,0 +1,54 @@
+#include "control/FiringScope.h"
+#include "control/Tlkc.h"
+#include "platform/AnsiText.h"
+#include "transport/MessageTypes.h"
+#include "transport/TraceLog.h"
+#include "xml/TLK_XMLParser.h"
+
+namespace tlk {
+
+Codec CTlkc::MessageCodec() const { return {m_ports.dom, m_ports.platform.text, m_ports.log}; }
+
+int CTlkc::HandleMessage() {
+  std::string type;
+  std::string data;
+  if (HandleMessage(type, data) != 0) {
+    return -1;
+  }
+  if (type == kKeepAliveResponse) {
+    return 0;
+  }
+  if (m_firingMessage) {
+    LogNormal(trace::kMessageSkipped, type);
+    return 0;
+  }
+  RaiseMessage(type, data);
+  return 0;
+}
+
+// The answer to a keep-alive is handed out like any other message: whoever waits for a reply takes
+// the next message, whatever it is.
+int CTlkc::HandleMessage(std::string& type, std::string& data) {
+  TLK_XMLParser parser(MessageCodec(), m_recvText);
+  if (!parser.HasDocument()) {
+    return -1;
+  }
+  if (m_clientId == -1) {
+    parser.GetReceiverId(m_clientId);
+  }
+  parser.GetType(type);
+  parser.GetData(data);
+  return 0;
+}
+
+void CTlkc::RaiseMessage(const std::string& type, const std::string& data) {
+  std::u16string wideType;
+  std::u16string wideData;
+  m_ports.platform.text.Widen(type, wideType);
+  m_ports.platform.text.Widen(data, wideData);
+  const FiringScope firing(m_firingMessage);
+  LogNormal(trace::kMessageReceived, type);
+  m_events.TlkMsgRecieved(wideType, wideData);
+}
+
+}  // namespace tlk

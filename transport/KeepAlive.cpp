@@ -1,0 +1,33 @@
+#include "control/Tlkc.h"
+#include "transport/MessageTypes.h"
+#include "xml/TLK_XMLBuilder.h"
+
+namespace tlk {
+
+void CTlkc::OnTimer(std::uintptr_t timerId) {
+  if (timerId == m_connectTimerId) {
+    // A connection attempt that is still pending ends by itself, or with Disconnect.
+    m_ports.window.StopTimer(m_connectTimerId);
+  } else if (timerId == m_keepAliveTimerId) {
+    m_ports.window.StopTimer(m_keepAliveTimerId);
+    try {
+      SendKeepAlive();
+    } catch (...) {
+      OnOutOfMemory();
+    }
+  }
+}
+
+void CTlkc::SendKeepAlive() {
+  std::string text;
+  TLK_XMLBuilder builder(MessageCodec());
+  builder.CreateMessage(kKeepAlive, m_clientId, kServerId);
+  builder.SetLength();
+  builder.GetXml(text);
+  m_pendingOut += text;
+  if (FlushPendingOutput() == 0) {
+    StartKeepAliveTimer();
+  }
+}
+
+}  // namespace tlk

@@ -1,0 +1,121 @@
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <memory>
+
+#include "control/Tlkc.h"
+#include "transport/Framing.h"
+#include "transport/MessageBuffer.h"
+#include "transport/TraceLog.h"
+
+namespace tlk {
+
+namespace {
+
+// Messages up to this size are received into the stack.
+constexpr std::size_t kSmallBody = 8192;
+
+}  // namespace
+
+int CTlkc::ReadMessage() {
+  if (m_recvText.empty()) {
+    return ReadPrefix();
+  }
+  return m_expectedLength == -1 ? ReadRestOfPrefix() : ReadBody();
+}
+
+int CTlkc::ReadPrefix() {
+  std::array<char, kLengthPrefix> prefix;
+  const int received = m_ports.sockets.Receive(m_socket, prefix, static_cast<int>(kLengthPrefix));
+  if (received == kSocketError) {
+    if (m_ports.sockets.LastError() == socket_error::kWouldBlock) {
+      return 0;
+    }
+    FailRead(trace::kReceiveFailed);
+    return AbandonMessage();
+  }
+  m_recvText = ReceivedText(prefix, received);
+  if (static_cast<std::size_t>(received) < kLengthPrefix) {
+    return 0;
+  }
+  return BeginMessage(trace::kInvalidLength);
+}
+
+int CTlkc::ReadRestOfPrefix() {
+  std::array<char, kLengthPrefix> rest;
+  const int received = m_ports.sockets.Receive(
+      m_socket, rest, static_cast<int>(kLengthPrefix) - static_cast<int>(m_recvText.size()));
+  if (received == kSocketError) {
+    if (m_ports.sockets.LastError() == socket_error::kWouldBlock) {
+      // A notification without a byte behind it, in the middle of a prefix, is taken for a broken
+      // connection; between messages or in a body it is not.
+      return -1;
+    }
+    FailRead(trace::kPrefixFailed);
+    return AbandonMessage();
+  }
+  m_recvText += ReceivedText(rest, received);
+  if (m_recvText.size() < kLengthPrefix) {
+    LogNormal(trace::kWaitingForLength);
+    return 0;
+  }
+  return BeginMessage(trace::kInvalidPrefixLength);
+}
+
+int CTlkc::BeginMessage(const TraceRecord& invalid) {
+  const auto length = GetMessageLength(m_recvText);
+  if (length < 1) {
+    // The socket stays open here; whoever called closes it.
+    LogError(invalid, length);
+    return AbandonMessage();
+  }
+  m_expectedLength = length;
+  return ReadBody();
+}
+
+int CTlkc::ReadBody() {
+  // Less than nothing is missing when the stamp is shorter than the prefix: the socket refuses
+  // that.
+  const int missing = m_expectedLength - static_cast<int>(m_recvText.size());
+  const auto size = static_cast<std::size_t>(std::max(missing, 0));
+  std::array<char, kSmallBody> small;
+  std::unique_ptr<char[]> large;
+  if (size > kSmallBody) {
+    large = std::make_unique_for_overwrite<char[]>(size);
+  }
+  const std::span<char> body(large ? large.get() : small.data(), size);
+  const int received = m_ports.sockets.Receive(m_socket, body, missing);
+  if (received == kSocketError) {
+    if (m_ports.sockets.LastError() == socket_error::kWouldBlock) {
+      return 0;
+    }
+    FailRead(trace::kBodyFailed);
+    return AbandonMessage();
+  }
+  m_recvText += ReceivedText(body, received);
+  if (static_cast<std::int64_t>(m_recvText.size()) < m_expectedLength) {
+    return 0;
+  }
+  HandleMessage();
+  ForgetMessage();
+  return 0;
+}
+
+void CTlkc::FailRead(const TraceFailure& failure) {
+  const int error = m_ports.sockets.LastError();
+  CloseSocket();
+  LogError(failure.reason, error);
+  EndConnection(failure.droppedLine);
+}
+
+int CTlkc::AbandonMessage() {
+  ForgetMessage();
+  return -1;
+}
+
+void CTlkc::ForgetMessage() {
+  EmptyBuffer(m_recvText);
+  m_expectedLength = -1;
+}
+
+}  // namespace tlk
