@@ -1,18 +1,21 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace tlk {
 
 class AnsiText;
 
-/// The limits of a document that is let in.
+/// The limits of a document that is let in. The root element is at depth 1; namespace declarations
+/// count as attributes.
 inline constexpr std::size_t kMaxXmlDepth = 256;
 inline constexpr std::size_t kMaxXmlAttributes = 1024;
 
-/// What the gate found. `reason` is null for a document that may pass, else a constant text; `position`
-/// is then the offset in bytes at which the text goes wrong.
+/// What the gate found. `reason` is null for a document that may pass, else a constant text;
+/// `position` is then the offset in bytes at which the text goes wrong.
 struct GateVerdict {
   const char* reason = nullptr;
   std::size_t position = 0;
@@ -21,12 +24,36 @@ struct GateVerdict {
 };
 
 /// Decides in one pass whether a text may be shown to a DOM: whether it is a well-formed and
-/// namespace-well-formed XML 1.0 document without a document type declaration and within the limits.
+/// namespace-well-formed XML 1.0 document without a document type declaration and within the
+/// limits.
 ///
-/// Every DOM sits behind it, because some forgive too much and others expand too much; so all builds
-/// are equally strict. The text is read as characters of the code page, whatever encoding its XML
-/// declaration names. Allocates nothing on the ordinary path. Never throws, and never reads outside
-/// `text`.
+/// Every DOM sits behind it, because some forgive too much and others expand too much; so all
+/// builds are equally strict. The text is read as characters of the code page, whatever encoding
+/// its XML declaration names.
+///
+/// A gate knows the characters of its code page, to which it refers; make one and keep it. Safe to
+/// use from any thread.
+class XmlGate {
+ public:
+  explicit XmlGate(const AnsiText& codePage);
+
+  /// Allocates nothing unless the text holds more than a handful of namespace prefixes or, in a
+  /// multi-byte code page, more than ASCII; when that memory is not to be had, it refuses. Takes
+  /// time in proportion to the text (times a logarithm for the hostile). Never throws, and never
+  /// reads outside `text`. In a multi-byte code page the position is a guess behind a broken
+  /// character.
+  [[nodiscard]] GateVerdict Pass(std::string_view text) const noexcept;
+
+ private:
+  [[nodiscard]] GateVerdict PassWide(std::string_view text) const;
+
+  const AnsiText& m_codePage;
+  bool m_singleByte;
+  std::array<char16_t, 256> m_wide{};
+  std::array<std::uint8_t, 256> m_traits{};
+};
+
+/// The same for one text only, with a gate made for it.
 [[nodiscard]] GateVerdict PassXmlGate(std::string_view text, const AnsiText& codePage) noexcept;
 
 }  // namespace tlk

@@ -1,0 +1,73 @@
+#include "xml/Gate.h"
+
+#include <algorithm>
+#include <exception>
+#include <string>
+
+#include "platform/AnsiText.h"
+#include "xml/GateScanner.h"
+#include "xml/XmlCharacters.h"
+
+namespace tlk {
+namespace {
+
+constexpr std::size_t kAsciiCount = 128;
+constexpr GateVerdict kNoMemory{"not enough memory", 0};
+
+bool IsAscii(std::string_view text) {
+  unsigned all = 0;
+  for (const char c : text) all |= static_cast<unsigned char>(c);
+  return all < kAsciiCount;
+}
+
+std::u16string UpperHalf(const AnsiText& codePage) {
+  std::string bytes;
+  for (std::size_t byte = kAsciiCount; byte < 256; ++byte) bytes.push_back(static_cast<char>(byte));
+  std::u16string wide;
+  codePage.Widen(bytes, wide);
+  return wide;
+}
+
+}  // namespace
+
+XmlGate::XmlGate(const AnsiText& codePage)
+    : m_codePage(codePage), m_singleByte(codePage.IsSingleByte()) {
+  for (std::size_t c = 0; c < kAsciiCount; ++c) m_wide[c] = static_cast<char16_t>(c);
+  if (m_singleByte) {
+    const std::u16string upper = UpperHalf(codePage);
+    std::copy_n(upper.begin(), std::min(upper.size(), kAsciiCount), m_wide.begin() + kAsciiCount);
+  }
+  const std::uint8_t* const traits = XmlTraitsOfUtf16();
+  std::transform(m_wide.begin(), m_wide.end(), m_traits.begin(),
+                 [traits](char16_t c) { return traits[c]; });
+}
+
+GateVerdict XmlGate::Pass(std::string_view text) const noexcept {
+  try {
+    if (m_singleByte || IsAscii(text)) return ScanXml(text, {m_traits.data(), m_wide.data()});
+    return PassWide(text);
+  } catch (const std::exception&) {
+    return kNoMemory;
+  }
+}
+
+GateVerdict XmlGate::PassWide(std::string_view text) const {
+  std::u16string wide;
+  m_codePage.Widen(text, wide);
+  GateVerdict verdict = ScanXml<char16_t>(wide, {XmlTraitsOfUtf16(), nullptr});
+  if (verdict.Passed()) return verdict;
+  std::string before;
+  m_codePage.Narrow(std::u16string_view(wide).substr(0, verdict.position), before);
+  verdict.position = std::min(before.size(), text.size());
+  return verdict;
+}
+
+GateVerdict PassXmlGate(std::string_view text, const AnsiText& codePage) noexcept {
+  try {
+    return XmlGate(codePage).Pass(text);
+  } catch (const std::exception&) {
+    return kNoMemory;
+  }
+}
+
+}  // namespace tlk
