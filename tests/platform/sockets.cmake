@@ -1,0 +1,1 @@
+tlkc2_add_test(message_loop SOURCES MessageLoopTest.cpp LINK tlkc2_platform)
