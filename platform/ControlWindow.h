@@ -7,8 +7,8 @@ namespace tlk {
 /// What a control window calls, always on the window's own thread.
 class WindowTarget {
  public:
-  /// A socket notification. `wParam` is the socket; the low half of `lParam` the event, the high half
-  /// the error number, 0 for none. Sets `handled` when the message needs no further treatment.
+  /// A socket notification. `wParam` is the socket; the low half of `lParam` the event, the high
+  /// half the error number, 0 for none. Sets `handled` when the message needs no further treatment.
   virtual std::intptr_t OnSocketNotify(std::uint32_t message, std::uintptr_t wParam,
                                        std::uintptr_t lParam, bool& handled) = 0;
 

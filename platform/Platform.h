@@ -18,8 +18,8 @@ struct Platform {
   Files& files;
 };
 
-/// The platform that this program runs on. It is made on first use and stays until the process ends,
-/// so that threads which outlive everything else may still use it.
+/// The platform that this program runs on. It is made on first use and stays until the process
+/// ends, so that threads which outlive everything else may still use it.
 [[nodiscard]] const Platform& SystemPlatform();
 
 }  // namespace tlk

@@ -16,8 +16,8 @@ class StringTable {
   /// The module with that name, letter case ignored; null when none is loaded.
   [[nodiscard]] virtual ModuleHandle FindModule(const char* name) const = 0;
 
-  /// Copies a module's text for a number into `buffer`, cut to fit and ended by a zero byte; returns
-  /// its length, 0 when the module has no such text.
+  /// Copies a module's text for a number into `buffer`, cut to fit and ended by a zero byte;
+  /// returns its length, 0 when the module has no such text.
   [[nodiscard]] virtual int Load(ModuleHandle module, std::uint32_t number,
                                  std::span<char> buffer) const = 0;
 };

@@ -57,8 +57,8 @@ class SystemThread {
   [[nodiscard]] virtual WaitResult Wait(std::uint32_t milliseconds) = 0;
 };
 
-/// Makes the system's mutexes, events and threads. Safe to call from any thread. A maker returns null
-/// when the system refuses; `LastError` then holds the system's number.
+/// Makes the system's mutexes, events and threads. Safe to call from any thread. A maker returns
+/// null when the system refuses; `LastError` then holds the system's number.
 class Synchronisation {
  public:
   virtual ~Synchronisation() = default;
