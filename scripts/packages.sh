@@ -1,0 +1,40 @@
+# Sourced by the other scripts: installs what they need and this machine lacks.
+
+# need PACKAGE... : installs with apt those of the packages that are missing, and says so in a line.
+need() {
+  local missing=() package
+  for package in "$@"; do
+    dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
+      missing+=("$package")
+  done
+  [ "${#missing[@]}" -eq 0 ] && return 0
+  echo "Installing ${missing[*]}"
+  local log
+  log=$(mktemp)
+  if ! { apt-get update -qq && DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -qq --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+    cat "$log" >&2
+    rm -f "$log"
+    return 1
+  fi
+  rm -f "$log"
+}
+
+need_build_tools() {
+  need g++ cmake ninja-build libpugixml-dev libcli11-dev libasio-dev
+}
+
+need_test_tools() {
+  need_build_tools && need libgtest-dev libgmock-dev libexpat1-dev
+}
+
+# build PRESET: configures and builds, quietly unless it fails.
+build() {
+  echo "Building $1"
+  local log="build/$1.log"
+  mkdir -p build
+  if ! { cmake --preset "$1" && cmake --build --preset "$1"; } >"$log" 2>&1; then
+    cat "$log" >&2
+    return 1
+  fi
+}
