@@ -1,12 +1,120 @@
 #include "tools/tlk/serve/ServeCommand.h"
 
 #include <CLI/CLI.hpp>
+#include <memory>
+
+#include "tools/tlk/OwnOutput.h"
+#include "tools/tlk/serve/ScriptPlayer.h"
+#include "tools/tlk/serve/Server.h"
 
 namespace tlk {
+namespace {
+
+using namespace tlk::serve;
+
+constexpr const char* kDescription =
+    "Run a development server on 127.0.0.1 to write hosts against. Each client has an id from 1 "
+    "up.\n"
+    "Keep-alives are answered; every other message goes back to its sender.";
+
+constexpr const char* kFooter =
+    "Prints 'listening 127.0.0.1:PORT', then for each client\n"
+    "  client 1 connected\n"
+    "  client 1 message type=\"Hello\" bytes=123\n"
+    "  client 1 closed           (or 'lost: REASON', or 'refused: REASON')\n"
+    "and 'stopped' at its end. Exit status: 0, or 1 when it cannot serve or a script fails.\n"
+    "\n"
+    "Examples:\n"
+    "  tlk serve --port 1371                   until Ctrl-C\n"
+    "  tlk serve --relay                       clients talk to each other\n"
+    "  tlk serve --clients 1 --for 60          for one client, a minute at most\n"
+    "  tlk serve --script conversation.talk    play the server's part of a conversation";
+
+/// What the command line says; absent numbers are 0.
+struct Options {
+  ServerOptions server;
+  unsigned seconds = 0;
+  std::size_t clients = 0;
+  std::string script;
+};
+
+int ReportFailure(const std::string& what) {
+  std::fprintf(stderr, "tlk serve: %s\n", what.c_str());
+  return 1;
+}
+
+void WriteLine(std::string_view line) { OwnOutput::Get().Line(line); }
+
+int RunServer(const Options& options) {
+  auto settled = options.server;
+  if (options.seconds > 0) {
+    settled.runFor = std::chrono::seconds(options.seconds);
+  }
+  if (options.clients > 0) {
+    settled.clients = options.clients;
+  }
+  Server server(settled, WriteLine);
+  if (const auto error = server.Listen()) {
+    return ReportFailure("cannot listen: " + error.message());
+  }
+  server.Run();
+  return 0;
+}
+
+int RunScript(const Options& options) {
+  std::string error;
+  const auto conversation = ReadConversationFile(options.script, error);
+  if (!conversation) {
+    return ReportFailure(error);
+  }
+  const LineWriter writeLine = WriteLine;
+  ScriptPlayer player(*conversation, writeLine);
+  if (const auto failure = player.Listen(options.server.port)) {
+    return ReportFailure("cannot listen: " + failure.message());
+  }
+  return player.Play() ? 0 : 1;
+}
+
+int Run(const Options& options) {
+  try {
+    return options.script.empty() ? RunServer(options) : RunScript(options);
+  } catch (const std::exception& error) {
+    return ReportFailure(error.what());
+  }
+}
+
+void AddOptions(CLI::App& serve, Options& options) {
+  auto* script = serve.add_option("--script", options.script,
+                                  "Play the server's part of a conversation file instead");
+  serve.add_option("--port", options.server.port, "Port to listen on; 0 lets the system choose")
+      ->capture_default_str();
+  serve.add_flag("--relay", options.server.relay, "Send messages to all other clients, not back")
+      ->excludes(script);
+  serve.add_option("--for", options.seconds, "Stop after so many seconds")
+      ->check(CLI::PositiveNumber)
+      ->excludes(script);
+  serve.add_option("--clients", options.clients, "Stop when so many clients have come and gone")
+      ->check(CLI::PositiveNumber)
+      ->excludes(script);
+  serve.add_option("--max-length", options.server.limits.message, "Refuse longer messages (bytes)")
+      ->check(CLI::Range(kLengthPrefix, kMaxMessageLength))
+      ->capture_default_str()
+      ->excludes(script);
+  serve
+      .add_option("--max-queue", options.server.limits.queue,
+                  "Refuse clients that leave more bytes unread")
+      ->capture_default_str()
+      ->excludes(script);
+}
+
+}  // namespace
 
 void AddServeCommand(CLI::App& app, int& exitStatus) {
-  auto* serve = app.add_subcommand("serve", "Run a development server.");
-  serve->callback([&exitStatus] { exitStatus = 1; });
+  auto* command = app.add_subcommand("serve", kDescription);
+  command->footer(kFooter);
+  const auto options = std::make_shared<Options>();
+  AddOptions(*command, *options);
+  command->callback([options, &exitStatus] { exitStatus = Run(*options); });
 }
 
 }  // namespace tlk

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/signal_set.hpp>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/tlk/serve/Conversation.h"
+#include "tools/tlk/serve/Messages.h"
+#include "tools/tlk/serve/ScriptPeer.h"
+#include "tools/tlk/serve/Server.h"
+
+namespace tlk::serve {
+
+/// A server that does what a script says, one command after the other:
+///
+/// | command | what it does |
+/// |---|---|
+/// | `accept` | waits for the next client, which becomes the one spoken to |
+/// | `client N` | speaks to the Nth client again |
+/// | `message TYPE [DATA [TO_ID]]` | sends a message from 0 to 1, or to TO_ID |
+/// | `stamped TEXT` | sends TEXT with its length in place of `0000000` |
+/// | `send TEXT` | sends the bytes of TEXT |
+/// | `pieces N [PAUSE_MS]` | sends in pieces of N bytes from now on, 0 for whole |
+/// | `wait MS` | does nothing for that long |
+/// | `expect TEXT` | the next bytes are those of TEXT |
+/// | `expect-message TYPE [DATA [FROM_ID]]` | so is the next message: what a client with that id,
+/// -1 when it does not know its own, sends | | `expect-type TYPE` | the next message is a true one
+/// of that type | | `expect-close` | the client closes the connection and sends nothing before | |
+/// `close` | closes the connection | | `reset` | resets it |
+///
+/// Words are split and quoted as on the console of a host. No command waits longer than the
+/// conversation's limit. For each a line is written when its turn comes.
+class ScriptPlayer {
+ public:
+  /// Both must outlive the player.
+  ScriptPlayer(const Conversation& conversation, const LineWriter& writeLine);
+
+  /// Begins to listen on 127.0.0.1; says why not when it cannot.
+  [[nodiscard]] asio::error_code Listen(std::uint16_t port);
+
+  /// Plays the script. False when something went otherwise; a line has then said what.
+  [[nodiscard]] bool Play();
+
+ private:
+  using Words = std::vector<std::string>;
+  struct Command;
+  static const Command kCommands[];
+
+  static const Command& FindCommand(const Words& words);
+  void PlayLine(const ConversationLine& line);
+
+  void Accept(const Words& words);
+  void SelectClient(const Words& words);
+  void SendMessage(const Words& words);
+  void SendStamped(const Words& words);
+  void SendBytes(const Words& words);
+  void SetPieces(const Words& words);
+  void Pause(const Words& words);
+  void ExpectBytes(const Words& words);
+  void ExpectMessage(const Words& words);
+  void ExpectType(const Words& words);
+  void ExpectClose(const Words& words);
+  void Close(const Words& words);
+  void Reset(const Words& words);
+
+  ScriptPeer& Peer();
+
+  const Conversation& m_conversation;
+  const LineWriter& m_writeLine;
+  Messages m_messages;
+  asio::io_context m_io;
+  ScriptWait m_wait;
+  asio::ip::tcp::acceptor m_acceptor;
+  std::vector<ScriptPeer> m_peers;
+  std::size_t m_current = 0;  ///< The peer spoken to, from 1; 0 before the first.
+};
+
+}  // namespace tlk::serve

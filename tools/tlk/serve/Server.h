@@ -1,0 +1,79 @@
+#pragma once
+
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/signal_set.hpp>
+#include <asio/steady_timer.hpp>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tools/tlk/serve/Connection.h"
+#include "tools/tlk/serve/Messages.h"
+
+namespace tlk::serve {
+
+/// Where a server's lines go.
+using LineWriter = std::function<void(std::string_view)>;
+
+struct ServerOptions {
+  std::uint16_t port = 0;                      ///< 0 lets the system choose.
+  bool relay = false;                          ///< Messages go to everybody else, not back.
+  ConnectionLimits limits;                     ///< For each client.
+  std::optional<std::chrono::seconds> runFor;  ///< Ends the server after that time.
+  std::optional<std::size_t> clients;          ///< Ends it when so many have come and gone.
+};
+
+/// The development server: answers keep-alives, and sends every other message back.
+///
+/// It listens on 127.0.0.1 only. It writes a line when it listens, for each connection, message and
+/// end of a connection, and when it stops. One client's faults never touch another's connection.
+/// Everything but `Stop` belongs to one thread.
+class Server : private ConnectionEvents {
+ public:
+  Server(const ServerOptions& options, LineWriter writeLine);
+  ~Server();
+
+  /// Begins to listen; says why not when it cannot.
+  [[nodiscard]] asio::error_code Listen();
+
+  /// Serves until one of its ends is reached, SIGINT and SIGTERM among them.
+  void Run();
+
+  /// Makes `Run` return. Any thread may call it.
+  void Stop();
+
+ private:
+  using Socket = asio::ip::tcp::socket;
+
+  void OnFrame(Connection& from, const std::string& frame) override;
+  void OnEnd(Connection& connection, const std::string& how) override;
+  void Accept();
+  void OnAccepted(const asio::error_code& error, Socket socket);
+  void AcceptLater();
+  void StopAtItsTime();
+  void Answer(Connection& from, const std::string& frame, std::string_view type);
+  void Relay(const Connection& from, const std::string& frame);
+  void Send(Connection& to, std::string frame);
+  void Close();
+  void WriteClientLine(const Connection& client, std::string_view text);
+
+  const ServerOptions m_options;
+  const LineWriter m_writeLine;
+  Messages m_messages;
+  asio::io_context m_io;
+  asio::ip::tcp::acceptor m_acceptor;
+  asio::signal_set m_signals;
+  asio::steady_timer m_end;
+  asio::steady_timer m_acceptPause;
+  std::map<int, std::shared_ptr<Connection>> m_clients;
+  int m_lastId = 0;
+  std::size_t m_gone = 0;
+};
+
+}  // namespace tlk::serve
