@@ -1,0 +1,49 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <span>
+
+#include "platform/Synchronisation.h"
+
+namespace tlk {
+
+/// An event in one atomic word. Setting it while nobody sleeps on it, and waiting for it while it
+/// is signalled, take no lock and make no system call. A waiter that has been let go may destroy
+/// the event at once: `Set` does not touch it any more.
+class PosixEvent final : public SystemEvent {
+ public:
+  PosixEvent(ResetMode mode, bool isSignalled);
+
+  [[nodiscard]] WaitResult Wait(std::uint32_t milliseconds) override;
+  void Set() override;
+  void Reset() override;
+
+  [[nodiscard]] static WaitResult WaitEither(PosixEvent& first, PosixEvent& second,
+                                             std::uint32_t milliseconds);
+
+ private:
+  struct Sleeper;
+  struct Dormitory;
+
+  [[nodiscard]] static WaitResult WaitAny(std::span<PosixEvent* const> events,
+                                          std::uint32_t milliseconds);
+  [[nodiscard]] static WaitResult SleepUntilAny(std::span<PosixEvent* const> events,
+                                                std::uint32_t milliseconds);
+
+  /// Takes the signal if there is one.
+  [[nodiscard]] bool TryTake();
+
+  /// Takes the signal, or counts one sleeper more, in one step.
+  [[nodiscard]] bool TakeOrCountSleeper();
+  void UncountSleeper();
+  void WakeSleepers();
+
+  const ResetMode m_mode;
+
+  /// The lowest bit is the signal; the others count the sleepers. While there are sleepers the
+  /// signal is off, and only a thread that holds the dormitory's mutex switches it on.
+  std::atomic<std::uint32_t> m_word;
+};
+
+}  // namespace tlk

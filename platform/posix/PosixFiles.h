@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/Files.h"
+
+namespace tlk {
+
+/// File calls of a POSIX system. Nothing here blocks on a strange file or raises a signal: a log
+/// path that leads to something else than a regular file or a character device is not opened.
+class PosixFiles final : public Files {
+ public:
+  /// A new file gets the mode 0644, less the process's mask. Part of a line that could not be
+  /// written whole is taken back, unless another process has appended behind it meanwhile.
+  [[nodiscard]] std::int64_t AppendLine(const std::string& path, std::string_view line) override;
+
+  bool Remove(const std::string& path) override;
+  bool Rename(const std::string& from, const std::string& to) override;
+};
+
+}  // namespace tlk

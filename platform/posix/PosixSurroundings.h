@@ -1,0 +1,36 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+
+#include "platform/Surroundings.h"
+
+namespace tlk {
+
+/// The surroundings of a POSIX process. The temporary folder is what TMPDIR names, else "/tmp".
+class PosixSurroundings final : public Surroundings {
+ public:
+  [[nodiscard]] std::uint32_t TemporaryFolder(std::span<char> buffer) const override;
+  [[nodiscard]] const char* FallbackFolder() const override { return "/"; }
+  [[nodiscard]] char PathSeparator() const override { return '/'; }
+
+  /// There is no debugger to write to: the text goes to standard error, as a line.
+  void DebugOutput(const char* text) override;
+
+  [[nodiscard]] LocalTime Now() const override;
+  [[nodiscard]] std::uint64_t TickCount() const override;
+  void Sleep(std::uint32_t milliseconds) override;
+
+  /// The local time at a moment. The zone's offset is asked for once a minute; a process that
+  /// changes its time zone (and calls `tzset`) sees that in the next one.
+  [[nodiscard]] LocalTime At(std::chrono::system_clock::time_point moment) const;
+
+ private:
+  [[nodiscard]] std::chrono::seconds OffsetAt(
+      std::chrono::sys_time<std::chrono::minutes> minute) const;
+
+  /// The offset of the zone and the minute it was asked for, in one word so that no lock is needed.
+  mutable std::atomic<std::uint64_t> m_offsetOfMinute{~std::uint64_t{0}};
+};
+
+}  // namespace tlk

@@ -1,0 +1,26 @@
+#include "platform/posix/ThreadContext.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+namespace tlk {
+namespace {
+
+thread_local std::uint32_t t_number = 0;
+thread_local int t_lastError = 0;
+
+/// The thread that forks lives on in the child under another number.
+[[maybe_unused]] const int kForkHandler = pthread_atfork(nullptr, nullptr, [] { t_number = 0; });
+
+}  // namespace
+
+std::uint32_t CurrentThreadNumber() {
+  if (t_number == 0) t_number = static_cast<std::uint32_t>(gettid());
+  return t_number;
+}
+
+int LastThreadError() { return t_lastError; }
+
+void SetLastThreadError(int error) { t_lastError = error; }
+
+}  // namespace tlk

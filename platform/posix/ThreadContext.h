@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+
+namespace tlk {
+
+/// The number by which the system knows the calling thread.
+[[nodiscard]] std::uint32_t CurrentThreadNumber();
+
+/// The number of the calling thread's last failure in `Synchronisation`.
+[[nodiscard]] int LastThreadError();
+void SetLastThreadError(int error);
+
+/// Numbers of failures that hosts know from elsewhere and find in the log.
+namespace thread_error {
+inline constexpr int kNotFound = 2;
+inline constexpr int kNotOwner = 288;
+}  // namespace thread_error
+
+}  // namespace tlk
