@@ -14,6 +14,7 @@ using DomResult = std::int32_t;
 inline constexpr DomResult kDomOk = 0;
 inline constexpr DomResult kDomNothing = 1;
 inline constexpr DomResult kDomFailed = static_cast<DomResult>(0x80004005);
+inline constexpr DomResult kDomOutOfMemory = static_cast<DomResult>(0x8007000E);
 inline constexpr DomResult kDomBadArgument = static_cast<DomResult>(0x80070057);
 
 [[nodiscard]] constexpr bool Succeeded(DomResult result) { return result >= 0; }
@@ -25,12 +26,17 @@ using DomNode = DomNodeTag*;
 
 /// One XML document.
 ///
-/// Text goes in and comes out as narrow text in the ANSI code page. Out strings are replaced on plain
-/// success and left alone otherwise. A document belongs to one thread. Nothing throws.
+/// Text goes in and comes out as narrow text in the ANSI code page. Out strings are replaced on
+/// plain success and left alone otherwise. A document belongs to one thread. Nothing throws.
+///
+/// What is serialised can be read back: markup in a value is escaped, and line breaks and tabs in
+/// an attribute are written as character references. A value that is set ends before its first zero
+/// byte; any other control character that XML cannot hold becomes "?" in it. Names that are set
+/// have no prefix; what cannot be a name is a bad argument.
 ///
 /// A path is an XPath 1.0 expression. A name without a prefix selects what lies in no namespace; a
-/// prefix is bound to nothing and therefore an error. An expression that is not well-formed, or gives
-/// no nodes by its kind, fails.
+/// prefix is bound to nothing and therefore an error. An expression that is not well-formed, or
+/// gives no nodes by its kind, fails.
 class DomDocument {
  public:
   virtual ~DomDocument() = default;
@@ -42,8 +48,10 @@ class DomDocument {
   virtual DomResult SelectXPath() = 0;
 
   /// Replaces the content by that of `text`. `loaded` tells whether the text could be parsed, which
-  /// the result does not: text that is not well-formed gives plain success and false, and leaves the
-  /// document empty.
+  /// the result does not: text that is not well-formed gives plain success and false, and leaves
+  /// the document empty. The text is read as characters of the code page, whatever its XML
+  /// declaration says, and the declaration is not kept. Comments, processing instructions and CDATA
+  /// sections are; white space alone between elements need not be.
   [[nodiscard]] virtual DomResult LoadXml(std::string_view text, bool& loaded) = 0;
   /// Why the last text could not be parsed.
   [[nodiscard]] virtual DomResult ParseErrorReason(std::string& reason) = 0;
@@ -54,19 +62,21 @@ class DomDocument {
   /// The root element; nothing when the document is empty.
   [[nodiscard]] virtual DomResult DocumentElement(DomNode& element) = 0;
 
-  /// Puts `child` behind the last child of `parent`. A child of another document is brought over, and
-  /// its old place keeps it or loses it, as the platform likes: read what follows it before.
+  /// Puts `child` behind the last child of `parent`. A child of another document is brought over,
+  /// and its old place keeps it or loses it, as the platform likes: read what follows it before.
+  /// Its names keep their namespaces. Both documents are of one factory.
   virtual DomResult AppendChild(DomNode parent, DomNode child) = 0;
 
   /// The node as an element; nothing when it is none.
   [[nodiscard]] virtual DomResult AsElement(DomNode node, DomNode& element) = 0;
-  virtual DomResult SetAttribute(DomNode element, std::string_view name, std::string_view value) = 0;
+  virtual DomResult SetAttribute(DomNode element, std::string_view name,
+                                 std::string_view value) = 0;
   /// An attribute's value; nothing when the element has none of that name.
   [[nodiscard]] virtual DomResult Attribute(DomNode element, std::string_view name,
                                             std::string& value) = 0;
 
-  /// The first node, in document order, that `path` selects from `context`; from the document itself
-  /// when `context` is null.
+  /// The first node, in document order, that `path` selects from `context`, which is no attribute;
+  /// from the document itself when `context` is null.
   [[nodiscard]] virtual DomResult SelectNode(DomNode context, std::string_view path,
                                              DomNode& node) = 0;
 

@@ -13,9 +13,9 @@ namespace tlk {
 /// Reads a message document.
 ///
 /// Text is narrow, in the ANSI code page. Results are 0 for success, -1 when the document, its root
-/// or the node could not be had, and -2 when they are there but the asked-for attribute, node or text
-/// is not; out values are then left alone. A failure is shown on standard output and recorded in the
-/// codec's log. Belongs to one thread; nothing throws.
+/// or the node could not be had, and -2 when they are there but the asked-for attribute, node or
+/// text is not; out values are then left alone. A failure is shown on standard output and recorded
+/// in the codec's log. Belongs to one thread; nothing throws.
 class TLK_XMLParser {
  public:
   /// From text; without a document when the text cannot be parsed, which is then reported.
@@ -27,8 +27,8 @@ class TLK_XMLParser {
 
   [[nodiscard]] bool HasDocument() const { return m_document != nullptr; }
 
-  /// Replaces the document by that of a text. Text that is not well-formed gives 0 all the same, and
-  /// a document that holds nothing.
+  /// Replaces the document by that of a text. Text that is not well-formed gives 0 all the same,
+  /// and a document that holds nothing.
   int LoadXml(std::string_view source);
 
   /// The root element, owned by this parser; null when there is none. The result is -1 for plain
@@ -38,8 +38,8 @@ class TLK_XMLParser {
   /// The root's `Type`.
   int GetType(std::string& type);
 
-  /// The `Id` of the root's `To` child, read as far as it is a decimal number: 12abc is 12, an empty
-  /// `Id` is 0.
+  /// The `Id` of the root's `To` child, read as far as it is a decimal number: 12abc is 12, an
+  /// empty `Id` is 0.
   int GetReceiverId(std::int32_t& id);
 
   /// The serialised `Data` child of the root, its own tags included. 0 whatever came of it.
@@ -60,6 +60,8 @@ class TLK_XMLParser {
   DomResult SelectSingleNode(std::string_view path, DomNode& node);
 
  private:
+  bool FindRoot(DomNode& root) const;
+
   Codec m_codec;
   std::unique_ptr<DomDocument> m_document;
 };

@@ -1,0 +1,91 @@
+#include "xml/DocumentLoader.h"
+
+#include <cstdio>
+#include <string>
+
+#include "xml/Gate.h"
+
+namespace tlk {
+namespace {
+
+using Setting = DomResult (DomDocument::*)(bool);
+constexpr std::array<Setting, kDocumentSettings> kSettings = {
+    &DomDocument::SetAsync, &DomDocument::SetValidateOnParse, &DomDocument::SetResolveExternals};
+
+// What became of a text: whether it could be parsed, and why not.
+struct Parse {
+  DomResult result = kDomOk;
+  bool loaded = false;
+  GateVerdict verdict;
+};
+
+Parse LoadThroughGate(const Codec& codec, DomDocument& document, std::string_view text) {
+  document.SelectXPath();
+  Parse parse;
+  parse.verdict = PassXmlGate(text, codec.text);
+  if (parse.verdict.Passed()) parse.result = document.LoadXml(text, parse.loaded);
+  return parse;
+}
+
+void ReportRefusal(const Codec& codec, const char* source, const Failure& failure,
+                   const GateVerdict& verdict) {
+  std::array<char, 256> reason{};
+  const int length = std::snprintf(reason.data(), reason.size(), "%s, at byte %zu", verdict.reason,
+                                   verdict.position);
+  const bool fits = length > 0 && static_cast<std::size_t>(length) < reason.size();
+  ReportFailure(codec, source, failure, kDomOk, fits ? reason.data() : verdict.reason);
+}
+
+// The code that goes with the reason is that of asking for it, not that of the parse.
+void ReportParseError(const Codec& codec, const char* source, const Failure& failure,
+                      DomDocument& document) {
+  std::string reason;
+  const DomResult result = document.ParseErrorReason(reason);
+  ReportFailure(codec, source, failure, result, reason);
+}
+
+}  // namespace
+
+std::unique_ptr<DomDocument> SetUpDocument(const Codec& codec, const char* source,
+                                           const SetUpFailures& failures) {
+  std::unique_ptr<DomDocument> document;
+  const DomResult created = codec.dom.NewDocument(document);
+  if (!Succeeded(created) || document == nullptr) {
+    ReportFailure(codec, source, failures.create, created);
+    return nullptr;
+  }
+  for (std::size_t i = 0; i < kSettings.size(); ++i) {
+    const DomResult result = (document.get()->*kSettings[i])(false);
+    if (!Succeeded(result)) {
+      ReportFailure(codec, source, failures.settings[i], result);
+      return nullptr;
+    }
+  }
+  return document;
+}
+
+std::unique_ptr<DomDocument> LoadWellFormed(const Codec& codec, const char* source,
+                                            const LoadFailures& failures, std::string_view text) {
+  std::unique_ptr<DomDocument> document = SetUpDocument(codec, source, failures.setUp);
+  if (document == nullptr) return nullptr;
+  const Parse parse = LoadThroughGate(codec, *document, text);
+  if (parse.loaded) return document;
+  if (parse.verdict.Passed()) {
+    ReportParseError(codec, source, failures.load, *document);
+  } else {
+    ReportRefusal(codec, source, failures.load, parse.verdict);
+  }
+  return nullptr;
+}
+
+std::unique_ptr<DomDocument> LoadAnyText(const Codec& codec, const char* source,
+                                         const LoadFailures& failures, std::string_view text) {
+  std::unique_ptr<DomDocument> document = SetUpDocument(codec, source, failures.setUp);
+  if (document == nullptr) return nullptr;
+  const Parse parse = LoadThroughGate(codec, *document, text);
+  if (Succeeded(parse.result)) return document;
+  ReportFailure(codec, source, failures.load, parse.result);
+  return nullptr;
+}
+
+}  // namespace tlk

@@ -1,0 +1,84 @@
+#include "xml/Failures.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "log/iLogger.h"
+#include "platform/AnsiText.h"
+#include "xml/XmlCharacters.h"
+
+namespace tlk {
+namespace {
+
+constexpr std::int32_t kLevel = 0;
+constexpr std::uint32_t kMessage = 1;
+
+// The log formats wide texts with the C library, whose wide characters hold 16 bits on one platform
+// and 32 on the other.
+std::wstring WideText(const AnsiText& codePage, std::string_view narrow) {
+  std::u16string units;
+  codePage.Widen(narrow, units);
+  std::wstring wide;
+  wide.reserve(units.size());
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    const char16_t unit = units[i];
+    if (sizeof(wchar_t) > sizeof(char16_t) && IsHighSurrogate(unit) && i + 1 < units.size() &&
+        IsLowSurrogate(units[i + 1])) {
+      wide += static_cast<wchar_t>(0x10000 + ((unit - 0xD800) << 10) + (units[++i] - 0xDC00));
+    } else {
+      wide += static_cast<wchar_t>(unit);
+    }
+  }
+  return wide;
+}
+
+bool HasText(FailureValues values) {
+  return values == FailureValues::kCodeThenText || values == FailureValues::kTextThenCode;
+}
+
+void Show(const Failure& failure, DomResult code, std::string_view text) {
+  if (HasText(failure.values)) {
+    std::printf(failure.shown, std::string(text).c_str());
+  } else {
+    std::printf(failure.shown, static_cast<unsigned int>(code));
+  }
+}
+
+void Record(const Codec& codec, const char* source, const Failure& failure, DomResult code,
+            std::string_view text) {
+  const auto hexCode = static_cast<unsigned int>(code);
+  const std::wstring wide = HasText(failure.values) ? WideText(codec.text, text) : std::wstring();
+  switch (failure.values) {
+    case FailureValues::kNone:
+      codec.log.LogError(kLevel, kMessage, source, failure.line, failure.logged);
+      break;
+    case FailureValues::kCode:
+      codec.log.LogError(kLevel, kMessage, source, failure.line, failure.logged, hexCode);
+      break;
+    case FailureValues::kCodeThenText:
+      codec.log.LogError(kLevel, kMessage, source, failure.line, failure.logged, hexCode,
+                         wide.c_str());
+      break;
+    case FailureValues::kTextThenCode:
+      codec.log.LogError(kLevel, kMessage, source, failure.line, failure.logged, wide.c_str(),
+                         hexCode);
+      break;
+  }
+}
+
+}  // namespace
+
+void ReportFailure(const Codec& codec, const char* source, const Failure& failure, DomResult code,
+                   std::string_view text) noexcept {
+  try {
+    Show(failure, code, text);
+    Record(codec, source, failure, code, text);
+  } catch (const std::exception&) {
+    // Memory has run out. The operation fails all the same; only its report is lost.
+    std::fputs("A failure could not be recorded.\n", stderr);
+  }
+}
+
+}  // namespace tlk

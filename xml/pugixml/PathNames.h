@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace tlk {
+
+/// The longest path that is looked at, in bytes.
+inline constexpr std::size_t kMaxPathLength = 4096;
+
+/// Rewrites an XPath expression so that each element name in it selects only elements in no
+/// namespace: pugixml compares names as they are written and knows of no namespaces. False when the
+/// expression names a prefix, which is bound to nothing, or is too long. Whether it is well-formed
+/// otherwise is left to the compiler.
+[[nodiscard]] bool BindPathNames(std::string_view path, std::string& bound);
+
+}  // namespace tlk

@@ -1,0 +1,89 @@
+#include "xml/pugixml/PugiPaths.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "xml/pugixml/PathNames.h"
+#include "xml/pugixml/PugiNamespaces.h"
+
+namespace tlk {
+namespace {
+
+bool BelongsToWord(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
+
+// Whether a path is nothing but a name, of the plainest kind. Nearly every path is, behind "//" or
+// not, and needs no XPath.
+bool IsWord(std::string_view path) {
+  return !path.empty() && std::all_of(path.begin(), path.end(), BelongsToWord);
+}
+
+bool IsNamed(const pugi::xml_node& node, std::string_view name) {
+  return node.type() == pugi::node_element && name == node.name() && IsInNoNamespace(node);
+}
+
+pugi::xml_node Child(const PathStart& start, std::string_view name) {
+  if (start.context.type() == pugi::node_document)
+    return IsNamed(start.root, name) ? start.root : pugi::xml_node();
+  for (const pugi::xml_node& child : start.context.children())
+    if (IsNamed(child, name)) return child;
+  return {};
+}
+
+// The node behind `node` in document order, within the tree under `root`.
+pugi::xml_node Next(pugi::xml_node node, const pugi::xml_node& root) {
+  if (node.first_child()) return node.first_child();
+  while (node != root && !node.next_sibling()) node = node.parent();
+  return node == root ? pugi::xml_node() : node.next_sibling();
+}
+
+pugi::xml_node Anywhere(const pugi::xml_node& root, std::string_view name) {
+  for (pugi::xml_node node = root; node; node = Next(node, root))
+    if (IsNamed(node, name)) return node;
+  return {};
+}
+
+bool IsUnder(const pugi::xpath_node& found, const pugi::xml_node& root) {
+  pugi::xml_node top = found.node() ? found.node() : found.parent();
+  while (top.parent() && top.parent().type() != pugi::node_document) top = top.parent();
+  return top == root || top.type() != pugi::node_element;
+}
+
+pugi::xpath_node FirstUnder(pugi::xpath_node_set found, const pugi::xml_node& root) {
+  found.sort();
+  const auto* const first =
+      std::find_if(found.begin(), found.end(),
+                   [&](const pugi::xpath_node& node) { return IsUnder(node, root); });
+  return first == found.end() ? pugi::xpath_node() : *first;
+}
+
+}  // namespace
+
+DomResult PugiPaths::Select(const PathStart& start, std::string_view path, bool strays,
+                            pugi::xpath_node& found) {
+  if (IsWord(path)) {
+    found = Child(start, path);
+  } else if (path.starts_with("//") && IsWord(path.substr(2))) {
+    found = Anywhere(start.root, path.substr(2));
+  } else {
+    const pugi::xpath_query* const query = Compile(path);
+    if (query == nullptr || query->return_type() != pugi::xpath_type_node_set) return kDomFailed;
+    found = strays ? FirstUnder(query->evaluate_node_set(start.context), start.root)
+                   : query->evaluate_node(start.context);
+  }
+  return found ? kDomOk : kDomNothing;
+}
+
+const pugi::xpath_query* PugiPaths::Compile(std::string_view path) {
+  const auto known = std::find_if(m_compiled.begin(), m_compiled.end(),
+                                  [path](const Compiled& kept) { return kept.path == path; });
+  if (known != m_compiled.end()) return known->query.get();
+  if (!BindPathNames(path, m_bound)) return nullptr;
+
+  Compiled compiled{std::string(path), std::make_unique<pugi::xpath_query>(m_bound.c_str())};
+  if (m_compiled.size() < kKept) return m_compiled.emplace_back(std::move(compiled)).query.get();
+  Compiled& oldest = m_compiled[m_oldest++ % kKept];
+  oldest = std::move(compiled);
+  return oldest.query.get();
+}
+
+}  // namespace tlk

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <pugixml.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "xml/Dom.h"
+
+namespace tlk {
+
+/// Where a path starts: a node, and the document element of its document, which may be empty.
+struct PathStart {
+  pugi::xml_node context;
+  pugi::xml_node root;
+};
+
+/// Selects by paths, given in UTF-8, and keeps the compiled ones. Belongs to one thread at a time.
+class PugiPaths {
+ public:
+  /// The first node, in document order. Elements that stand at the top of the tree beside `root` do
+  /// not belong to the document; `strays` tells whether there are any. May throw what pugixml
+  /// throws.
+  [[nodiscard]] DomResult Select(const PathStart& start, std::string_view path, bool strays,
+                                 pugi::xpath_node& found);
+
+ private:
+  struct Compiled {
+    std::string path;
+    std::unique_ptr<pugi::xpath_query> query;
+  };
+
+  const pugi::xpath_query* Compile(std::string_view path);
+
+  static constexpr std::size_t kKept = 8;
+  std::vector<Compiled> m_compiled;
+  std::size_t m_oldest = 0;
+  std::string m_bound;
+};
+
+}  // namespace tlk

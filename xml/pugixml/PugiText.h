@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tlk {
+
+class AnsiText;
+
+/// Carries text between the code page, outside, and the UTF-8 of the trees, inside. Plain ASCII is
+/// the same in both and only copied. Keeps its scratch space, so it belongs to one thread at a
+/// time.
+class PugiText {
+ public:
+  explicit PugiText(const AnsiText& codePage) : m_codePage(codePage) {}
+
+  /// Replaces `utf8` by `narrow`.
+  void ToTree(std::string_view narrow, std::string& utf8);
+
+  /// The same for a single value, which ends before its first zero byte. A control character that
+  /// no document can hold becomes "?".
+  void ToTreeValue(std::string_view narrow, std::string& utf8);
+
+  /// Replaces `narrow` by `utf8`, all or nothing. A character that the code page lacks becomes "?".
+  void FromTree(std::string_view utf8, std::string& narrow);
+
+  /// The same, where `utf8` is no longer needed and may be taken over.
+  void TakeFromTree(std::string& utf8, std::string& narrow);
+
+  /// Whether `utf8` can name an element or attribute, without a prefix.
+  [[nodiscard]] bool IsName(std::string_view utf8);
+
+  /// Lets go of scratch space beyond `bytes`.
+  void Trim(std::size_t bytes);
+
+ private:
+  const AnsiText& m_codePage;
+  std::u16string m_wide;
+  std::string m_narrow;
+};
+
+/// Turns every end of line into a line feed, as XML reads it.
+void NormaliseLineEnds(std::string& text);
+
+}  // namespace tlk

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <pugixml.hpp>
+#include <string>
+
+namespace tlk {
+
+/// Appends the text of a node and everything under it. May throw for want of memory, as those
+/// below.
+void AppendText(const pugi::xml_node& node, std::string& utf8);
+
+/// Appends a serialised node: no line breaks or blanks added, an element without content as one
+/// tag, everything escaped that would not be read back the same.
+void AppendXml(const pugi::xml_node& node, std::string& utf8);
+
+/// The same for an attribute: its name and its value in quotes.
+void AppendXml(const pugi::xml_attribute& attribute, std::string& utf8);
+
+}  // namespace tlk
