@@ -1,0 +1,113 @@
+// Named mutexes between processes. Children tell by their exit status what went wrong.
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/posix/PosixSynchronisation.h"
+
+namespace tlk {
+namespace {
+
+pid_t StartChild(const std::function<int()>& work) {
+  const pid_t child = fork();
+  if (child == 0) _exit(work());
+  return child;
+}
+
+int StatusOf(pid_t child) {
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  return status;
+}
+
+class PosixNamedMutexTest : public testing::Test {
+ protected:
+  [[nodiscard]] std::unique_ptr<SystemMutex> Open() {
+    return m_synchronisation.OpenNamedMutex(m_name.c_str());
+  }
+  [[nodiscard]] std::unique_ptr<SystemMutex> New() {
+    return m_synchronisation.NewNamedMutex(m_name.c_str());
+  }
+
+  const std::string m_name = "tlk test\\" + std::to_string(getpid());
+  PosixSynchronisation m_synchronisation;
+};
+
+TEST_F(PosixNamedMutexTest, IsAbandonedByAProcessThatCrashes) {
+  const auto mutex = New();
+  const pid_t child = StartChild([this] {
+    const auto own = New();
+    if (own == nullptr || own->Wait(0) != WaitResult::kSignalled) return 1;
+    return raise(SIGKILL);
+  });
+  EXPECT_EQ(WTERMSIG(StatusOf(child)), SIGKILL);
+  EXPECT_EQ(mutex->Wait(kNoLimit), WaitResult::kAbandoned);
+  EXPECT_TRUE(mutex->Release());
+  EXPECT_EQ(mutex->Wait(0), WaitResult::kSignalled);
+}
+
+TEST_F(PosixNamedMutexTest, LeavesNoUnusableNameBehindACrash) {
+  const pid_t child = StartChild([this] {
+    const auto own = New();
+    if (own == nullptr || own->Wait(0) != WaitResult::kSignalled) return 1;
+    return raise(SIGKILL);
+  });
+  EXPECT_EQ(WTERMSIG(StatusOf(child)), SIGKILL);
+  EXPECT_EQ(Open(), nullptr);
+  EXPECT_EQ(m_synchronisation.LastError(), 2);
+  const auto mutex = New();
+  ASSERT_NE(mutex, nullptr);
+  EXPECT_EQ(mutex->Wait(0), WaitResult::kSignalled);
+}
+
+TEST_F(PosixNamedMutexTest, StaysWhenAForkedChildClosesItsCopy) {
+  auto mutex = New();
+  const pid_t child = StartChild([&mutex] {
+    mutex.reset();
+    return 0;
+  });
+  EXPECT_EQ(StatusOf(child), 0);
+  const pid_t other = StartChild([this] { return Open() != nullptr ? 0 : 1; });
+  EXPECT_EQ(StatusOf(other), 0);
+}
+
+TEST_F(PosixNamedMutexTest, KeepsProcessesApartWhileTheNameComesAndGoes) {
+  constexpr int kChildren = 4;
+  constexpr int kRounds = 300;
+  void* memory =
+      mmap(nullptr, sizeof(long), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(memory, MAP_FAILED);
+  auto* counter = static_cast<volatile long*>(memory);
+  std::vector<pid_t> children;
+  for (int i = 0; i < kChildren; ++i) {
+    children.push_back(StartChild([&] {
+      for (int n = 0; n < kRounds; ++n) {
+        const auto mutex = New();
+        if (mutex == nullptr || mutex->Wait(kNoLimit) != WaitResult::kSignalled) return 1;
+        *counter = *counter + 1;
+        if (!mutex->Release()) return 2;
+      }
+      return 0;
+    }));
+  }
+  for (const pid_t child : children) EXPECT_EQ(StatusOf(child), 0);
+  EXPECT_EQ(*counter, kChildren * kRounds);
+  EXPECT_EQ(Open(), nullptr);
+  munmap(memory, sizeof(long));
+}
+
+TEST_F(PosixNamedMutexTest, RefusesANameThatIsNoneOrTooLong) {
+  EXPECT_EQ(m_synchronisation.NewNamedMutex(nullptr), nullptr);
+  EXPECT_EQ(m_synchronisation.LastError(), EINVAL);
+  EXPECT_EQ(m_synchronisation.NewNamedMutex(std::string(300, 'x').c_str()), nullptr);
+  EXPECT_EQ(m_synchronisation.LastError(), ENAMETOOLONG);
+}
+
+}  // namespace
+}  // namespace tlk
