@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "log/QNLogger.h"
 #include "platform/Platform.h"
 #include "transport/Framing.h"
 #include "xml/Gate.h"
@@ -11,8 +12,14 @@
 namespace tlk::serve {
 namespace {
 
-/// Below every level: the server's own documents leave no trace in the user's log.
-constexpr std::int32_t kRecordNothing = -1;
+/// A log that drops every record, for the server's own documents are to leave no trace in the
+/// user's log. It is never destroyed, because that would wait for a writer which has nothing to
+/// write.
+iLogger& SilentLog() {
+  constexpr std::int32_t kBelowEveryLevel = -1;
+  static auto& log = *new QNLogger("TLK_Client.log", kBelowEveryLevel);
+  return log;
+}
 
 constexpr std::string_view kRoot = "/TLK_Message";
 constexpr std::string_view kFrom = "/TLK_Message/From";
@@ -67,9 +74,7 @@ std::string StampAndSerialise(TLK_XMLBuilder& builder) {
 }  // namespace
 
 Messages::Messages()
-    : m_log("TLK_Client.log", kRecordNothing),
-      m_dom(SystemPlatform().text),
-      m_codec{m_dom, SystemPlatform().text, m_log} {}
+    : m_dom(SystemPlatform().text), m_codec{m_dom, SystemPlatform().text, SilentLog()} {}
 
 std::optional<std::string> Messages::ReadType(std::string_view frame, std::string& fault) {
   const auto verdict = PassXmlGate(frame, m_codec.text);

@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "log/QNLogger.h"
 #include "xml/Codec.h"
 #include "xml/pugixml/PugiDom.h"
 
@@ -36,7 +35,6 @@ class Messages {
   [[nodiscard]] std::string Readdress(std::string_view frame, std::int32_t from, std::int32_t to);
 
  private:
-  QNLogger m_log;
   PugiDomFactory m_dom;
   Codec m_codec;
 };

@@ -85,6 +85,7 @@ const ScriptPlayer::Command ScriptPlayer::kCommands[] = {
     {"wait", 2, 2, &ScriptPlayer::Pause},
     {"expect", 2, 2, &ScriptPlayer::ExpectBytes},
     {"expect-message", 2, 4, &ScriptPlayer::ExpectMessage},
+    {"expect-stamped", 2, 2, &ScriptPlayer::ExpectStamped},
     {"expect-type", 2, 2, &ScriptPlayer::ExpectType},
     {"expect-close", 1, 1, &ScriptPlayer::ExpectClose},
     {"close", 1, 1, &ScriptPlayer::Close},
@@ -192,7 +193,13 @@ void ScriptPlayer::ExpectBytes(const Words& words) { Peer().Expect(words[1]); }
 
 void ScriptPlayer::ExpectMessage(const Words& words) {
   const auto sender = NumberAt(words, 3, kUntoldClient);
-  const auto expected = EssenceOf(m_messages.Build(words[1], DataOf(words), sender, kServerId));
+  ExpectDocument(m_messages.Build(words[1], DataOf(words), sender, kServerId));
+}
+
+void ScriptPlayer::ExpectStamped(const Words& words) { ExpectDocument(words[1]); }
+
+void ScriptPlayer::ExpectDocument(const std::string& document) {
+  const auto expected = EssenceOf(document);
   const auto got = EssenceOf(Peer().ReceiveFrame());
   if (got != expected) {
     const auto differ = FirstDifference(got, expected);

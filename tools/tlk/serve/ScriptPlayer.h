@@ -63,12 +63,14 @@ class ScriptPlayer {
   void Pause(const Words& words);
   void ExpectBytes(const Words& words);
   void ExpectMessage(const Words& words);
+  void ExpectStamped(const Words& words);
   void ExpectType(const Words& words);
   void ExpectClose(const Words& words);
   void Close(const Words& words);
   void Reset(const Words& words);
 
   ScriptPeer& Peer();
+  void ExpectDocument(const std::string& document);
 
   const Conversation& m_conversation;
   const LineWriter& m_writeLine;
