@@ -1,5 +1,6 @@
 #include "tools/tlk/host/NativeControlDriver.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -90,6 +91,14 @@ bool InputWaits() {
   return poll(&input, 1, 0) > 0;
 }
 
+// Without a standard input its descriptor would be handed to the next file or socket, and the
+// console would read commands from that.
+void FillStandardInput() {
+  if (fcntl(STDIN_FILENO, F_GETFD) != -1) return;
+  const int nothing = open("/dev/null", O_RDONLY);
+  if (nothing > STDIN_FILENO) close(nothing);
+}
+
 }  // namespace
 
 std::unique_ptr<DrivenControl> NativeControlDriver::NewControl(DrivenEvents& events) {
@@ -119,6 +128,7 @@ bool NativeControlDriver::InputIsTerminal() { return isatty(STDIN_FILENO) == 1; 
 std::uint64_t NativeControlDriver::TickCount() { return SystemPlatform().surroundings.TickCount(); }
 
 std::unique_ptr<ControlDriver> NewSystemDriver(const DriverOptions& options) {
+  FillStandardInput();
   if (!options.codePage.empty()) setenv("TLK_CODE_PAGE", options.codePage.c_str(), 1);
   if (!options.showLogLines) TraceLog().SetConsoleEcho(false);
   return std::make_unique<NativeControlDriver>();
