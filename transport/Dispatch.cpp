@@ -12,7 +12,11 @@ Codec CTlkc::MessageCodec() const { return {m_ports.dom, m_ports.platform.text, 
 int CTlkc::HandleMessage() {
   std::string type;
   std::string data;
-  if (HandleMessage(type, data) != 0) {
+  const bool parsed = HandleMessage(type, data) == 0;
+  // The message is done with before the host hears of it: while its handler runs, more of the
+  // stream may be read.
+  ForgetMessage();
+  if (!parsed) {
     return -1;
   }
   if (type == kKeepAliveResponse) {

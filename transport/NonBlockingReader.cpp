@@ -97,7 +97,6 @@ int CTlkc::ReadBody() {
     return 0;
   }
   HandleMessage();
-  ForgetMessage();
   return 0;
 }
 

@@ -8,7 +8,7 @@
 
 #include "platform/Sockets.h"
 
-namespace tlk {
+namespace tlk::test {
 
 /// Sockets that do what a test says: every call can be made to fail with any number, a send to take
 /// any number of bytes, a receive to give any bytes. A call on a socket that is not open fails with
@@ -188,4 +188,4 @@ class ScriptedSockets final : public Sockets {
   int m_lastError = 0;
 };
 
-}  // namespace tlk
+}  // namespace tlk::test

@@ -5,7 +5,7 @@
 
 #include "platform/ControlWindow.h"
 
-namespace tlk {
+namespace tlk::test {
 
 /// A window whose time is moved by hand.
 class ScriptedWindow final : public ControlWindow {
@@ -65,4 +65,4 @@ class ScriptedWindow final : public ControlWindow {
   std::uint64_t m_now = 0;
 };
 
-}  // namespace tlk
+}  // namespace tlk::test
