@@ -26,6 +26,12 @@ class WaitScript {
     m_answers = std::move(answers);
   }
 
+  /// Whether every answer has been given.
+  [[nodiscard]] bool IsUsedUp() {
+    const std::lock_guard lock(m_guard);
+    return m_answers.empty();
+  }
+
   template <typename RealWait>
   WaitResult Answer(const RealWait& realWait) {
     const std::optional<WaitResult> answer = Next();
@@ -75,8 +81,12 @@ class ScriptedSynchronisation final : public Synchronisation {
   /// Every release fails with that number, which is then the last error; 0 for real releases.
   void FailReleases(int error) { m_releaseError = error; }
 
+  [[nodiscard]] int EventsMade() const { return m_eventsMade; }
   [[nodiscard]] int ThreadsMade() const { return m_threadsMade; }
   [[nodiscard]] int OpenNamedMutexes() const { return m_openNamed; }
+
+  /// How many threads are in a wait for one event.
+  [[nodiscard]] int WaitingForEvents() const { return m_eventWaits; }
 
   /// Waits for the end of every thread made here.
   void WaitForThreads() {
@@ -154,7 +164,11 @@ class ScriptedSynchronisation final : public Synchronisation {
         : m_owner(owner), m_real(std::move(real)) {}
 
     WaitResult Wait(std::uint32_t milliseconds) override {
-      return m_owner.eventWaits.Answer([&] { return m_real->Wait(milliseconds); });
+      ++m_owner.m_eventWaits;
+      const WaitResult result =
+          m_owner.eventWaits.Answer([&] { return m_real->Wait(milliseconds); });
+      --m_owner.m_eventWaits;
+      return result;
     }
     void Set() override { m_real->Set(); }
     void Reset() override { m_real->Reset(); }
@@ -210,6 +224,7 @@ class ScriptedSynchronisation final : public Synchronisation {
   std::atomic<int> m_eventsMade{0};
   std::atomic<int> m_threadsMade{0};
   std::atomic<int> m_openNamed{0};
+  std::atomic<int> m_eventWaits{0};
 };
 
 }  // namespace tlk::test
