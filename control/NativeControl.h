@@ -1,6 +1,7 @@
 #pragma once
 
 #include "control/Tlkc.h"
+#include "log/iLogger.h"
 #include "platform/posix/MessageLoop.h"
 
 namespace tlk {
