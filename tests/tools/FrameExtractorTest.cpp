@@ -68,6 +68,8 @@ struct FaultyPrefix {
   const char* error;
 };
 
+void PrintTo(const FaultyPrefix& faulty, std::ostream* out) { *out << faulty.prefix; }
+
 class FrameExtractorRefuses : public testing::TestWithParam<FaultyPrefix> {};
 
 TEST_P(FrameExtractorRefuses, AFaultyPrefixAtItsThirtiethByte) {

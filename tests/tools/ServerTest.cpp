@@ -189,6 +189,8 @@ struct Refusal {
   std::string reason;
 };
 
+void PrintTo(const Refusal& refusal, std::ostream* out) { *out << refusal.reason; }
+
 class ServerRefuses : public testing::TestWithParam<Refusal> {};
 
 TEST_P(ServerRefuses, ABadClientAndServesTheOthers) {

@@ -16,7 +16,7 @@ struct SplitCase {
   std::string error = {};
 };
 
-void PrintTo(const SplitCase& splitCase, std::ostream* out) { *out << splitCase.line; }
+void PrintTo(const SplitCase& splitCase, std::ostream* out) { *out << "line: " << splitCase.line; }
 
 class WordsOf : public testing::TestWithParam<SplitCase> {};
 

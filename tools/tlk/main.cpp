@@ -3,9 +3,7 @@
 #include <sstream>
 
 #include "tools/tlk/OwnOutput.h"
-#ifdef TLKC2_TOOL_HOST
 #include "tools/tlk/host/HostCommand.h"
-#endif
 #include "tools/tlk/serve/ServeCommand.h"
 
 namespace {
@@ -37,9 +35,7 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
 
   int exitStatus = 0;
-#ifdef TLKC2_TOOL_HOST
   tlk::AddHostCommand(app, exitStatus);
-#endif
   tlk::AddServeCommand(app, exitStatus);
   try {
     app.parse(argc, argv);

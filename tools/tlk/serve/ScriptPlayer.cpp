@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::int32_t kUsualClient = 1;
 constexpr std::int32_t kUntoldClient = -1;
+constexpr std::size_t kShownLine = 100;
 constexpr std::string_view kNoStamp = "0000000";
 
 std::int32_t ReadNumber(const std::string& word) {
@@ -108,7 +109,7 @@ asio::error_code ScriptPlayer::Listen(std::uint16_t port) {
 
 bool ScriptPlayer::Play() {
   for (const auto& line : m_conversation.server) {
-    m_writeLine("line " + std::to_string(line.number) + ": " + ShowText(line.text));
+    m_writeLine("line " + std::to_string(line.number) + ": " + line.text.substr(0, kShownLine));
     try {
       PlayLine(line);
     } catch (const ScriptFailure& failure) {

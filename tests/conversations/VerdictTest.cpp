@@ -1,12 +1,15 @@
-#include "tests/conversations/Pattern.h"
+#include "tests/conversations/Verdict.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "tests/conversations/Pattern.h"
 
 namespace tlk::conversations {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using Lines = std::vector<std::string>;
 
 TEST(Pattern, StarsCoverWhateverMakesTheRestFit) {
@@ -32,6 +35,22 @@ TEST(Pattern, RecordsMaySpanLines) {
                           "11/16/2026 01:12:28.123 (2044) goes on\n"),
               ElementsAre("N One\\n (Tlkc - 68)",
                           "E C:\\\\\\xE9\\n11/16/2026 01:12:28.123 (2044) goes on"));
+}
+
+TEST(Verdict, NamesTheFirstLineThatIsOtherThanExpected) {
+  EXPECT_EQ(JudgeOutput(Lines{"one", "t*"}, Lines{"one", "two"}), "");
+  EXPECT_THAT(JudgeOutput(Lines{"one", "two"}, Lines{"one", "three"}),
+              AllOf(HasSubstr("line 2"), HasSubstr("three")));
+  EXPECT_THAT(JudgeOutput(Lines{"one", "two"}, Lines{"one"}), HasSubstr("no such line"));
+  EXPECT_THAT(JudgeOutput(Lines{"one"}, Lines{"one", "two"}), HasSubstr("or more"));
+}
+
+TEST(Verdict, WantsRecordsInTheirOrder) {
+  const Lines records{"N One", "E Two", "N One"};
+  EXPECT_EQ(JudgeLog(Lines{"N One", "N One", "absent N Two"}, records), "");
+  EXPECT_EQ(JudgeLog(Lines{"E Two", "N One"}, records), "");
+  EXPECT_EQ(JudgeLog(Lines{"E Two", "E Two"}, records), "not there, or not in its turn: E Two");
+  EXPECT_EQ(JudgeLog(Lines{"absent E *"}, records), "there, but should not be: E *");
 }
 
 }  // namespace
