@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <numeric>
 #include <string>
 
 #include "platform/AnsiText.h"
@@ -20,6 +21,11 @@ bool IsAscii(std::string_view text) {
   return all < kAsciiCount;
 }
 
+/// ASCII text needs no code page: its bytes are the numbers of their characters.
+GateVerdict PassAscii(std::string_view text) {
+  return ScanXml(text, {XmlTraitsOfUtf16(), nullptr});
+}
+
 std::u16string UpperHalf(const AnsiText& codePage) {
   std::string bytes;
   for (std::size_t byte = kAsciiCount; byte < 256; ++byte) bytes.push_back(static_cast<char>(byte));
@@ -32,20 +38,18 @@ std::u16string UpperHalf(const AnsiText& codePage) {
 
 XmlGate::XmlGate(const AnsiText& codePage)
     : m_codePage(codePage), m_singleByte(codePage.IsSingleByte()) {
-  for (std::size_t c = 0; c < kAsciiCount; ++c) m_wide[c] = static_cast<char16_t>(c);
-  if (m_singleByte) {
-    const std::u16string upper = UpperHalf(codePage);
-    std::copy_n(upper.begin(), std::min(upper.size(), kAsciiCount), m_wide.begin() + kAsciiCount);
-  }
-  const std::uint8_t* const traits = XmlTraitsOfUtf16();
+  if (!m_singleByte) return;
+  std::iota(m_wide.begin(), m_wide.begin() + kAsciiCount, u'\0');
+  const std::u16string upper = UpperHalf(codePage);
+  std::copy_n(upper.begin(), std::min(upper.size(), kAsciiCount), m_wide.begin() + kAsciiCount);
   std::transform(m_wide.begin(), m_wide.end(), m_traits.begin(),
-                 [traits](char16_t c) { return traits[c]; });
+                 [traits = XmlTraitsOfUtf16()](char16_t c) { return traits[c]; });
 }
 
 GateVerdict XmlGate::Pass(std::string_view text) const noexcept {
   try {
-    if (m_singleByte || IsAscii(text)) return ScanXml(text, {m_traits.data(), m_wide.data()});
-    return PassWide(text);
+    if (m_singleByte) return ScanXml(text, {m_traits.data(), m_wide.data()});
+    return IsAscii(text) ? PassAscii(text) : PassWide(text);
   } catch (const std::exception&) {
     return kNoMemory;
   }
@@ -64,7 +68,7 @@ GateVerdict XmlGate::PassWide(std::string_view text) const {
 
 GateVerdict PassXmlGate(std::string_view text, const AnsiText& codePage) noexcept {
   try {
-    return XmlGate(codePage).Pass(text);
+    return IsAscii(text) ? PassAscii(text) : XmlGate(codePage).Pass(text);
   } catch (const std::exception&) {
     return kNoMemory;
   }

@@ -78,9 +78,10 @@ bool Before(const GateAttribute<Char>& a, const GateAttribute<Char>& b) {
 template <typename Char>
 const GateAttribute<Char>* FindDuplicate(std::span<GateAttribute<Char>> attributes) {
   if (attributes.size() <= kFewAttributes) {
-    for (auto later = attributes.begin(); later != attributes.end(); ++later)
+    for (auto later = attributes.begin(); later != attributes.end(); ++later) {
       for (auto earlier = attributes.begin(); earlier != later; ++earlier)
         if (Same(*earlier, *later)) return &*later;
+    }
     return nullptr;
   }
   std::sort(attributes.begin(), attributes.end(), Before<Char>);
@@ -132,7 +133,7 @@ NamespaceId GateNamespaces<Char>::Find(View prefix) const {
 }
 
 template <typename Char>
-void GateNamespaces<Char>::Restore(std::size_t mark) {
+void GateNamespaces<Char>::Forget(std::size_t mark) {
   while (m_replaced.size() > mark) {
     const auto [binding, previous] = m_replaced.back();
     *binding = previous;

@@ -82,12 +82,15 @@ class GateNamespaces {
   /// A point to go back to.
   [[nodiscard]] std::size_t Mark() const { return m_replaced.size(); }
   /// Forgets what was declared since the mark was taken.
-  void Restore(std::size_t mark);
+  void Restore(std::size_t mark) {
+    if (m_replaced.size() > mark) Forget(mark);
+  }
 
  private:
   using Binding = NamespaceId;
 
   void Bind(View prefix, View value);
+  void Forget(std::size_t mark);
 
   XmlAlphabet m_alphabet;
   std::array<std::byte, 3072> m_buffer;

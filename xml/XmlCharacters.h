@@ -32,7 +32,7 @@ enum XmlTrait : std::uint8_t {
 /// How the units of a text are to be understood: as UTF-16, or as the bytes of a code page.
 struct XmlAlphabet {
   const std::uint8_t* traits;  ///< of each unit, by its number
-  const char16_t* wide;        ///< its UTF-16 unit; null when the units are UTF-16 already
+  const char16_t* wide;        ///< its UTF-16 unit; null when that is its number
 };
 
 }  // namespace tlk
