@@ -35,14 +35,16 @@ bool IsInNoNamespace(const pugi::xml_node& element) { return *InScope(element, k
 bool InheritsDeclarations(const pugi::xml_node& element) {
   for (pugi::xml_node above = element.parent(); above; above = above.parent())
     for (const pugi::xml_attribute& attribute : above.attributes())
-      if (IsDeclaration(attribute) && *attribute.value() != '\0') return true;
+      if (IsDeclaration(attribute) && *InScope(element.parent(), attribute.name()) != '\0')
+        return true;
   return false;
 }
 
 void KeepDeclarations(const pugi::xml_node& scope, pugi::xml_node element) {
   for (pugi::xml_node above = scope; above; above = above.parent())
     for (const pugi::xml_attribute& attribute : above.attributes())
-      if (IsDeclaration(attribute)) Declare(element, attribute.name(), attribute.value());
+      if (IsDeclaration(attribute))
+        Declare(element, attribute.name(), InScope(scope, attribute.name()));
   Declare(element, kDefault, InScope(scope, kDefault));
 }
 

@@ -1,6 +1,7 @@
 #include "xml/pugixml/PugiPaths.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "xml/pugixml/PathNames.h"
@@ -8,6 +9,8 @@
 
 namespace tlk {
 namespace {
+
+constexpr std::string_view kAnywhere = "//";
 
 bool BelongsToWord(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
 
@@ -17,16 +20,17 @@ bool IsWord(std::string_view path) {
   return !path.empty() && std::all_of(path.begin(), path.end(), BelongsToWord);
 }
 
-bool IsNamed(const pugi::xml_node& node, std::string_view name) {
-  return node.type() == pugi::node_element && name == node.name() && IsInNoNamespace(node);
+// pugixml finds nodes of any kind by name.
+bool IsElement(const pugi::xml_node& node) {
+  return node.type() == pugi::node_element && IsInNoNamespace(node);
 }
 
-pugi::xml_node Child(const PathStart& start, std::string_view name) {
-  if (start.context.type() == pugi::node_document)
-    return IsNamed(start.root, name) ? start.root : pugi::xml_node();
-  for (const pugi::xml_node& child : start.context.children())
-    if (IsNamed(child, name)) return child;
-  return {};
+pugi::xml_node Child(const PathStart& start, const char* name) {
+  const bool atTop = start.context.type() == pugi::node_document;
+  pugi::xml_node child = start.context.child(name);
+  while (child && !(IsElement(child) && (!atTop || child == start.root)))
+    child = child.next_sibling(name);
+  return child;
 }
 
 // The node behind `node` in document order, within the tree under `root`.
@@ -36,9 +40,9 @@ pugi::xml_node Next(pugi::xml_node node, const pugi::xml_node& root) {
   return node == root ? pugi::xml_node() : node.next_sibling();
 }
 
-pugi::xml_node Anywhere(const pugi::xml_node& root, std::string_view name) {
+pugi::xml_node Anywhere(const pugi::xml_node& root, const char* name) {
   for (pugi::xml_node node = root; node; node = Next(node, root))
-    if (IsNamed(node, name)) return node;
+    if (std::strcmp(node.name(), name) == 0 && IsElement(node)) return node;
   return {};
 }
 
@@ -58,12 +62,13 @@ pugi::xpath_node FirstUnder(pugi::xpath_node_set found, const pugi::xml_node& ro
 
 }  // namespace
 
-DomResult PugiPaths::Select(const PathStart& start, std::string_view path, bool strays,
+DomResult PugiPaths::Select(const PathStart& start, const std::string& path, bool strays,
                             pugi::xpath_node& found) {
   if (IsWord(path)) {
-    found = Child(start, path);
-  } else if (path.starts_with("//") && IsWord(path.substr(2))) {
-    found = Anywhere(start.root, path.substr(2));
+    found = Child(start, path.c_str());
+  } else if (path.starts_with(kAnywhere) &&
+             IsWord(std::string_view(path).substr(kAnywhere.size()))) {
+    found = Anywhere(start.root, path.c_str() + kAnywhere.size());
   } else {
     const pugi::xpath_query* const query = Compile(path);
     if (query == nullptr || query->return_type() != pugi::xpath_type_node_set) return kDomFailed;
@@ -73,13 +78,13 @@ DomResult PugiPaths::Select(const PathStart& start, std::string_view path, bool 
   return found ? kDomOk : kDomNothing;
 }
 
-const pugi::xpath_query* PugiPaths::Compile(std::string_view path) {
+const pugi::xpath_query* PugiPaths::Compile(const std::string& path) {
   const auto known = std::find_if(m_compiled.begin(), m_compiled.end(),
-                                  [path](const Compiled& kept) { return kept.path == path; });
+                                  [&path](const Compiled& kept) { return kept.path == path; });
   if (known != m_compiled.end()) return known->query.get();
   if (!BindPathNames(path, m_bound)) return nullptr;
 
-  Compiled compiled{std::string(path), std::make_unique<pugi::xpath_query>(m_bound.c_str())};
+  Compiled compiled{path, std::make_unique<pugi::xpath_query>(m_bound.c_str())};
   if (m_compiled.size() < kKept) return m_compiled.emplace_back(std::move(compiled)).query.get();
   Compiled& oldest = m_compiled[m_oldest++ % kKept];
   oldest = std::move(compiled);

@@ -4,7 +4,6 @@
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "xml/Dom.h"
@@ -23,7 +22,7 @@ class PugiPaths {
   /// The first node, in document order. Elements that stand at the top of the tree beside `root` do
   /// not belong to the document; `strays` tells whether there are any. May throw what pugixml
   /// throws.
-  [[nodiscard]] DomResult Select(const PathStart& start, std::string_view path, bool strays,
+  [[nodiscard]] DomResult Select(const PathStart& start, const std::string& path, bool strays,
                                  pugi::xpath_node& found);
 
  private:
@@ -32,7 +31,7 @@ class PugiPaths {
     std::unique_ptr<pugi::xpath_query> query;
   };
 
-  const pugi::xpath_query* Compile(std::string_view path);
+  const pugi::xpath_query* Compile(const std::string& path);
 
   static constexpr std::size_t kKept = 8;
   std::vector<Compiled> m_compiled;
