@@ -2,8 +2,11 @@
 
 #include <iconv.h>
 
+#include <bit>
+#include <cstdint>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tlk {
@@ -46,7 +49,7 @@ class ConverterPool {
   ConverterPool& operator=(const ConverterPool&) = delete;
 
  private:
-  static inline const iconv_t kNone = reinterpret_cast<iconv_t>(-1);
+  static inline const auto kNone = std::bit_cast<iconv_t>(std::intptr_t{-1});
 
   [[nodiscard]] iconv_t Take();
   void GiveBack(iconv_t converter);

@@ -111,7 +111,8 @@ std::unique_ptr<SharedHome> SharedHome::Open(std::string fileName, NamedMutexMod
     return nullptr;
   }
   home->m_isOpen = isUnused ? home->Create() : home->Join();
-  return home->m_isOpen ? std::move(home) : nullptr;
+  if (!home->m_isOpen) home.reset();
+  return home;
 }
 
 bool SharedHome::Create() {

@@ -1,11 +1,11 @@
 #include "platform/posix/RobustMutex.h"
 
-#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <ctime>
 
 #include "platform/posix/ThreadContext.h"

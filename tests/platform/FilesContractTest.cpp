@@ -62,18 +62,19 @@ TEST_F(FilesContract, OpensNothingInAFolderThatIsNotThereNorAFolderItself) {
 }
 
 TEST_F(FilesContract, KeepsLinesOfSeveralThreadsWhole) {
-  constexpr int kThreads = 4;
-  constexpr int kLines = 100;
+  constexpr size_t kThreads = 4;
+  constexpr size_t kLines = 100;
   const std::string path = Path("a.log");
   std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&, line = std::string(500, static_cast<char>('a' + i))] {
-      for (int n = 0; n < kLines; ++n) EXPECT_GT(m_files.AppendLine(path, line), 0);
+  threads.reserve(kThreads);
+  for (char letter = 'a'; threads.size() < kThreads; ++letter) {
+    threads.emplace_back([&, line = std::string(500, letter)] {
+      for (size_t n = 0; n < kLines; ++n) EXPECT_GT(m_files.AppendLine(path, line), 0);
     });
   }
   for (std::thread& thread : threads) thread.join();
   const std::vector<std::string> lines = LinesOf(path);
-  EXPECT_EQ(lines.size(), size_t{kThreads * kLines});
+  EXPECT_EQ(lines.size(), kThreads * kLines);
   for (const std::string& line : lines) EXPECT_EQ(line, std::string(500, line[0]));
 }
 

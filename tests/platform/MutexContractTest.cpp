@@ -92,6 +92,7 @@ TEST_P(MutexContract, GuardsWhatSeveralThreadsChange) {
   constexpr int kRounds = 2'000;
   int counter = 0;
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] {
       for (int n = 0; n < kRounds; ++n) {

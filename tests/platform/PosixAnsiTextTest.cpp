@@ -99,8 +99,10 @@ TEST(PosixAnsiText, FallsBackAloudFromAPageThatCannotBeUsed) {
 
 TEST(PosixAnsiText, ServesSeveralThreadsAtOnce) {
   const PosixAnsiText text("CP932");
+  constexpr int kThreads = 4;
   std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
+  threads.reserve(kThreads);
+  for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] {
       for (int n = 0; n < 500; ++n) {
         ASSERT_EQ(Wide(text, "\x93\xFA\x93"), u"\u65E5\uFFFD");

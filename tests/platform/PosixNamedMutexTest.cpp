@@ -1,11 +1,14 @@
 // Named mutexes between processes. Children tell by their exit status what went wrong.
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -79,18 +82,21 @@ TEST_F(PosixNamedMutexTest, StaysWhenAForkedChildClosesItsCopy) {
 
 TEST_F(PosixNamedMutexTest, KeepsProcessesApartWhileTheNameComesAndGoes) {
   constexpr int kChildren = 4;
-  constexpr int kRounds = 300;
+  constexpr int kRounds = 2'000;
   void* memory =
       mmap(nullptr, sizeof(long), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   ASSERT_NE(memory, MAP_FAILED);
   auto* counter = static_cast<volatile long*>(memory);
   std::vector<pid_t> children;
+  children.reserve(kChildren);
   for (int i = 0; i < kChildren; ++i) {
     children.push_back(StartChild([&] {
       for (int n = 0; n < kRounds; ++n) {
         const auto mutex = New();
         if (mutex == nullptr || mutex->Wait(kNoLimit) != WaitResult::kSignalled) return 1;
-        *counter = *counter + 1;
+        const long before = *counter;
+        sched_yield();
+        *counter = before + 1;
         if (!mutex->Release()) return 2;
       }
       return 0;
