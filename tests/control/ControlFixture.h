@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,6 +42,20 @@ inline std::string Frame(const std::string& body) {
 inline std::string Frame(const std::string& type, const std::string& data, int to = 7) {
   return Frame(" Type=\"" + type + "\"><From Id=\"0\"/><To Id=\"" + std::to_string(to) + "\"/>" +
                data);
+}
+
+/// What failures leave, one after the other: "RECORD>LINE|RECORD>LINE" stands for the record of
+/// each, then the end of the connection on that line.
+inline Timeline Failures(const std::string& text) {
+  Timeline all;
+  std::istringstream failures(text);
+  for (std::string failure; std::getline(failures, failure, '|');) {
+    const auto arrow = failure.find('>');
+    all.push_back(failure.substr(0, arrow));
+    all.push_back("N0 " + failure.substr(arrow + 1) + " Status changed. Disconnected.\n");
+    all.emplace_back("event status 0");
+  }
+  return all;
 }
 
 /// The events of a control, put on the timeline, and what a host does inside them.

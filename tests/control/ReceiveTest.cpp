@@ -129,21 +129,9 @@ struct Stage {
 };
 
 const Stage kStages[] = {
-    {"Idle",
-     0,
-     {"E2 675 Recv Err. Closing connection. Err Num = 10054",
-      "N0 680 Status changed. Disconnected.\n", "event status 0"},
-     false},
-    {"Prefix",
-     12,
-     {"E2 728 Recv failed. Closing connection. Err Num = 10054",
-      "N0 733 Status changed. Disconnected.\n", "event status 0"},
-     true},
-    {"Body",
-     45,
-     {"E2 777 Recv Err. Closing connection. Err Num = 10054",
-      "N0 782 Status changed. Disconnected.\n", "event status 0"},
-     false},
+    {"Idle", 0, Failures("E2 675 Recv Err. Closing connection. Err Num = 10054>680"), false},
+    {"Prefix", 12, Failures("E2 728 Recv failed. Closing connection. Err Num = 10054>733"), true},
+    {"Body", 45, Failures("E2 777 Recv Err. Closing connection. Err Num = 10054>782"), false},
 };
 
 class StageTest : public ReceiveTest, public testing::WithParamInterface<Stage> {
