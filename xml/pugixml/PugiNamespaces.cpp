@@ -1,16 +1,32 @@
 #include "xml/pugixml/PugiNamespaces.h"
 
+#include <cstddef>
 #include <cstring>
-#include <string_view>
 
 namespace tlk {
 namespace {
 
 constexpr const char* kDefault = "xmlns";
 
+constexpr std::size_t kDefaultLength = 5;
+
 bool IsDeclaration(const pugi::xml_attribute& attribute) {
-  const std::string_view name = attribute.name();
-  return name == kDefault || name.starts_with("xmlns:");
+  const char* const name = attribute.name();
+  if (std::strncmp(name, kDefault, kDefaultLength) != 0) return false;
+  return name[kDefaultLength] == '\0' || name[kDefaultLength] == ':';
+}
+
+// Visits the declarations made at a place and above it, from the inside out, until the visitor says
+// that it has seen enough; tells whether it has.
+template <typename Visitor>
+bool VisitDeclarations(pugi::xml_node place, Visitor hasEnough) {
+  for (; place; place = place.parent()) {
+    for (pugi::xml_attribute attribute = place.first_attribute(); attribute;
+         attribute = attribute.next_attribute()) {
+      if (IsDeclaration(attribute) && hasEnough(attribute)) return true;
+    }
+  }
+  return false;
 }
 
 // The namespace that a declaration of that name gives a place; empty when there is none.
@@ -33,18 +49,17 @@ void Declare(pugi::xml_node element, const char* declaration, const char* name) 
 bool IsInNoNamespace(const pugi::xml_node& element) { return *InScope(element, kDefault) == '\0'; }
 
 bool InheritsDeclarations(const pugi::xml_node& element) {
-  for (pugi::xml_node above = element.parent(); above; above = above.parent())
-    for (const pugi::xml_attribute& attribute : above.attributes())
-      if (IsDeclaration(attribute) && *InScope(element.parent(), attribute.name()) != '\0')
-        return true;
-  return false;
+  const pugi::xml_node scope = element.parent();
+  return VisitDeclarations(scope, [&](const pugi::xml_attribute& declaration) {
+    return *InScope(scope, declaration.name()) != '\0';
+  });
 }
 
 void KeepDeclarations(const pugi::xml_node& scope, pugi::xml_node element) {
-  for (pugi::xml_node above = scope; above; above = above.parent())
-    for (const pugi::xml_attribute& attribute : above.attributes())
-      if (IsDeclaration(attribute))
-        Declare(element, attribute.name(), InScope(scope, attribute.name()));
+  VisitDeclarations(scope, [&](const pugi::xml_attribute& declaration) {
+    Declare(element, declaration.name(), InScope(scope, declaration.name()));
+    return false;
+  });
   Declare(element, kDefault, InScope(scope, kDefault));
 }
 

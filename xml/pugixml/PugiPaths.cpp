@@ -35,9 +35,10 @@ pugi::xml_node Child(const PathStart& start, const char* name) {
 
 // The node behind `node` in document order, within the tree under `root`.
 pugi::xml_node Next(pugi::xml_node node, const pugi::xml_node& root) {
-  if (node.first_child()) return node.first_child();
-  while (node != root && !node.next_sibling()) node = node.parent();
-  return node == root ? pugi::xml_node() : node.next_sibling();
+  if (const pugi::xml_node child = node.first_child()) return child;
+  for (; node != root; node = node.parent())
+    if (const pugi::xml_node sibling = node.next_sibling()) return sibling;
+  return {};
 }
 
 pugi::xml_node Anywhere(const pugi::xml_node& root, const char* name) {
@@ -46,17 +47,23 @@ pugi::xml_node Anywhere(const pugi::xml_node& root, const char* name) {
   return {};
 }
 
-bool IsUnder(const pugi::xpath_node& found, const pugi::xml_node& root) {
-  pugi::xml_node top = found.node() ? found.node() : found.parent();
-  while (top.parent() && top.parent().type() != pugi::node_document) top = top.parent();
-  return top == root || top.type() != pugi::node_element;
+// The topmost node above or at `node`, or the document when that is the node.
+pugi::xml_node Top(pugi::xml_node node) {
+  while (node.parent() && node.parent().type() != pugi::node_document) node = node.parent();
+  return node;
 }
 
-pugi::xpath_node FirstUnder(pugi::xpath_node_set found, const pugi::xml_node& root) {
+bool IsUnder(const pugi::xpath_node& found, const pugi::xml_node& top) {
+  const pugi::xml_node own = Top(found.node() ? found.node() : found.parent());
+  return own == top || own.type() != pugi::node_element;
+}
+
+pugi::xpath_node FirstUnder(pugi::xpath_node_set found, const PathStart& start) {
+  const bool fromTop = start.context.type() == pugi::node_document;
+  const pugi::xml_node top = fromTop ? start.root : Top(start.context);
   found.sort();
-  const auto* const first =
-      std::find_if(found.begin(), found.end(),
-                   [&](const pugi::xpath_node& node) { return IsUnder(node, root); });
+  const auto* const first = std::find_if(
+      found.begin(), found.end(), [&](const pugi::xpath_node& node) { return IsUnder(node, top); });
   return first == found.end() ? pugi::xpath_node() : *first;
 }
 
@@ -72,7 +79,7 @@ DomResult PugiPaths::Select(const PathStart& start, const std::string& path, boo
   } else {
     const pugi::xpath_query* const query = Compile(path);
     if (query == nullptr || query->return_type() != pugi::xpath_type_node_set) return kDomFailed;
-    found = strays ? FirstUnder(query->evaluate_node_set(start.context), start.root)
+    found = strays ? FirstUnder(query->evaluate_node_set(start.context), start)
                    : query->evaluate_node(start.context);
   }
   return found ? kDomOk : kDomNothing;

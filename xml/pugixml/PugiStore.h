@@ -39,7 +39,7 @@ class PugiStorePool {
  private:
   static constexpr std::size_t kKept = 4;
   /// How large a buffer may be that is kept.
-  static constexpr std::size_t kKeptBytes = 64 * 1024;
+  static constexpr std::size_t kKeptBytes = 65'536;
 
   static void Empty(PugiStore& store);
 
