@@ -1,10 +1,11 @@
 #include "platform/posix/PosixAnsiText.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdio>
 #include <cstring>
-#include <optional>
+#include <type_traits>
 
 #include "platform/posix/ConverterPool.h"
 
@@ -15,27 +16,24 @@ using Step = ConverterPool::Step;
 
 constexpr const char* kUtf16 = std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
 constexpr char16_t kReplacement = 0xFFFD;
-constexpr size_t kBlock = 8;
-
-bool IsAscii(const char* block) {
-  std::uint64_t bytes;
-  std::memcpy(&bytes, block, kBlock);
-  return (bytes & 0x8080808080808080) == 0;
-}
-
-bool IsAscii(const char16_t* block) {
-  std::uint64_t halves[2];
-  std::memcpy(halves, block, sizeof halves);
-  return ((halves[0] | halves[1]) & 0xFF80FF80FF80FF80) == 0;
-}
+constexpr size_t kBlock = 16;
 
 /// Copies whole blocks of ASCII from one width to the other and returns how many characters that
-/// were.
+/// were. Each block goes through a copy of its own, which the compiler can keep in vector
+/// registers.
 template <typename From, typename To>
 size_t CopyAscii(const From* from, size_t size, To* to) {
   size_t done = 0;
-  for (; done + kBlock <= size && IsAscii(from + done); done += kBlock)
-    for (size_t i = 0; i < kBlock; ++i) to[done + i] = static_cast<To>(from[done + i]);
+  for (; done + kBlock <= size; done += kBlock) {
+    std::array<std::make_unsigned_t<From>, kBlock> block;
+    std::memcpy(block.data(), from + done, sizeof block);
+    unsigned seen = 0;
+    for (const auto character : block) seen |= character;
+    if (seen >= 0x80) break;
+    std::array<To, kBlock> copy;
+    for (size_t i = 0; i < kBlock; ++i) copy[i] = static_cast<To>(block[i]);
+    std::memcpy(to + done, copy.data(), sizeof copy);
+  }
   return done;
 }
 
@@ -179,7 +177,7 @@ void PosixAnsiText::NarrowByTable(std::u16string_view wide, char* narrow) const 
 }
 
 char PosixAnsiText::NarrowOne(char16_t wide) const {
-  if (wide < 0x80) return static_cast<char>(wide);
+  if (wide < m_wideOf.size() && m_wideOf[wide] == wide) return static_cast<char>(wide);
   const auto found = std::ranges::lower_bound(m_highCharacters, wide, {}, &HighCharacter::wide);
   return found != m_highCharacters.end() && found->wide == wide ? found->narrow : '?';
 }
