@@ -58,10 +58,11 @@ std::unique_ptr<SystemMutex> AcquireMutex(Synchronisation& synchronisation, cons
   const WaitResult result = mutex->Wait(milliseconds);
   status = MutexStatus(result);
   if (result == WaitResult::kSignalled) return mutex;
-  if (status == mutex_status::kHeld)
+  if (status == mutex_status::kHeld) {
     LeaveOpen(std::move(mutex));
-  else
+  } else {
     ReleaseAndCloseMutex(std::move(mutex));
+  }
   return nullptr;
 }
 

@@ -38,10 +38,8 @@ QNManageMutex::QNManageMutex(const char* name, std::uint32_t& status, const Plat
 }
 
 QNManageMutex::~QNManageMutex() {
-  if (m_handle == nullptr)
-    m_platform.surroundings.DebugOutput("ERROR");
-  else
-    Release();
+  if (m_handle == nullptr) m_platform.surroundings.DebugOutput("ERROR");
+  Release();
 }
 
 void QNManageMutex::Release() {

@@ -47,9 +47,8 @@ void Report(Fatal fatal, const char* source, std::int32_t line, const char* cond
   const int length = std::snprintf(
       text.data(), text.size(), "%s%s%s%s%s%s:%d\n", opening, condition != nullptr ? condition : "",
       joint, message != nullptr ? message : "", closing, BehindLastSlash(source), line);
-  if (length > 0)
-    std::fwrite(text.data(), 1, std::min<std::size_t>(static_cast<std::size_t>(length), kMaxReport),
-                stderr);
+  const auto printed = std::min(static_cast<std::size_t>(std::max(length, 0)), kMaxReport);
+  std::fwrite(text.data(), 1, printed, stderr);
   if (fatal == Fatal::kYes) EndProcess();
 }
 

@@ -90,9 +90,10 @@ class ZRef {
   ZRef(const ZRef& other) noexcept : m_object(other.m_object) { Take(); }
   ZRef(ZRef&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
 
-  template <typename U>
-  requires std::is_convertible_v<U*, T*> ZRef(const ZRef<U>& other)
-  noexcept : m_object(other.m_object) { Take(); }
+  template <typename U, typename = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+  ZRef(const ZRef<U>& other) noexcept : m_object(other.m_object) {
+    Take();
+  }
 
   ~ZRef() { Drop(); }
 
@@ -116,7 +117,7 @@ class ZRef {
   /// The object's members. A reference to none passes the check and gives null, which is kept: only
   /// a dead object is reported here.
   T* operator->() const {
-    if (m_object != nullptr && m_object->References() <= 0) [[unlikely]]
+    if (m_object != nullptr && !IsLive()) [[unlikely]]
       EndOnDeadDereference();
     return m_object;
   }
@@ -129,6 +130,7 @@ class ZRef {
   friend class ZRef;
 
   void Take() noexcept {
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): it does not follow the counts.
     if (m_object != nullptr) m_object->AddReference();
   }
 
@@ -136,8 +138,13 @@ class ZRef {
     if (m_object != nullptr) m_object->DropReference();
   }
 
+  [[nodiscard]] bool IsLive() const {
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): it does not follow the counts.
+    return m_object->References() > 0;
+  }
+
   void CheckAccess(RefAccess access) const {
-    if (m_object == nullptr || m_object->References() <= 0) [[unlikely]]
+    if (m_object == nullptr || !IsLive()) [[unlikely]]
       EndOnDeadAccess(access);
   }
 

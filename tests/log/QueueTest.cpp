@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <future>
 #include <string>
 #include <thread>
@@ -190,9 +191,9 @@ TEST_F(Queue, FlushReturnsTheResultOfItsWaits) {
 
 TEST_F(Queue, EveryFlushOfManyFindsItsOwnLineWritten) {
   m_log.SetConsoleEcho(false);
-  std::vector<std::jthread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([this, t] {
+  std::array<std::jthread, 4> threads;
+  for (std::size_t t = 0; t < threads.size(); ++t) {
+    threads[t] = std::jthread([this, t] {
       for (int n = 0; n < 50; ++n) {
         const std::string mine = std::to_string(t) + ":" + std::to_string(n);
         m_log.Write(mine);
@@ -201,7 +202,7 @@ TEST_F(Queue, EveryFlushOfManyFindsItsOwnLineWritten) {
       }
     });
   }
-  threads.clear();
+  for (std::jthread& thread : threads) thread.join();
   EXPECT_THAT(Written(), SizeIs(200));
 }
 

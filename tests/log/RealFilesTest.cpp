@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -117,17 +118,16 @@ TEST_F(RealFiles, KeepTenGenerations) {
 }
 
 TEST_F(RealFiles, HoldEveryLineOfManyProducersOnceAndInOrder) {
-  constexpr int kProducers = 4;
   constexpr int kLines = 500;
   m_log.SetMaxQueueSize(5'000);  // So that the throttle has its say as well.
-  std::vector<std::jthread> producers;
-  for (int p = 0; p < kProducers; ++p) {
-    producers.emplace_back([this, p] {
+  std::array<std::jthread, 4> producers;
+  for (int p = 0; p < 4; ++p) {
+    producers[static_cast<std::size_t>(p)] = std::jthread([this, p] {
       for (int n = 0; n < kLines; ++n)
         m_log.LogError(0, 115, "P", p, (std::to_string(n) + " of").c_str());
     });
   }
-  producers.clear();
+  for (std::jthread& producer : producers) producer.join();
   EXPECT_EQ(m_log.Flush(), 0U);
 
   std::map<std::string, int> next;  // By the producer's source suffix.
