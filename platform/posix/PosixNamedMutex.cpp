@@ -1,5 +1,6 @@
 #include "platform/posix/PosixNamedMutex.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -8,9 +9,11 @@
 
 #include <cerrno>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/posix/OwnedDescriptor.h"
@@ -20,6 +23,7 @@ namespace tlk {
 namespace {
 
 constexpr int kFileFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW;
+constexpr std::string_view kFilePrefix = "mutex.";
 constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
 
 bool Lock(const OwnedDescriptor& file, int operation) {
@@ -51,7 +55,7 @@ OwnedDescriptor LockFolder(const OwnedDescriptor& folder) {
 /// A file name for a mutex name: what is neither letter nor digit is written as its number.
 std::string FileNameOf(const char* name) {
   constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string fileName = "mutex.";
+  std::string fileName(kFilePrefix);
   for (const char* next = name; *next != '\0'; ++next) {
     const auto byte = static_cast<unsigned char>(*next);
     const bool isPlain =
@@ -63,6 +67,23 @@ std::string FileNameOf(const char* name) {
     }
   }
   return fileName;
+}
+
+/// Removes the files of names that nobody has open: those of processes that crashed, or ended
+/// without closing them.
+void RemoveLeftovers(const OwnedDescriptor& folder) {
+  const int copy = fcntl(folder.Get(), F_DUPFD_CLOEXEC, 0);
+  const std::unique_ptr<DIR, int (*)(DIR*)> listing(copy < 0 ? nullptr : fdopendir(copy), closedir);
+  if (listing == nullptr) {
+    if (copy >= 0) close(copy);
+    return;
+  }
+  rewinddir(listing.get());
+  while (const dirent* entry = readdir(listing.get())) {
+    if (!std::string_view(entry->d_name).starts_with(kFilePrefix)) continue;
+    const OwnedDescriptor file(openat(folder.Get(), entry->d_name, kFileFlags));
+    if (file.IsOpen() && Lock(file, LOCK_EX | LOCK_NB)) unlinkat(folder.Get(), entry->d_name, 0);
+  }
 }
 
 class SharedHome final : public MutexHome {
@@ -116,6 +137,7 @@ std::unique_ptr<SharedHome> SharedHome::Open(std::string fileName, NamedMutexMod
 }
 
 bool SharedHome::Create() {
+  RemoveLeftovers(m_folder);
   // What a crash may have left in the file must not be taken for a mutex.
   const int error = ftruncate(m_file.Get(), 0) != 0
                         ? errno

@@ -14,8 +14,8 @@ enum class NamedMutexMode { kOpenExisting, kOpenOrCreate };
 ///
 /// The mutex lies in a file of shared memory. Each process that has it open keeps a shared lock on
 /// that file, which the system drops when the process ends, however it ends. So the last one to
-/// close the name knows that it is the last and removes the file; a file that a crash has left
-/// behind is known by having no lock, and counts as none.
+/// close the name knows that it is the last and removes the file. A file that a crash has left
+/// behind is known by having no lock, counts as none, and goes when the next name is made.
 [[nodiscard]] std::unique_ptr<PosixMutex> OpenNamedMutexObject(const char* name,
                                                                NamedMutexMode mode);
 

@@ -69,6 +69,22 @@ TEST_F(PosixNamedMutexTest, LeavesNoUnusableNameBehindACrash) {
   EXPECT_EQ(mutex->Wait(0), WaitResult::kSignalled);
 }
 
+// Files of shared memory used to pile up, one for each name that a process had open at its end.
+TEST_F(PosixNamedMutexTest, ClearsAwayWhatOthersLeftBehind) {
+  const std::string name = "leftover" + std::to_string(getpid());
+  const std::string file = "/dev/shm/tlkc2-" + std::to_string(geteuid()) + "/mutex." + name;
+  const pid_t child = StartChild([&] {
+    const auto own = m_synchronisation.NewNamedMutex(name.c_str());
+    return own == nullptr ? 1 : raise(SIGKILL);
+  });
+  EXPECT_EQ(WTERMSIG(StatusOf(child)), SIGKILL);
+  ASSERT_EQ(access(file.c_str(), F_OK), 0);
+  const auto another = New();
+  EXPECT_NE(access(file.c_str(), F_OK), 0);
+  EXPECT_NE(another, nullptr);
+  EXPECT_EQ(StatusOf(StartChild([this] { return Open() != nullptr ? 0 : 1; })), 0);
+}
+
 TEST_F(PosixNamedMutexTest, StaysWhenAForkedChildClosesItsCopy) {
   auto mutex = New();
   const pid_t child = StartChild([&mutex] {
