@@ -1,13 +1,13 @@
 #include "tests/conversations/Process.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <memory>
 #include <string_view>
 #include <system_error>
@@ -39,6 +39,7 @@ struct Attributes {
 
 std::vector<char*> PointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (auto& text : texts) {
     pointers.push_back(text.data());
   }

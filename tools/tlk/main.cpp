@@ -8,20 +8,23 @@
 
 namespace {
 
-constexpr const char* kExamples =
+constexpr int kStatusWrongUse = 2;
+
+constexpr const char* kFooter =
     "Examples:\n"
     "  tlk serve --port 1371              answer every message with itself\n"
     "  tlk host                           type commands, see events\n"
     "  tlk host --script commands.txt     run commands from a file\n"
     "\n"
-    "'tlk COMMAND --help' tells more about a command.";
+    "'tlk COMMAND --help' tells more about a command. Exit status: 2 when the command line is\n"
+    "wrong, 3 when nobody reads standard output any more, else as the command says.";
 
 /// Shows what the command line asked for instead of a run: help, the version, or what is wrong.
 int ShowAndExit(const CLI::App& app, const CLI::ParseError& end) {
   std::ostringstream shown;
-  const int status = app.exit(end, shown, std::cerr);
+  const bool wrong = app.exit(end, shown, std::cerr) != 0;
   tlk::OwnOutput::Get().Text(shown.str());
-  return status;
+  return wrong ? kStatusWrongUse : 0;
 }
 
 }  // namespace
@@ -30,7 +33,7 @@ int main(int argc, char** argv) {
   tlk::OwnOutput::Get();
 
   CLI::App app("Talk to a message server, or be one.", "tlk");
-  app.footer(kExamples);
+  app.footer(kFooter);
   app.set_version_flag("--version", "tlk " TLKC2_VERSION);
   app.require_subcommand(1);
 

@@ -12,17 +12,18 @@ namespace {
 
 using namespace tlk::serve;
 
-constexpr const char* kDescription =
-    "Run a development server on 127.0.0.1 to write hosts against. Each client has an id from 1 "
-    "up.\n"
-    "Keep-alives are answered; every other message goes back to its sender.";
+constexpr const char* kDescription = "Run a development server to write hosts against.";
 
 constexpr const char* kFooter =
+    "Listens on 127.0.0.1. Each client gets an id from 1 up, keep-alives are answered, and every\n"
+    "other message goes back to its sender with the same Type and Data.\n"
+    "\n"
     "Prints 'listening 127.0.0.1:PORT', then for each client\n"
     "  client 1 connected\n"
     "  client 1 message type=\"Hello\" bytes=123\n"
     "  client 1 closed           (or 'lost: REASON', or 'refused: REASON')\n"
-    "and 'stopped' at its end. Exit status: 0, or 1 when it cannot serve or a script fails.\n"
+    "and 'stopped' at its end, which SIGINT and SIGTERM bring about too. Exit status: 0, or\n"
+    "1 when it cannot serve or a script fails.\n"
     "\n"
     "Examples:\n"
     "  tlk serve --port 1371                   until Ctrl-C\n"
@@ -84,27 +85,38 @@ int Run(const Options& options) {
 }
 
 void AddOptions(CLI::App& serve, Options& options) {
-  auto* script = serve.add_option("--script", options.script,
-                                  "Play the server's part of a conversation file instead");
-  serve.add_option("--port", options.server.port, "Port to listen on; 0 lets the system choose")
+  serve.add_option("--port", options.server.port, "Listen on that port; 0 lets the system choose")
+      ->type_name("N")
       ->capture_default_str();
-  serve.add_flag("--relay", options.server.relay, "Send messages to all other clients, not back")
-      ->excludes(script);
+  serve.add_flag("--relay", options.server.relay, "Send messages to all other clients, not back");
   serve.add_option("--for", options.seconds, "Stop after so many seconds")
-      ->check(CLI::PositiveNumber)
-      ->excludes(script);
+      ->type_name("SECONDS")
+      ->check(CLI::PositiveNumber.description(""));
   serve.add_option("--clients", options.clients, "Stop when so many clients have come and gone")
-      ->check(CLI::PositiveNumber)
-      ->excludes(script);
-  serve.add_option("--max-length", options.server.limits.message, "Refuse longer messages (bytes)")
-      ->check(CLI::Range(kLengthPrefix, kMaxMessageLength))
-      ->capture_default_str()
-      ->excludes(script);
+      ->type_name("N")
+      ->check(CLI::PositiveNumber.description(""));
+  serve.add_option("--max-length", options.server.limits.message, "Refuse longer messages")
+      ->type_name("BYTES")
+      ->check(CLI::Range(kLengthPrefix, kMaxMessageLength).description(""))
+      ->capture_default_str();
   serve
       .add_option("--max-queue", options.server.limits.queue,
-                  "Refuse clients that leave more bytes unread")
-      ->capture_default_str()
-      ->excludes(script);
+                  "Refuse clients that leave more unread")
+      ->type_name("BYTES")
+      ->capture_default_str();
+  serve
+      .add_option("--script", options.script,
+                  "Play the server's part of a conversation file instead; goes with --port only")
+      ->type_name("FILE");
+}
+
+/// A script says itself what becomes of clients and messages.
+void RefuseBesideScript(const CLI::App& serve) {
+  for (const char* name : {"--relay", "--for", "--clients", "--max-length", "--max-queue"}) {
+    if (serve.count(name) > 0) {
+      throw CLI::ExcludesError("--script", name);
+    }
+  }
 }
 
 }  // namespace
@@ -114,7 +126,12 @@ void AddServeCommand(CLI::App& app, int& exitStatus) {
   command->footer(kFooter);
   const auto options = std::make_shared<Options>();
   AddOptions(*command, *options);
-  command->callback([options, &exitStatus] { exitStatus = Run(*options); });
+  command->callback([command, options, &exitStatus] {
+    if (!options->script.empty()) {
+      RefuseBesideScript(*command);
+    }
+    exitStatus = Run(*options);
+  });
 }
 
 }  // namespace tlk
