@@ -2,6 +2,7 @@
 
 #include "log/QNLogger.h"
 #include "platform/posix/PosixStringTable.h"
+#include "xml/Gate.h"
 #include "xml/pugixml/PugiDom.h"
 
 namespace tlk {
@@ -19,9 +20,15 @@ void RegisterModuleStrings() {
   }
 }
 
-PugiDomFactory& SystemDom() {
-  static PugiDomFactory factory(SystemPlatform().text);
-  return factory;
+// What every control of the process builds and reads its documents with.
+struct SystemXml {
+  PugiDomFactory dom{SystemPlatform().text};
+  XmlGate gate{SystemPlatform().text};
+};
+
+SystemXml& Xml() {
+  static SystemXml xml;
+  return xml;
 }
 
 }  // namespace
@@ -35,7 +42,7 @@ iLogger& TraceLog() {
 }
 
 ControlPorts NativePorts(MessageLoop& loop, MessageWindow& window) {
-  return {loop.GetSockets(), window, SystemPlatform(), SystemDom(), TraceLog()};
+  return {loop.GetSockets(), window, SystemPlatform(), Xml().dom, Xml().gate, TraceLog()};
 }
 
 NativeControl::NativeControl(MessageLoop& loop, ITlkcEvents& events)

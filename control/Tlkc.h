@@ -14,6 +14,7 @@
 
 namespace tlk {
 
+class XmlGate;
 class iLogger;
 struct TraceFailure;
 struct TraceRecord;
@@ -55,6 +56,7 @@ struct ControlPorts {
   ControlWindow& window;
   const Platform& platform;
   DomFactory& dom;
+  const XmlGate& gate;
   iLogger& log;
 };
 

@@ -7,7 +7,9 @@
 
 namespace tlk {
 
-Codec CTlkc::MessageCodec() const { return {m_ports.dom, m_ports.platform.text, m_ports.log}; }
+Codec CTlkc::MessageCodec() const {
+  return {m_ports.dom, m_ports.platform.text, m_ports.gate, m_ports.log};
+}
 
 int CTlkc::HandleMessage() {
   std::string type;

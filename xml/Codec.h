@@ -4,6 +4,7 @@ namespace tlk {
 
 class AnsiText;
 class DomFactory;
+class XmlGate;
 class iLogger;
 
 /// What message documents are built and read with, and where their failures are recorded. It refers
@@ -11,6 +12,7 @@ class iLogger;
 struct Codec {
   DomFactory& dom;
   const AnsiText& text;
+  const XmlGate& gate;
   iLogger& log;
 };
 

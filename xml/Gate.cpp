@@ -66,12 +66,4 @@ GateVerdict XmlGate::PassWide(std::string_view text) const {
   return verdict;
 }
 
-GateVerdict PassXmlGate(std::string_view text, const AnsiText& codePage) noexcept {
-  try {
-    return IsAscii(text) ? PassAscii(text) : XmlGate(codePage).Pass(text);
-  } catch (const std::exception&) {
-    return kNoMemory;
-  }
-}
-
 }  // namespace tlk

@@ -54,8 +54,4 @@ class XmlGate {
   std::array<std::uint8_t, 256> m_traits{};
 };
 
-/// The same for one text only. A text of other than ASCII characters has a gate made for it, which
-/// costs more than a short text does: who sees many of them keeps a gate.
-[[nodiscard]] GateVerdict PassXmlGate(std::string_view text, const AnsiText& codePage) noexcept;
-
 }  // namespace tlk

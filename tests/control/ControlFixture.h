@@ -17,6 +17,7 @@
 #include "tests/scripted/ScriptedStringTable.h"
 #include "tests/scripted/ScriptedSurroundings.h"
 #include "tests/scripted/ScriptedWindow.h"
+#include "xml/Gate.h"
 #include "xml/pugixml/PugiDom.h"
 
 namespace tlk::test {
@@ -144,7 +145,8 @@ class ControlFixture : public testing::Test {
   Platform platform{SystemPlatform().text, strings, SystemPlatform().synchronisation, surroundings,
                     files};
   PugiDomFactory dom{SystemPlatform().text};
-  ControlPorts ports{sockets, window, platform, dom, log};
+  XmlGate gate{SystemPlatform().text};
+  ControlPorts ports{sockets, window, platform, dom, gate, log};
   HostEvents events{timeline};
   std::unique_ptr<OpenControl> control;
 };

@@ -165,7 +165,7 @@ TEST_P(BuilderTest, WritesWhatItsOwnGateLetsIn) {
   TLK_XMLBuilder builder(m_codec);
   ASSERT_EQ(builder.CreateMessage(every, 1, 0), 0);
   const std::string xml = XmlOf(builder);
-  EXPECT_STREQ(PassXmlGate(xml, m_text).reason, nullptr) << xml;
+  EXPECT_STREQ(m_gate.Pass(xml).reason, nullptr) << xml;
 
   std::string expected = every;
   for (char& c : expected)

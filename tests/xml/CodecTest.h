@@ -10,6 +10,7 @@
 #include "tests/scripted/RecordingLogger.h"
 #include "tests/scripted/ScriptedDom.h"
 #include "xml/Codec.h"
+#include "xml/Gate.h"
 #include "xml/TLK_XMLBuilder.h"
 #include "xml/TLK_XMLParser.h"
 #include "xml/pugixml/PugiDom.h"
@@ -63,7 +64,8 @@ class CodecTest : public testing::TestWithParam<DomUnderTest> {
   std::unique_ptr<DomFactory> m_real = GetParam().make(m_text);
   ScriptedDomFactory m_dom{*m_real};
   RecordingLogger m_log;
-  Codec m_codec{m_dom, m_text, m_log};
+  XmlGate m_gate{m_text};
+  Codec m_codec{m_dom, m_text, m_gate, m_log};
 };
 
 }  // namespace tlk

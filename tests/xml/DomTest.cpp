@@ -15,7 +15,7 @@ class DomTest : public CodecTest {
   void SetUp() override { ASSERT_EQ(m_real->NewDocument(m_document), kDomOk); }
 
   void Load(const std::string& text) {
-    ASSERT_STREQ(PassXmlGate(text, m_text).reason, nullptr) << text;
+    ASSERT_STREQ(m_gate.Pass(text).reason, nullptr) << text;
     bool loaded = false;
     ASSERT_EQ(m_document->LoadXml(text, loaded), kDomOk);
     ASSERT_TRUE(loaded) << text;

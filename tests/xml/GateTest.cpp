@@ -37,9 +37,7 @@ class Doors {
     std::string narrow;
     door.page.Narrow(text, narrow);
     const GateVerdict verdict = door.gate.Pass(narrow);
-    const GateVerdict once = PassXmlGate(narrow, door.page);
-    const bool same = verdict.reason == once.reason && verdict.position == once.position;
-    if (verdict.Passed() == expected && verdict.position <= narrow.size() && same) return {};
+    if (verdict.Passed() == expected && verdict.position <= narrow.size()) return {};
     return std::string(door.page.IsSingleByte() ? "bytes: " : "wide: ") +
            (verdict.Passed() ? "let in" : verdict.reason) + " at " +
            std::to_string(verdict.position) + ": " + Utf8(text) + "\n";
@@ -280,7 +278,7 @@ TEST(Gate, TellsWhatIsWrongAndWhere) {
 
     std::string doubled;
     pairs.Narrow(Utf16(fault.text), doubled);
-    EXPECT_EQ(PassXmlGate(doubled, pairs).position, 2 * fault.position) << fault.text;
+    EXPECT_EQ(XmlGate(pairs).Pass(doubled).position, 2 * fault.position) << fault.text;
   }
 }
 

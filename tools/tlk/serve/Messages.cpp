@@ -5,7 +5,6 @@
 #include "log/QNLogger.h"
 #include "platform/Platform.h"
 #include "transport/Framing.h"
-#include "xml/Gate.h"
 #include "xml/TLK_XMLBuilder.h"
 #include "xml/TLK_XMLParser.h"
 
@@ -74,10 +73,12 @@ std::string StampAndSerialise(TLK_XMLBuilder& builder) {
 }  // namespace
 
 Messages::Messages()
-    : m_dom(SystemPlatform().text), m_codec{m_dom, SystemPlatform().text, SilentLog()} {}
+    : m_dom(SystemPlatform().text),
+      m_gate(SystemPlatform().text),
+      m_codec{m_dom, SystemPlatform().text, m_gate, SilentLog()} {}
 
 std::optional<std::string> Messages::ReadType(std::string_view frame, std::string& fault) {
-  const auto verdict = PassXmlGate(frame, m_codec.text);
+  const auto verdict = m_gate.Pass(frame);
   if (!verdict.Passed()) {
     fault =
         "not XML: " + std::string(verdict.reason) + " at byte " + std::to_string(verdict.position);

@@ -6,16 +6,10 @@
 #include <string_view>
 
 #include "xml/Codec.h"
+#include "xml/Gate.h"
 #include "xml/pugixml/PugiDom.h"
 
 namespace tlk::serve {
-
-/// The id that a message from or to the server itself carries.
-inline constexpr std::int32_t kServerId = 0;
-
-/// The types that keep a connection alive: what an idle client sends, and what it is answered.
-inline constexpr std::string_view kKeepAlive = "Keep Connection Alive";
-inline constexpr std::string_view kKeepAliveAnswer = "Keep Connection Alive Response";
 
 /// Reads and builds the messages of the server, as text in the ANSI code page.
 class Messages {
@@ -36,6 +30,7 @@ class Messages {
 
  private:
   PugiDomFactory m_dom;
+  XmlGate m_gate;
   Codec m_codec;
 };
 
