@@ -1,4 +1,5 @@
 #include "tools/tlk/serve/ScriptPlayer.h"
+#include "transport/MessageTypes.h"
 
 #include <charconv>
 #include <cstdio>

@@ -1,4 +1,5 @@
 #include "tools/tlk/serve/Server.h"
+#include "transport/MessageTypes.h"
 
 #include <asio/post.hpp>
 #include <csignal>
