@@ -65,7 +65,7 @@ TEST_P(AllocationTest, BuildsAllOrFails) {
   int failures = 0;
   const std::string shown = ShownBy([&] {
     failures = FailOneByOne([&] {
-      TLK_XMLBuilder builder({*m_real, m_text, m_log});
+      TLK_XMLBuilder builder({*m_real, m_text, m_gate, m_log});
       const bool created = builder.CreateMessage("Chat", 1, 0) == 0;
       builder.AppendData(kPayload);
       builder.SetLength();
@@ -84,7 +84,7 @@ TEST_P(AllocationTest, ReadsAllOrFails) {
   int failures = 0;
   const std::string shown = ShownBy([&] {
     failures = FailOneByOne([&] {
-      TLK_XMLParser parser({*m_real, m_text, m_log}, message);
+      TLK_XMLParser parser({*m_real, m_text, m_gate, m_log}, message);
       std::string type = "before";
       std::int32_t id = -5;
       const bool hasType = parser.GetType(type) == 0;

@@ -1,5 +1,4 @@
 #include "tools/tlk/serve/ScriptPlayer.h"
-#include "transport/MessageTypes.h"
 
 #include <charconv>
 #include <cstdio>
@@ -9,6 +8,7 @@
 #include "tools/tlk/Words.h"
 #include "tools/tlk/serve/Listening.h"
 #include "transport/Framing.h"
+#include "transport/MessageTypes.h"
 
 namespace tlk::serve {
 namespace {

@@ -1,5 +1,4 @@
 #include "tools/tlk/serve/Server.h"
-#include "transport/MessageTypes.h"
 
 #include <asio/post.hpp>
 #include <csignal>
@@ -7,6 +6,7 @@
 
 #include "tools/tlk/Words.h"
 #include "tools/tlk/serve/Listening.h"
+#include "transport/MessageTypes.h"
 
 namespace tlk::serve {
 namespace {
