@@ -1,21 +1,30 @@
 #pragma once
 
 #include <new>
+#include <utility>
 
 #include "control/Tlkc.h"
 
 namespace tlk {
 
-/// Runs the body of an automation method and lets no exception out of it.
-template <typename Body>
-ResultCode AtBoundary(Body&& body) noexcept {
+/// Runs the body of an automation method and lets no exception out of it. `recover`, which must not
+/// throw, puts things in order when memory has run out on the way.
+template <typename Body, typename Recover>
+ResultCode AtBoundary(Body&& body, Recover&& recover) noexcept {
   try {
     return body();
   } catch (const std::bad_alloc&) {
+    recover();
     return kResultOutOfMemory;
   } catch (...) {
+    recover();
     return kResultFail;
   }
+}
+
+template <typename Body>
+ResultCode AtBoundary(Body&& body) noexcept {
+  return AtBoundary(std::forward<Body>(body), [] {});
 }
 
 }  // namespace tlk

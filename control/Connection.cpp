@@ -20,7 +20,7 @@ std::uint16_t ToNetworkOrder(std::uint16_t value) {
 }  // namespace
 
 ResultCode CTlkc::Connect(std::u16string_view server, std::int32_t port, std::int32_t* pVal) {
-  return AtBoundary([&] {
+  const auto connect = [&] {
     if (m_status != TLK_Not_Connected) {
       return kResultFail;
     }
@@ -33,7 +33,8 @@ ResultCode CTlkc::Connect(std::u16string_view server, std::int32_t port, std::in
     *pVal = 1;
     StartKeepAliveTimer();
     return kResultOk;
-  });
+  };
+  return AtBoundary(connect, [this] { OnOutOfMemory(); });
 }
 
 ResultCode CTlkc::Disconnect() {
@@ -78,22 +79,24 @@ bool CTlkc::ConnectSocket() {
   m_status = TLK_Resolving;
   if (sockets.Connect(m_socket, m_serverAddr) == kSocketError) {
     if (sockets.LastError() != socket_error::kWouldBlock) {
-      return FailConnect(trace::kConnectFailed);
+      return DropOnFailure(trace::kConnectFailed);
     }
     LogNormal(trace::kConnectPending);
     m_ports.window.StartTimer(m_connectTimerId, m_connectTimeoutMs);
   }
   if (sockets.EnableKeepAlive(m_socket) == kSocketError) {
-    return FailConnect(trace::kKeepAliveOptionFailed);
+    return DropOnFailure(trace::kKeepAliveOptionFailed);
   }
   if (sockets.RequestNotifications(m_socket, m_ports.window, m_notifyMsg, socket_event::kAll) ==
       kSocketError) {
-    return FailConnect(trace::kAsyncSelectFailed);
+    return DropOnFailure(trace::kAsyncSelectFailed);
   }
   return true;
 }
 
-bool CTlkc::FailConnect(const TraceFailure& failure) {
+// For a socket call that has just failed. Unlike a reader, tells the reason before it closes the
+// socket.
+bool CTlkc::DropOnFailure(const TraceFailure& failure) {
   LogError(failure.reason, m_ports.sockets.LastError());
   DropConnection(failure.droppedLine);
   return false;

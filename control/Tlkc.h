@@ -75,8 +75,8 @@ struct ControlPorts {
 /// itself: a status that changes inside a status handler is not announced again, and a message that
 /// completes inside a message handler is skipped, for good.
 ///
-/// Output pointers must not be null. No method throws: one that runs out of memory says so with
-/// `kResultOutOfMemory`, and a notification that does ends the connection.
+/// Output pointers must not be null. No method throws. One that runs out of memory says so with
+/// `kResultOutOfMemory`; `Connect`, `SendReceiveTlkMsg` and a notification end the connection then.
 class CTlkc : private WindowTarget {
  public:
   CTlkc(const ControlPorts& ports, ITlkcEvents& events);
@@ -131,7 +131,6 @@ class CTlkc : private WindowTarget {
 
   bool OpenSocket(std::u16string_view server, std::int32_t port);
   bool ConnectSocket();
-  bool FailConnect(const TraceFailure& failure);
 
   void HandleNotification(std::uint32_t event, int error);
   void OnSocketEvent(std::uint32_t event);
@@ -139,6 +138,7 @@ class CTlkc : private WindowTarget {
 
   void CloseSocket();
   void DropConnection(int line);
+  bool DropOnFailure(const TraceFailure& failure);
   void EndConnection(int line);
   void DropOnError(int error, std::span<const ErrorFailure> known, const TraceFailure& unknown);
   void AnnounceStatus(int line);
@@ -160,7 +160,6 @@ class CTlkc : private WindowTarget {
   bool BuildMessage(std::u16string_view message, std::u16string_view data, std::string& text);
   bool Exchange(const std::string& request, std::int32_t timeOutMS, std::string& type,
                 std::string& data);
-  bool FailExchange(const TraceFailure& failure);
 
   void LogNormal(const TraceRecord& record);
   void LogNormal(const TraceRecord& record, std::int32_t number);

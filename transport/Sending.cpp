@@ -26,7 +26,7 @@ ResultCode CTlkc::SendTLKMsg(std::u16string_view message, std::u16string_view da
 ResultCode CTlkc::SendReceiveTlkMsg(std::u16string_view sndMsg, std::u16string_view sndData,
                                     std::u16string* recMsg, std::u16string* recData,
                                     std::int32_t timeOutMS) {
-  return AtBoundary([&] {
+  const auto exchange = [&] {
     std::string request;
     std::string type;
     std::string data;
@@ -37,10 +37,12 @@ ResultCode CTlkc::SendReceiveTlkMsg(std::u16string_view sndMsg, std::u16string_v
     m_ports.platform.text.Widen(data, *recData);
     if (m_ports.sockets.RequestNotifications(m_socket, m_ports.window, m_notifyMsg,
                                              socket_event::kAll) == kSocketError) {
-      FailExchange(trace::kNotificationsOnFailed);
+      DropOnFailure(trace::kNotificationsOnFailed);
     }
     return kResultOk;
-  });
+  };
+  // The socket may be left blocking and without notifications: the connection cannot go on.
+  return AtBoundary(exchange, [this] { OnOutOfMemory(); });
 }
 
 bool CTlkc::BuildMessage(std::u16string_view message, std::u16string_view data, std::string& text) {
@@ -60,33 +62,26 @@ bool CTlkc::Exchange(const std::string& request, std::int32_t timeOutMS, std::st
                      std::string& data) {
   auto& sockets = m_ports.sockets;
   if (sockets.RequestNotifications(m_socket, m_ports.window, 0, 0) == kSocketError) {
-    return FailExchange(trace::kNotificationsOffFailed);
+    return DropOnFailure(trace::kNotificationsOffFailed);
   }
   // A step that fails ends the connection but not the exchange: what follows fails in turn, on the
   // closed socket, and each failure leaves its own record and event.
   if (sockets.SetBlocking(m_socket) == kSocketError) {
-    FailExchange(trace::kBlockingFailed);
+    DropOnFailure(trace::kBlockingFailed);
   }
   if (sockets.SetSendTimeout(m_socket, timeOutMS) == kSocketError) {
-    FailExchange(trace::kSendTimeoutFailed);
+    DropOnFailure(trace::kSendTimeoutFailed);
   }
   if (sockets.SetReceiveTimeout(m_socket, timeOutMS) == kSocketError) {
-    FailExchange(trace::kReceiveTimeoutFailed);
+    DropOnFailure(trace::kReceiveTimeoutFailed);
   }
   if (sockets.Send(m_socket, request) == kSocketError) {
-    return FailExchange(trace::kBlockingSendFailed);
+    return DropOnFailure(trace::kBlockingSendFailed);
   }
   if (ReadMessage(type, data) == -1) {
-    return FailExchange(trace::kBlockingReadFailed);
+    return DropOnFailure(trace::kBlockingReadFailed);
   }
   return true;
-}
-
-// Unlike a reader, tells the reason before it closes the socket.
-bool CTlkc::FailExchange(const TraceFailure& failure) {
-  LogError(failure.reason, m_ports.sockets.LastError());
-  DropConnection(failure.droppedLine);
-  return false;
 }
 
 }  // namespace tlk
