@@ -1,8 +1,11 @@
 tlkc2_add_test(host
-  SOURCES CommandReaderTest.cpp HostSessionTest.cpp LineReaderTest.cpp NativeControlDriverTest.cpp
-  LINK tlkc2_tool_host tlkc2_control)
+  SOURCES CommandReaderTest.cpp HostSessionTest.cpp LineReaderTest.cpp
+  LINK tlkc2_tool_host)
 
 tlkc2_add_tlk_test(host_help "Usage: tlk host.*--script FILE.*request TYPE DATA TIMEOUT_MS"
   host --help)
 tlkc2_add_tlk_test(host_missing_script "^tlk host: cannot read the script missing[.]txt\n$"
   host --script missing.txt)
+
+add_test(NAME tlk.console COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/console.sh $<TARGET_FILE:tlk>)
+set_tests_properties(tlk.console PROPERTIES TIMEOUT 60)
