@@ -14,7 +14,7 @@
 namespace tlk {
 
 /// The other end of connections under test: listens on a port that the system chooses, and talks to
-/// one client. Every call has a limit of ten seconds and throws when it fails.
+/// one client. A call that fails throws, as does waiting for the client longer than ten seconds.
 class LoopbackPeer {
  public:
   LoopbackPeer() : m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -32,7 +32,8 @@ class LoopbackPeer {
   [[nodiscard]] const InternetAddress& Address() const { return m_address; }
 
   void Accept() {
-    Await(m_listener.Get());
+    pollfd wait{.fd = m_listener.Get(), .events = POLLIN, .revents = 0};
+    Check(::poll(&wait, 1, 10000) == 1 ? 0 : -1, "nobody came in time");
     m_client = OwnedDescriptor(::accept(m_listener.Get(), nullptr, nullptr));
     Check(m_client.Get(), "accept");
   }
@@ -40,18 +41,6 @@ class LoopbackPeer {
   void Send(const std::string& bytes) {
     const auto sent = ::send(m_client.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
     Check(sent == static_cast<ssize_t>(bytes.size()) ? 0 : -1, "send");
-  }
-
-  /// Reads until so many bytes have come.
-  std::string Read(std::size_t count) {
-    std::string bytes(count, '\0');
-    for (std::size_t held = 0; held < count;) {
-      Await(m_client.Get());
-      const auto received = ::recv(m_client.Get(), bytes.data() + held, count - held, 0);
-      Check(received > 0 ? 0 : -1, "receive");
-      held += static_cast<std::size_t>(received);
-    }
-    return bytes;
   }
 
   /// What waits now, up to so many bytes.
@@ -74,14 +63,7 @@ class LoopbackPeer {
 
  private:
   static void Check(int result, const char* what) {
-    if (result < 0) {
-      throw std::runtime_error(std::string("loopback peer: ") + what);
-    }
-  }
-
-  static void Await(int descriptor) {
-    pollfd wait{.fd = descriptor, .events = POLLIN, .revents = 0};
-    Check(::poll(&wait, 1, 10000) == 1 ? 0 : -1, "nothing came in time");
+    if (result < 0) throw std::runtime_error(std::string("loopback peer: ") + what);
   }
 
   OwnedDescriptor m_listener;
