@@ -33,15 +33,14 @@ class ScriptedFiles final : public Files {
   /// `appendResult`.
   void FailWhen(Predicate matches, std::int64_t appendResult = append_result::kNotOpened) {
     const std::lock_guard lock(m_mutex);
-    m_faults.push_back({std::move(matches), appendResult, 0, std::nullopt});
+    m_faults.push_back({std::move(matches), appendResult});
   }
 
   /// Makes one call fail: the `nth` of that kind from now, counted from 1.
-  void FailNth(FileCall::Kind kind, int nth,
-               std::int64_t appendResult = append_result::kNotOpened) {
-    const std::lock_guard lock(m_mutex);
-    m_faults.push_back(
-        {[kind](const FileCall& call) { return call.kind == kind; }, appendResult, 0, nth});
+  void FailNth(FileCall::Kind kind, int nth) {
+    FailWhen([kind, nth, seen = 0](const FileCall& call) mutable {
+      return call.kind == kind && ++seen == nth;
+    });
   }
 
   void HealAll() {
@@ -110,8 +109,6 @@ class ScriptedFiles final : public Files {
   struct Fault {
     Predicate matches;
     std::int64_t appendResult;
-    int seen;
-    std::optional<int> nth;  ///< The one call that fails; every one when empty.
   };
 
   void Announce(const FileCall& call) const {
@@ -122,11 +119,8 @@ class ScriptedFiles final : public Files {
   std::optional<std::int64_t> Record(const FileCall& call) {
     m_calls.push_back(call);
     std::optional<std::int64_t> result;
-    for (Fault& fault : m_faults) {
-      if (!fault.matches(call)) continue;
-      ++fault.seen;
-      if (!fault.nth || fault.seen == *fault.nth) result = fault.appendResult;
-    }
+    for (const Fault& fault : m_faults)
+      if (fault.matches(call)) result = fault.appendResult;
     return result;
   }
 

@@ -29,9 +29,7 @@ class ScriptedSockets final : public Sockets {
 
   /// Makes the next calls of that kind that nothing was said about yet go well, `count` of them.
   void Allow(Call call, int count = 1) {
-    for (int i = 0; i < count; ++i) {
-      m_errors[call].push_back(0);
-    }
+    for (int i = 0; i < count; ++i) m_errors[call].push_back(0);
   }
   /// Makes the next call of that kind fail.
   void Fail(Call call, int error) { m_errors[call].push_back(error); }
@@ -59,9 +57,7 @@ class ScriptedSockets final : public Sockets {
   std::deque<int> receiveSizes;
 
   [[nodiscard]] SocketHandle Open() override {
-    if (Next(Call::kOpen) != 0) {
-      return kInvalidSocket;
-    }
+    if (Next(Call::kOpen) != 0) return kInvalidSocket;
     m_open.insert(++m_lastHandle);
     blocking = true;
     return m_lastHandle;
@@ -73,9 +69,7 @@ class ScriptedSockets final : public Sockets {
   }
 
   [[nodiscard]] int Send(SocketHandle socket, std::string_view bytes) override {
-    if (Answer(Call::kSend, socket) != 0) {
-      return kSocketError;
-    }
+    if (Answer(Call::kSend, socket) != 0) return kSocketError;
     auto count = bytes.size();
     if (!m_takes.empty()) {
       count = static_cast<std::size_t>(m_takes.front());
@@ -87,18 +81,12 @@ class ScriptedSockets final : public Sockets {
 
   [[nodiscard]] int Receive(SocketHandle socket, std::span<char> buffer, int size) override {
     receiveSizes.push_back(size);
-    if (Answer(Call::kReceive, socket) != 0) {
-      return kSocketError;
-    }
-    if (size < 0 || static_cast<std::size_t>(size) > buffer.size()) {
+    if (Answer(Call::kReceive, socket) != 0) return kSocketError;
+    if (size < 0 || static_cast<std::size_t>(size) > buffer.size())
       return FailWith(socket_error::kFault);
-    }
-    if (size == 0) {
-      return 0;
-    }
-    if (m_arrivals.empty()) {
+    if (size == 0) return 0;
+    if (m_arrivals.empty())
       return FailWith(blocking ? socket_error::kTimedOut : socket_error::kWouldBlock);
-    }
     if (const auto* error = std::get_if<int>(&m_arrivals.front())) {
       const int number = *error;
       m_arrivals.pop_front();
@@ -107,9 +95,7 @@ class ScriptedSockets final : public Sockets {
     auto& bytes = std::get<std::string>(m_arrivals.front());
     const auto count = bytes.copy(buffer.data(), static_cast<std::size_t>(size));
     bytes.erase(0, count);
-    if (bytes.empty()) {
-      m_arrivals.pop_front();
-    }
+    if (bytes.empty()) m_arrivals.pop_front();
     return static_cast<int>(count);
   }
 
@@ -167,9 +153,7 @@ class ScriptedSockets final : public Sockets {
 
   int Next(Call call) {
     auto& errors = m_errors[call];
-    if (errors.empty()) {
-      return 0;
-    }
+    if (errors.empty()) return 0;
     const int error = errors.front();
     errors.pop_front();
     return error == 0 ? 0 : FailWith(error);

@@ -12,16 +12,14 @@ namespace tlk::test {
 /// A string table with the texts that a test has put in. Fill it before other threads use it.
 class ScriptedStringTable final : public StringTable {
  public:
-  /// The module that `FindModule` finds, by exactly this name; its handle is `TheModule()`.
-  std::string moduleName = "Tlkc2";
-
   /// The texts by module handle and number.
   std::map<std::pair<ModuleHandle, std::uint32_t>, std::string> texts;
 
+  /// What `FindModule` finds, by the name "Tlkc2".
   [[nodiscard]] ModuleHandle TheModule() const { return this; }
 
   [[nodiscard]] ModuleHandle FindModule(const char* name) const override {
-    return name != nullptr && moduleName == name ? TheModule() : nullptr;
+    return name != nullptr && std::string(name) == "Tlkc2" ? TheModule() : nullptr;
   }
 
   [[nodiscard]] int Load(ModuleHandle module, std::uint32_t number,

@@ -53,9 +53,7 @@ class ScriptedWindow final : public ControlWindow {
   [[nodiscard]] std::uintptr_t NextDue(std::uint64_t end) const {
     std::uintptr_t next = 0;
     for (const auto& [id, timer] : m_timers) {
-      if (timer.due <= end && (next == 0 || timer.due < m_timers.at(next).due)) {
-        next = id;
-      }
+      if (timer.due <= end && (next == 0 || timer.due < m_timers.at(next).due)) next = id;
     }
     return next;
   }
