@@ -1,12 +1,9 @@
 #include "tools/tlk/host/CommandReader.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace tlk::host {
 namespace {
-
-using testing::ElementsAre;
 
 TEST(CommandReader, RefusesALineAndSaysWhatIsWrong) {
   struct {
@@ -45,20 +42,6 @@ TEST(CommandReader, RefusesEndlessHandlers) {
   for (int i = 0; i < kMaxHandlerDepth; ++i) line += "on status ";
   EXPECT_EQ(ReadCommand(line + "quit").error, "");
   EXPECT_EQ(ReadCommand(line + "on status quit").error, "too many handlers within handlers");
-}
-
-TEST(CommandReader, FillsTheWordsOfACommand) {
-  const auto connect = ReadCommand("\tconnect  \"\" -2147483648 ").command;
-  ASSERT_TRUE(connect);
-  EXPECT_THAT(connect->texts, ElementsAre(""));
-  EXPECT_EQ(connect->number, -2147483648LL);
-
-  const auto on = ReadCommand(R"(on message on status request "a b" \x80 2147483647)").command;
-  ASSERT_TRUE(on && on->handler && on->handler->handler);
-  EXPECT_EQ(on->event, EventKind::kMessage);
-  EXPECT_EQ(on->handler->event, EventKind::kStatus);
-  EXPECT_THAT(on->handler->handler->texts, ElementsAre("a b", R"(\x80)"));
-  EXPECT_EQ(on->handler->handler->number, 2147483647);
 }
 
 }  // namespace

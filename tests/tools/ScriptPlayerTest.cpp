@@ -3,10 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <asio/buffer.hpp>
-#include <asio/write.hpp>
+#include <asio/ip/tcp.hpp>
 #include <sstream>
-#include <thread>
 
 #include "tests/tools/Frames.h"
 
@@ -18,7 +16,7 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 /// What a player says when a client connects, sends these bytes and closes.
-std::string LastLineOf(const std::string& script, const std::string& bytes, bool& played) {
+std::string LastLineOf(const std::string& script, const std::string& bytes) {
   std::istringstream text("limit 1\nserver:\n" + script);
   std::string last;
   const auto conversation = ReadConversation(text, last);
@@ -26,14 +24,21 @@ std::string LastLineOf(const std::string& script, const std::string& bytes, bool
   const LineWriter writeLine = [&last](std::string_view line) { last = line; };
   ScriptPlayer player(*conversation, writeLine);
   EXPECT_FALSE(player.Listen(0));
-  const auto port = static_cast<std::uint16_t>(std::stoi(last.substr(last.rfind(':') + 1)));
-  asio::io_context io;
-  tcp::socket client(io);
-  client.connect({asio::ip::address_v4::loopback(), port});
-  asio::write(client, asio::buffer(bytes));
-  client.shutdown(tcp::socket::shutdown_send);
-  played = player.Play();
-  return last;
+  tcp::iostream client("127.0.0.1", last.substr(last.rfind(':') + 1));
+  client << bytes << std::flush;
+  client.socket().shutdown(tcp::socket::shutdown_send);
+  return (player.Play() ? "played: " : "") + last;
+}
+
+TEST(Conversation, RefusesALineItCannotPlace) {
+  for (const auto* const line :
+       {"  accept\n", "servers:\n", "status one\n", "limit 0\n", "status -1\n", "colour 3\n",
+        "status $FILL:\n", "status $FILL:99999999\n"}) {
+    std::istringstream text(std::string("limit 5\n") + line);
+    std::string error;
+    EXPECT_FALSE(ReadConversation(text, error)) << line;
+    EXPECT_THAT(error, StartsWith("line 2: ")) << line;
+  }
 }
 
 TEST(ScriptPlayer, SaysWhyItFails) {
@@ -59,10 +64,9 @@ TEST(ScriptPlayer, SaysWhyItFails) {
        "got no message"},
   };
   for (const auto& one : cases) {
-    bool played = true;
-    const auto last = LastLineOf(one.script, one.bytes, played);
-    EXPECT_FALSE(played) << one.script;
-    EXPECT_THAT(last, AllOf(StartsWith("failed: "), HasSubstr(one.failure))) << one.script;
+    EXPECT_THAT(LastLineOf(one.script, one.bytes),
+                AllOf(StartsWith("failed: "), HasSubstr(one.failure)))
+        << one.script;
   }
 }
 

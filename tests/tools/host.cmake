@@ -1,5 +1,5 @@
 tlkc2_add_test(host
-  SOURCES CommandReaderTest.cpp HostSessionTest.cpp LineReaderTest.cpp
+  SOURCES CommandReaderTest.cpp HostSessionTest.cpp
   LINK tlkc2_tool_host)
 
 tlkc2_add_tlk_test(host_help "Usage: tlk host.*--script FILE.*request TYPE DATA TIMEOUT_MS"
