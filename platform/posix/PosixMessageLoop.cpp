@@ -10,6 +10,12 @@
 
 namespace tlk {
 
+namespace {
+
+constexpr std::int64_t kLongestWait = 1000000;
+
+}  // namespace
+
 bool MessageLoop::DispatchOnce(int milliseconds) {
   const bool notified = m_sockets.WaitAndDeliver(LimitByTimers(milliseconds));
   const bool fired = FireTimers();
@@ -24,7 +30,7 @@ void MessageLoop::Run(std::uint32_t milliseconds) {
     if (rest <= 0) {
       return;
     }
-    DispatchOnce(static_cast<int>(std::min<std::int64_t>(rest, 1000 * 1000)));
+    DispatchOnce(static_cast<int>(std::min<std::int64_t>(rest, kLongestWait)));
   }
 }
 
