@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdarg>
 #include <cstdio>
 #include <functional>
@@ -29,41 +31,11 @@ class RecordingLogger final : public iLogger {
   /// Called with each record, if set.
   std::function<void(const LogRecord&)> onRecord;
 
-  [[nodiscard]] std::string GetDirectory() const override { return m_directory; }
-  void SetDirectory(const std::string& directory) override { m_directory = directory; }
-  void SetMaxQueueSize(std::int32_t /*bytes*/) override {}
-  [[nodiscard]] std::int32_t GetMaxQueueSize() const override { return 0; }
-  void SetLevel(const std::int32_t& /*level*/) override {}
-  [[nodiscard]] std::int32_t GetLevel() const override { return 0; }
-  void SetConsoleEcho(bool /*echo*/) override {}
-  void SetRotation(const std::int32_t& /*maxFileSize*/, const std::int32_t& /*count*/) override {}
-
   void LogNormal(ModuleHandle module, std::int32_t level, std::uint32_t message, const char* source,
                  std::int32_t line, ...) override {
     std::va_list values;
     va_start(values, line);
     Keep({'N', module, level, message, source, line, {}}, values);
-    va_end(values);
-  }
-  void LogNormal(std::int32_t level, std::uint32_t message, const char* source, std::int32_t line,
-                 ...) override {
-    std::va_list values;
-    va_start(values, line);
-    Keep({'N', nullptr, level, message, source, line, {}}, values);
-    va_end(values);
-  }
-  void LogWarning(ModuleHandle module, std::int32_t level, std::uint32_t message,
-                  const char* source, std::int32_t line, ...) override {
-    std::va_list values;
-    va_start(values, line);
-    Keep({'W', module, level, message, source, line, {}}, values);
-    va_end(values);
-  }
-  void LogWarning(std::int32_t level, std::uint32_t message, const char* source, std::int32_t line,
-                  ...) override {
-    std::va_list values;
-    va_start(values, line);
-    Keep({'W', nullptr, level, message, source, line, {}}, values);
     va_end(values);
   }
   void LogError(ModuleHandle module, std::int32_t level, std::uint32_t message, const char* source,
@@ -81,29 +53,43 @@ class RecordingLogger final : public iLogger {
     va_end(values);
   }
 
-  void Write(std::string_view /*record*/) override {}
-  std::uint32_t Flush() override { return 0; }
-  void CopyLineList(LineList& /*lines*/) override {}
-  void GetLineList(LineList& lines) override { lines.clear(); }
-  std::int32_t ScanLog(const std::int32_t& /*file*/, LineList& /*lines*/) override {
-    return kScanNotOpened;
+  // Nothing records in these ways.
+  void LogNormal(std::int32_t, std::uint32_t, const char*, std::int32_t, ...) override {
+    ADD_FAILURE();
+  }
+  void LogWarning(ModuleHandle, std::int32_t, std::uint32_t, const char*, std::int32_t,
+                  ...) override {
+    ADD_FAILURE();
+  }
+  void LogWarning(std::int32_t, std::uint32_t, const char*, std::int32_t, ...) override {
+    ADD_FAILURE();
   }
 
- private:
-  static constexpr std::uint32_t kCodecMessage = 1;
+  [[nodiscard]] std::string GetDirectory() const override { return m_directory; }
+  void SetDirectory(const std::string& directory) override { m_directory = directory; }
+  void SetMaxQueueSize(std::int32_t) override {}
+  [[nodiscard]] std::int32_t GetMaxQueueSize() const override { return 0; }
+  void SetLevel(const std::int32_t&) override {}
+  [[nodiscard]] std::int32_t GetLevel() const override { return 0; }
+  void SetConsoleEcho(bool) override {}
+  void SetRotation(const std::int32_t&, const std::int32_t&) override {}
+  void Write(std::string_view) override {}
+  std::uint32_t Flush() override { return 0; }
+  void CopyLineList(LineList&) override {}
+  void GetLineList(LineList&) override {}
+  std::int32_t ScanLog(const std::int32_t&, LineList&) override { return kScanNotOpened; }
 
+ private:
   void Keep(LogRecord record, std::va_list values) {
-    const char* const text = va_arg(values, const char*);
-    record.text = text;
+    constexpr std::uint32_t kCodecMessage = 1;
+    record.text = va_arg(values, const char*);
     if (record.message == kCodecMessage) {
       char madeOut[1024];
-      std::vsnprintf(madeOut, sizeof madeOut, text, values);
+      std::vsnprintf(madeOut, sizeof madeOut, record.text.c_str(), values);
       record.text = madeOut;
     }
     records.push_back(record);
-    if (onRecord) {
-      onRecord(record);
-    }
+    if (onRecord) onRecord(record);
   }
 
   std::string m_directory;

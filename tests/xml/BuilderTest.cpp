@@ -1,7 +1,4 @@
-#include <gmock/gmock.h>
-
 #include "tests/xml/CodecTest.h"
-#include "xml/Gate.h"
 
 namespace tlk {
 namespace {
@@ -13,34 +10,33 @@ using testing::SizeIs;
 using testing::StartsWith;
 
 using BuilderTest = CodecTest;
-INSTANTIATE_TEST_SUITE_P(Doms, BuilderTest, testing::Values(kPugixml), DomName);
 
-TEST_P(BuilderTest, CreatesTheEnvelopeOfTheWire) {
+TEST_F(BuilderTest, CreatesTheEnvelopeOfTheWire) {
   TLK_XMLBuilder builder(m_codec);
-  EXPECT_FALSE(builder.HasDocument());
   ASSERT_EQ(builder.CreateMessage("Status", -1, 2147483647), 0);
   EXPECT_EQ(XmlOf(builder), R"(<TLK_Message Length="0000000" xmlns="" Type="Status">)"
                             R"(<From Id="-1"/><To Id="2147483647"/></TLK_Message>)");
-
-  ASSERT_EQ(builder.CreateMessage("", -2147483647 - 1, 0), 0);
-  EXPECT_EQ(XmlOf(builder), R"(<TLK_Message Length="0000000" xmlns="" Type="">)"
-                            R"(<From Id="-2147483648"/><To Id="0"/></TLK_Message>)");
+  ASSERT_EQ(builder.CreateMessage(std::string_view("ab\0cd", 5), 1, 0), 0);
+  EXPECT_THAT(XmlOf(builder), HasSubstr(R"( Type="ab">)"));
 }
 
-TEST_P(BuilderTest, TakesItsStepsInTheirOrder) {
-  TLK_XMLBuilder builder(m_codec);
-  ASSERT_EQ(builder.CreateMessage("T", 1, 2), 0);
-  EXPECT_THAT(Script().calls,
+TEST_F(BuilderTest, TakesItsStepsInTheirOrder) {
+  const auto builder = NewMessage();
+  EXPECT_THAT(m_script.calls,
               ElementsAre("new", "async off", "validate off", "resolve off", "create TLK_Message",
-                          "set Length=0000000", "set xmlns=", "set Type=T", "root", "create From",
-                          "set Id=1", "append", "create To", "set Id=2", "append"));
-  Script().calls.clear();
-  ASSERT_EQ(builder.LoadXml("<a/>"), 0);
-  EXPECT_THAT(Script().calls,
+                          "set Length=0000000", "set xmlns=", "set Type=Chat", "root",
+                          "create From", "set Id=5", "append", "create To", "set Id=0", "append"));
+  m_script.calls.clear();
+  ASSERT_EQ(builder->SetLength(), 0);
+  EXPECT_THAT(XmlOf(*builder), HasSubstr("0000091"));
+  EXPECT_THAT(m_script.calls, ElementsAre("xml", "get root", "set Length=0000091"));
+  m_script.calls.clear();
+  ASSERT_EQ(builder->LoadXml("<a/>"), 0);
+  EXPECT_THAT(m_script.calls,
               ElementsAre("new", "async off", "validate off", "resolve off", "xpath", "load"));
 }
 
-TEST_P(BuilderTest, StampsTheLengthOfWhatItSends) {
+TEST_F(BuilderTest, StampsTheLengthOfWhatItSends) {
   const auto builder = NewMessage();
   ASSERT_EQ(builder->AppendData("<Line>caf\xE9 \x80 &lt;&#10;&#x4E2D;</Line>"), 0);
   for (int round = 0; round < 2; ++round) {
@@ -53,7 +49,7 @@ TEST_P(BuilderTest, StampsTheLengthOfWhatItSends) {
   }
 }
 
-TEST_P(BuilderTest, ForgetsTheStampedTextWhenTheDocumentChanges) {
+TEST_F(BuilderTest, ForgetsTheStampedTextWhenTheDocumentChanges) {
   const auto builder = NewMessage();
   ASSERT_EQ(builder->SetLength(), 0);
   ASSERT_EQ(builder->SetNodeAttribute("/TLK_Message/To", "Id", "12345"), 0);
@@ -66,69 +62,45 @@ TEST_P(BuilderTest, ForgetsTheStampedTextWhenTheDocumentChanges) {
   EXPECT_EQ(XmlOf(*builder), "<y/>");
 }
 
-TEST_P(BuilderTest, SerialisesOnceForStampAndText) {
-  const auto builder = NewMessage();
-  Script().calls.clear();
-  ASSERT_EQ(builder->SetLength(), 0);
-  EXPECT_THAT(XmlOf(*builder), HasSubstr("0000091"));
-  EXPECT_THAT(Script().calls, ElementsAre("xml", "get root", "set Length=0000091"));
-}
-
-// The stamp need not stand where the envelope has it, nor have its width.
-TEST_P(BuilderTest, StampsDocumentsThatItDidNotMake) {
-  const struct {
-    const char* loaded;
-    const char* stamped;
-  } cases[] = {
+TEST_F(BuilderTest, StampsDocumentsThatItDidNotMake) {
+  const std::pair<const char*, const char*> cases[] = {
       {"<m/>", R"(<m Length="0000004"/>)"},
-      {R"(<TLK_Message Type="a" Length="0000000"/>)",
-       R"(<TLK_Message Type="a" Length="0000040"/>)"},
       {R"(<TLK_Message Length="0"/>)", R"(<TLK_Message Length="0000025"/>)"},
       {R"(<TLK_Message Length="12345678"/>)", R"(<TLK_Message Length="0000032"/>)"},
       {R"(<!--x--><TLK_Message Length="0000000"/>)", R"(<!--x--><TLK_Message Length="0000039"/>)"},
   };
-  for (const auto& one : cases) {
-    SCOPED_TRACE(one.loaded);
-    TLK_XMLBuilder builder(m_codec, one.loaded);
+  for (const auto& [loaded, stamped] : cases) {
+    TLK_XMLBuilder builder(m_codec, loaded);
     EXPECT_EQ(builder.SetLength(), 0);
-    EXPECT_EQ(XmlOf(builder), one.stamped);
+    EXPECT_EQ(XmlOf(builder), stamped);
   }
 }
 
-TEST_P(BuilderTest, StampsWithMoreDigitsWhatNeedsThem) {
+TEST_F(BuilderTest, StampsWithMoreDigitsWhatNeedsThem) {
   const auto builder = NewMessage();
-  ASSERT_EQ(builder->AppendData("<p>x</p>"), 0);
-  const std::string filler(9'999'999 - XmlOf(*builder).size() - 2, 'y');
-  ASSERT_EQ(builder->AppendData("<" + filler.substr(1) + "/>"), 0);
+  ASSERT_EQ(builder->AppendData("<" + std::string(10'000'000, 'y') + "/>"), 0);
   ASSERT_EQ(builder->SetLength(), 0);
-  EXPECT_THAT(XmlOf(*builder).substr(0, 40), StartsWith(R"(<TLK_Message Length="9999999" )"));
-
-  ASSERT_EQ(builder->SetNodeAttribute("/TLK_Message", "Type", "Chats"), 0);
-  ASSERT_EQ(builder->SetLength(), 0);
-  EXPECT_THAT(XmlOf(*builder).substr(0, 40), StartsWith(R"(<TLK_Message Length="10000000" )"));
+  EXPECT_THAT(XmlOf(*builder).substr(0, 40), StartsWith(R"(<TLK_Message Length="10000107" )"));
 }
 
-TEST_P(BuilderTest, AppendsPayloadsInOrderUnderOneData) {
+TEST_F(BuilderTest, AppendsPayloadsInOrderUnderOneData) {
   const auto builder = NewMessage();
   EXPECT_EQ(builder->EnsureDataElement(), 0);
   EXPECT_EQ(builder->EnsureDataElement(), 0);
-  EXPECT_THAT(XmlOf(*builder), HasSubstr(R"(<To Id="0"/><Data/></TLK_Message>)"));
   EXPECT_EQ(builder->AppendData("<?xml version='1.0' encoding='UTF-8'?><!--c--><a>1</a>"), 0);
   EXPECT_EQ(builder->AppendData("<b x='2'><c/></b>"), 0);
   EXPECT_THAT(XmlOf(*builder),
-              HasSubstr(R"(<Data><a>1</a><b x="2"><c/></b></Data></TLK_Message>)"));
+              HasSubstr(R"(<To Id="0"/><Data><a>1</a><b x="2"><c/></b></Data></TLK_Message>)"));
 }
 
-TEST_P(BuilderTest, FindsDataAnywhere) {
+TEST_F(BuilderTest, FindsDataAnywhere) {
   TLK_XMLBuilder builder(m_codec, "<m><n xmlns='urn:n'><Data/><o xmlns=''><Data/></o></n></m>");
   ASSERT_EQ(builder.AppendData("<p/>"), 0);
-  EXPECT_EQ(XmlOf(builder),
-            R"(<m><n xmlns="urn:n"><Data/><o xmlns=""><Data><p/></Data></o></n></m>)");
+  EXPECT_THAT(XmlOf(builder), HasSubstr(R"(<Data/><o xmlns=""><Data><p/></Data></o>)"));
 }
 
-TEST_P(BuilderTest, LeavesOutAPayloadThatIsNotOneElement) {
-  for (const char* payload :
-       {"", "text", "<a/><b/>", "<a>", "<!DOCTYPE a><a/>", "&lt;", "<p:a/>"}) {
+TEST_F(BuilderTest, LeavesOutAPayloadThatIsNotOneElement) {
+  for (const char* payload : {"", "text", "<a/><b/>", "<a>", "<!DOCTYPE a><a/>", "<p:a/>"}) {
     SCOPED_TRACE(payload);
     m_log.records.clear();
     const auto builder = NewMessage();
@@ -140,18 +112,14 @@ TEST_P(BuilderTest, LeavesOutAPayloadThatIsNotOneElement) {
   }
 }
 
-TEST_P(BuilderTest, ReadsAndSetsByPath) {
+TEST_F(BuilderTest, ReadsAndSetsByPath) {
   const auto builder = NewMessage();
   ASSERT_EQ(builder->AppendData("<a>x<b>y</b><![CDATA[<z>]]><!--no--></a>"), 0);
   std::string text = "before";
   EXPECT_EQ(builder->GetNodeText("//Nothing", text), -1);
-  EXPECT_EQ(builder->GetNodeText("//a[", text), -1);
   EXPECT_EQ(text, "before");
   EXPECT_EQ(builder->GetNodeText("//Data/a", text), 0);
   EXPECT_EQ(text, "xy<z>");
-  EXPECT_EQ(builder->GetNodeText("/TLK_Message/From/@Id", text), 0);
-  EXPECT_EQ(text, "5");
-
   EXPECT_EQ(builder->SetNodeAttribute("//b", "n", "<\"'&\t\xE9>"), 0);
   EXPECT_EQ(builder->SetNodeAttribute("//Nothing", "n", "v"), -1);
   EXPECT_EQ(builder->GetNodeText("//b/@n", text), 0);
@@ -159,7 +127,7 @@ TEST_P(BuilderTest, ReadsAndSetsByPath) {
   EXPECT_THAT(m_log.records, IsEmpty());
 }
 
-TEST_P(BuilderTest, WritesWhatItsOwnGateLetsIn) {
+TEST_F(BuilderTest, WritesWhatItsOwnGateLetsIn) {
   std::string every;
   for (int byte = 1; byte < 256; ++byte) every += static_cast<char>(byte);
   TLK_XMLBuilder builder(m_codec);
@@ -175,26 +143,18 @@ TEST_P(BuilderTest, WritesWhatItsOwnGateLetsIn) {
   EXPECT_EQ(type, expected);
 }
 
-TEST_P(BuilderTest, EndsValuesAtAZeroByte) {
-  TLK_XMLBuilder builder(m_codec);
-  ASSERT_EQ(builder.CreateMessage(std::string_view("ab\0cd", 5), 1, 0), 0);
-  EXPECT_THAT(XmlOf(builder), HasSubstr(R"( Type="ab">)"));
-}
-
-TEST_P(BuilderTest, HoldsNothingAfterATextThatCannotBeRead) {
+TEST_F(BuilderTest, HoldsNothingAfterATextThatCannotBeRead) {
   const auto builder = NewMessage();
   EXPECT_EQ(ShownBy([&] { EXPECT_EQ(builder->LoadXml("<a>"), 0); }), "");
   EXPECT_TRUE(builder->HasDocument());
   EXPECT_EQ(XmlOf(*builder), "");
   EXPECT_THAT(m_log.records, IsEmpty());
-
-  TLK_XMLBuilder constructed(m_codec, "<!DOCTYPE a><a/>");
-  EXPECT_FALSE(constructed.HasDocument());
 }
 
-TEST_P(BuilderTest, IsSilentWithoutADocument) {
+TEST_F(BuilderTest, IsSilentWithoutADocument) {
   TLK_XMLBuilder builder(m_codec);
   std::string out = "before";
+  EXPECT_FALSE(builder.HasDocument());
   const std::string shown = ShownBy([&] {
     EXPECT_EQ(builder.SetLength(), -1);
     EXPECT_EQ(builder.GetXml(out), -1);

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "platform/Platform.h"
 #include "tests/scripted/RecordingLogger.h"
@@ -17,28 +16,9 @@
 
 namespace tlk {
 
-/// A DOM that the codec must work with. The same tests run on each.
-struct DomUnderTest {
-  const char* name;
-  std::unique_ptr<DomFactory> (*make)(const AnsiText& text);
-};
-
-inline constexpr DomUnderTest kPugixml = {"pugixml",
-                                          [](const AnsiText& text) -> std::unique_ptr<DomFactory> {
-                                            return std::make_unique<PugiDomFactory>(text);
-                                          }};
-
-inline std::string DomName(const testing::TestParamInfo<DomUnderTest>& info) {
-  return info.param.name;
-}
-
-inline void PrintTo(const DomUnderTest& dom, std::ostream* out) { *out << dom.name; }
-
 /// The codec over a real DOM whose calls can be made to fail, with a log that keeps its records.
-class CodecTest : public testing::TestWithParam<DomUnderTest> {
+class CodecTest : public testing::Test {
  protected:
-  DomScript& Script() { return m_dom.script; }
-
   /// Runs something and returns what it shows on standard output.
   template <typename Action>
   std::string ShownBy(Action action) {
@@ -61,8 +41,9 @@ class CodecTest : public testing::TestWithParam<DomUnderTest> {
   }
 
   const AnsiText& m_text = SystemPlatform().text;
-  std::unique_ptr<DomFactory> m_real = GetParam().make(m_text);
-  ScriptedDomFactory m_dom{*m_real};
+  PugiDomFactory m_real{m_text};
+  ScriptedDomFactory m_dom{m_real};
+  DomScript& m_script = m_dom.script;
   RecordingLogger m_log;
   XmlGate m_gate{m_text};
   Codec m_codec{m_dom, m_text, m_gate, m_log};

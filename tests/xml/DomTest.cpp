@@ -1,18 +1,15 @@
 // The contract of xml/Dom.h, on every DOM.
 
-#include <gmock/gmock.h>
-
 #include <thread>
 
 #include "tests/xml/CodecTest.h"
-#include "xml/Gate.h"
 
 namespace tlk {
 namespace {
 
 class DomTest : public CodecTest {
  protected:
-  void SetUp() override { ASSERT_EQ(m_real->NewDocument(m_document), kDomOk); }
+  void SetUp() override { ASSERT_EQ(m_real.NewDocument(m_document), kDomOk); }
 
   void Load(const std::string& text) {
     ASSERT_STREQ(m_gate.Pass(text).reason, nullptr) << text;
@@ -25,12 +22,6 @@ class DomTest : public CodecTest {
     std::string xml;
     EXPECT_EQ(m_document->Xml(node, xml), kDomOk);
     return xml;
-  }
-
-  std::string Text(DomNode node) {
-    std::string text;
-    EXPECT_EQ(m_document->Text(node, text), kDomOk);
-    return text;
   }
 
   DomNode Root() {
@@ -48,16 +39,18 @@ class DomTest : public CodecTest {
     return result == kDomOk ? Xml(node) : "<failed>";
   }
 
+  void ExpectSelected(const std::vector<std::pair<const char*, std::string>>& cases) {
+    for (const auto& [path, selected] : cases) EXPECT_EQ(Selected(path), selected) << path;
+  }
+
   std::unique_ptr<DomDocument> m_document;
 };
-INSTANTIATE_TEST_SUITE_P(Doms, DomTest, testing::Values(kPugixml), DomName);
 
-TEST_P(DomTest, WritesBackWhatItRead) {
-  const struct {
-    const char* read;
-    const char* written;
-  } cases[] = {
-      {"<a></a>", "<a/>"},
+TEST_F(DomTest, WritesBackWhatItRead) {
+  std::string every;
+  for (int byte = 0x80; byte < 0x100; ++byte) every += static_cast<char>(byte);
+  const std::pair<std::string, std::string> cases[] = {
+      {"<a>" + every + "</a>", "<a>" + every + "</a>"},
       {"<?xml version='1.0' encoding='UTF-16' standalone='yes'?><a/>", "<a/>"},
       {"<!--b--><?p q?><a/><!--c-->", "<!--b--><?p q?><a/><!--c-->"},
       {"<a> x </a>", "<a> x </a>"},
@@ -77,126 +70,83 @@ TEST_P(DomTest, WritesBackWhatItRead) {
       {"<p:a xmlns:p='urn:p' p:b='1' b='2'/>", "<p:a xmlns:p=\"urn:p\" p:b=\"1\" b=\"2\"/>"},
       {"<a xmlns=''><b xmlns='urn:b'/></a>", "<a xmlns=\"\"><b xmlns=\"urn:b\"/></a>"},
   };
-  for (const auto& one : cases) {
-    Load(one.read);
-    const std::string written = Xml();
-    EXPECT_EQ(written, one.written) << one.read;
+  for (const auto& [read, written] : cases) {
+    Load(read);
+    EXPECT_EQ(Xml(), written) << read;
     Load(written);
-    EXPECT_EQ(Xml(), written) << "read and written again, from " << one.read;
+    EXPECT_EQ(Xml(), written) << "read and written again, from " << read;
   }
 }
 
-TEST_P(DomTest, KeepsEveryByteOfTheCodePage) {
-  std::string every;
-  for (int byte = 0x80; byte < 0x100; ++byte) every += static_cast<char>(byte);
-  Load("<a b='" + every + "'>" + every + "</a>");
-  EXPECT_EQ(Xml(), "<a b=\"" + every + "\">" + every + "</a>");
-  EXPECT_EQ(Text(Root()), every);
-}
-
-TEST_P(DomTest, GivesTexts) {
+TEST_F(DomTest, GivesTexts) {
   Load("<a n='v'>1<b>2<!--no--><c/></b><![CDATA[3]]><?no no?>4</a>");
-  EXPECT_EQ(Text(Root()), "1234");
-  DomNode node = nullptr;
   const std::pair<const char*, const char*> cases[] = {
       {"/", "1234"}, {"/a/@n", "v"},        {"//b", "2"},
       {"//c", ""},   {"//comment()", "no"}, {"//text()[.='4']", "4"}};
-  for (const auto& [path, text] : cases) {
+  for (const auto& [path, expected] : cases) {
+    DomNode node = nullptr;
+    std::string text = "before";
     ASSERT_EQ(m_document->SelectNode(nullptr, path, node), kDomOk) << path;
-    EXPECT_EQ(Text(node), text) << path;
+    EXPECT_EQ(m_document->Text(node, text), kDomOk);
+    EXPECT_EQ(text, expected) << path;
   }
 }
 
-TEST_P(DomTest, SelectsByPath) {
+TEST_F(DomTest, SelectsByPath) {
   Load("<r><x i='1'><d i='2'/><?d no?></x><d i='3'/><d i='4'>t</d><or i='5'><div i='6'/></or></r>");
-  const std::pair<const char*, const char*> cases[] = {
-      {"//d", "<d i=\"2\"/>"},
-      {"d", "<nothing>"},
-      {"//nothing", "<nothing>"},
-      {"/r/d", "<d i=\"3\"/>"},
-      {"/r/d[2]", "<d i=\"4\">t</d>"},
-      {" / r / child :: d [ 2 ] / @ i ", "i=\"4\""},
-      {"/r/d[last()]/text()", "t"},
-      {"//d[@i='4' or @i=\"3\"]", "<d i=\"3\"/>"},
-      {"//d[@i > 2 and @i div 2 = 2]", "<d i=\"4\">t</d>"},
-      {"//d[count(../d) = 2][1]/@i", "i=\"3\""},
-      {"//or/div", "<div i=\"6\"/>"},
-      {"//div/ancestor::or/@i", "i=\"5\""},
-      {"/r/*[3]/@*", "i=\"4\""},
-      {"//*[2 * 3 = @i]", "<div i=\"6\"/>"},
-      {"//processing-instruction('d')", "<?d no?>"},
-      {"//d[.='t'] | //x/d", "<d i=\"2\"/>"},
-      {"id('a')/d", "<nothing>"},
-      {"namespace::d", "<nothing>"},
-  };
-  for (const auto& [path, selected] : cases) EXPECT_EQ(Selected(path), selected) << path;
+  ExpectSelected({{"//d", "<d i=\"2\"/>"},
+                  {"d", "<nothing>"},
+                  {"r", Xml()},
+                  {"//nothing", "<nothing>"},
+                  {" / r / child :: d [ 2 ] / @ i ", "i=\"4\""},
+                  {"/r/d[last()]/text()", "t"},
+                  {"//d[@i='4' or @i=\"3\"]", "<d i=\"3\"/>"},
+                  {"//d[@i > 2 and @i div 2 = 2]", "<d i=\"4\">t</d>"},
+                  {"//d[count(../d) = 2][1]/@i", "i=\"3\""},
+                  {"//or/div", "<div i=\"6\"/>"},
+                  {"//div/ancestor::or/@i", "i=\"5\""},
+                  {"/r/*[3]/@*", "i=\"4\""},
+                  {"//*[2 * 3 = @i]", "<div i=\"6\"/>"},
+                  {"//processing-instruction('d')", "<?d no?>"},
+                  {"//d[.='t'] | //x/d", "<d i=\"2\"/>"},
+                  {"namespace::d", "<nothing>"}});
   EXPECT_EQ(Selected("d", Root()), "<d i=\"3\"/>");
   EXPECT_EQ(Selected("..", Root()), Xml());
-  EXPECT_EQ(Selected("r"), Xml());
 }
 
-TEST_P(DomTest, FailsOnPathsThatSelectNothingByKind) {
+TEST_F(DomTest, FailsOnPathsThatSelectNothingByKind) {
   Load("<r xmlns:p='urn:p'><p:d/></r>");
-  const std::string deep(3000, '(');
-  for (const std::string& path : {std::string(),
-                                  std::string(" "),
-                                  std::string("r["),
-                                  std::string("//"),
-                                  std::string("1+1"),
-                                  std::string("'text'"),
-                                  std::string("count(//r)"),
-                                  std::string("true()"),
-                                  std::string("p:d"),
-                                  std::string("//p:*"),
-                                  std::string("/r/@p:x"),
-                                  std::string("$v"),
-                                  std::string("$p:v"),
-                                  std::string("f()"),
-                                  std::string("p:f()"),
-                                  std::string("r r"),
-                                  std::string("'open"),
-                                  std::string("//d[p:x='1']"),
-                                  std::string("child::p:d"),
-                                  std::string("r\x01"),
-                                  deep + "r" + std::string(3000, ')'),
-                                  deep,
-                                  std::string(100'000, '-') + "1",
-                                  "/" + std::string(2'000, 'r'),
-                                  "r" + std::string(10'000, '/')}) {
-    const std::string expected = path.starts_with("/rrr") ? "<nothing>" : "<failed>";
-    EXPECT_EQ(Selected(path), expected) << path.substr(0, 40);
-  }
-  std::string nested = "r";
-  for (int i = 0; i < 1'200; ++i) nested.insert(0, "r[").append("]");
-  EXPECT_EQ(Selected(nested), "<failed>");
+  for (const char* path :
+       {"", " ", "r[", "//", "1+1", "'text'", "count(//r)", "true()", "p:d", "//p:*", "/r/@p:x",
+        "$v", "f()", "p:f()", "r r", "'open", "//d[p:x='1']", "child::p:d", "r\x01"})
+    EXPECT_EQ(Selected(path), "<failed>") << path;
+  const auto times = [](int count, const std::string& piece) {
+    std::string text;
+    while (count-- > 0) text += piece;
+    return text;
+  };
+  EXPECT_EQ(Selected(times(3'000, "(") + "r" + times(3'000, ")")), "<failed>");
+  EXPECT_EQ(Selected(times(1'200, "r[") + "r" + times(1'200, "]")), "<failed>");
+  EXPECT_EQ(Selected(times(100'000, "-") + "1"), "<failed>");
 }
 
-// A name without a prefix is a name in no namespace, however the document declares its default one.
-TEST_P(DomTest, SelectsOnlyWhatIsInNoNamespace) {
+TEST_F(DomTest, SelectsOnlyWhatIsInNoNamespace) {
   Load(
       "<r><m xmlns='urn:x' d='1'><d/><n xmlns=''><d i='2'/></n></m><d i='3'/>"
       "<p:d xmlns:p='urn:p' i='4'/></r>");
-  const std::pair<const char*, const char*> cases[] = {
-      {"//d", "<d i=\"2\"/>"},
-      {"/r/descendant::d[2]", "<d i=\"3\"/>"},
-      {"/r//d[1]/@i", "i=\"2\""},
-      {"//m", "<nothing>"},
-      {"/r/m/d", "<nothing>"},
-      {"//*[@d]/@d", "d=\"1\""},
-      {"//*[d]/@*", "<nothing>"},
-      {"//*[d]/d", "<d i=\"2\"/>"},
-      {"//*[local-name()='d' and namespace-uri()='urn:p']/@i", "i=\"4\""},
-  };
-  for (const auto& [path, selected] : cases) EXPECT_EQ(Selected(path), selected) << path;
+  ExpectSelected({{"//d", "<d i=\"2\"/>"},
+                  {"/r/descendant::d[2]", "<d i=\"3\"/>"},
+                  {"//m", "<nothing>"},
+                  {"/r/m/d", "<nothing>"},
+                  {"//*[@d]/@d", "d=\"1\""},
+                  {"//*[d]/d", "<d i=\"2\"/>"},
+                  {"//*[local-name()='d' and namespace-uri()='urn:p']/@i", "i=\"4\""}});
   EXPECT_EQ(Selected("m", Root()), "<nothing>");
-  EXPECT_EQ(Selected("d", Root()), "<d i=\"3\"/>");
   Load("<d xmlns='urn:x'/>");
-  EXPECT_EQ(Selected("//d"), "<nothing>");
-  EXPECT_EQ(Selected("d"), "<nothing>");
-  EXPECT_EQ(Selected("/d"), "<nothing>");
+  ExpectSelected({{"//d", "<nothing>"}, {"d", "<nothing>"}, {"/d", "<nothing>"}});
 }
 
-TEST_P(DomTest, RemembersMorePathsThanItKeeps) {
+TEST_F(DomTest, RemembersMorePathsThanItKeeps) {
   Load("<r><a0/><a1/><a2/><a3/><a4/><a5/><a6/><a7/><a8/><a9/></r>");
   for (int i = 0; i < 40; ++i) {
     const std::string name = "a" + std::to_string(i * 7 % 10);
@@ -204,22 +154,18 @@ TEST_P(DomTest, RemembersMorePathsThanItKeeps) {
   }
 }
 
-TEST_P(DomTest, KeepsUnplacedElementsOutOfTheDocument) {
+TEST_F(DomTest, KeepsUnplacedElementsOutOfTheDocument) {
   DomNode first = nullptr;
   DomNode second = nullptr;
   ASSERT_EQ(m_document->CreateElement("x", first), kDomOk);
   EXPECT_EQ(Xml(), "");
-  DomNode root = nullptr;
-  EXPECT_EQ(m_document->DocumentElement(root), kDomNothing);
-  EXPECT_EQ(Selected("//x"), "<nothing>");
-  EXPECT_EQ(Selected("//*[1]"), "<nothing>");
+  ExpectSelected({{"//x", "<nothing>"}, {"//*[1]", "<nothing>"}});
 
   Load("<r/>");
   ASSERT_EQ(m_document->CreateElement("x", first), kDomOk);
   ASSERT_EQ(m_document->CreateElement("y", second), kDomOk);
   EXPECT_EQ(Xml(), "<r/>");
-  EXPECT_EQ(Selected("/x"), "<nothing>");
-  EXPECT_EQ(Selected("//y | //*[1]"), "<r/>");
+  ExpectSelected({{"/x", "<nothing>"}, {"//y | //*[1]", "<r/>"}});
   ASSERT_EQ(m_document->AppendChild(first, second), kDomOk);
   EXPECT_EQ(Selected("y[1]", first), "<y/>");
   EXPECT_EQ(Selected("//y[1]", Root()), "<nothing>");
@@ -233,7 +179,7 @@ TEST_P(DomTest, KeepsUnplacedElementsOutOfTheDocument) {
   EXPECT_EQ(Selected("//r"), "<nothing>");
 }
 
-TEST_P(DomTest, RefusesWhatCannotBeAName) {
+TEST_F(DomTest, RefusesWhatCannotBeAName) {
   Load("<r/>");
   DomNode element = nullptr;
   for (const char* name : {"", " ", "a b", "1a", "-a", "a>", "a:b", "xmlns:p", "a=\"\"", "\xD7"}) {
@@ -244,11 +190,11 @@ TEST_P(DomTest, RefusesWhatCannotBeAName) {
   EXPECT_EQ(Xml(), "<r \xC9t\xE9-1._=\"v\"/>");
 }
 
-TEST_P(DomTest, BringsNodesOverWithTheirNamespaces) {
+TEST_F(DomTest, BringsNodesOverWithTheirNamespaces) {
   const struct {
     const char* from;
     const char* path;
-    const char* expected;
+    std::string expected;
   } cases[] = {
       {"<a xmlns='urn:a'><b/></a>", "/*", "<a xmlns=\"urn:a\"><b/></a>"},
       {"<a xmlns='urn:a'><b/></a>", "/*/*", "<b xmlns=\"urn:a\"/>"},
@@ -257,26 +203,20 @@ TEST_P(DomTest, BringsNodesOverWithTheirNamespaces) {
       {"<a xmlns=''><b/></a>", "//b", "<b/>"},
       {"<a>x<b/></a>", "/a/text()", "x"},
   };
+  const std::unique_ptr<DomDocument> source = std::move(m_document);
   for (const auto& one : cases) {
-    Load(one.from);
-    DomNode node = nullptr;
-    ASSERT_EQ(m_document->SelectNode(nullptr, one.path, node), kDomOk);
-    EXPECT_EQ(Xml(node), one.expected);
-
-    std::unique_ptr<DomDocument> target;
-    ASSERT_EQ(m_real->NewDocument(target), kDomOk);
     bool loaded = false;
-    ASSERT_EQ(target->LoadXml("<r xmlns=''/>", loaded), kDomOk);
-    DomNode root = nullptr;
-    ASSERT_EQ(target->DocumentElement(root), kDomOk);
-    ASSERT_EQ(target->AppendChild(root, node), kDomOk);
-    std::string xml;
-    ASSERT_EQ(target->Xml(nullptr, xml), kDomOk);
-    EXPECT_EQ(xml, "<r xmlns=\"\">" + std::string(one.expected) + "</r>");
+    DomNode node = nullptr;
+    ASSERT_EQ(source->LoadXml(one.from, loaded), kDomOk);
+    ASSERT_EQ(source->SelectNode(nullptr, one.path, node), kDomOk);
+    ASSERT_EQ(m_real.NewDocument(m_document), kDomOk);
+    Load("<r xmlns=''/>");
+    ASSERT_EQ(m_document->AppendChild(Root(), node), kDomOk);
+    EXPECT_EQ(Xml(), "<r xmlns=\"\">" + one.expected + "</r>");
   }
 }
 
-TEST_P(DomTest, PutsElementsInNoNamespaceUnderADefaultOne) {
+TEST_F(DomTest, PutsElementsInNoNamespaceUnderADefaultOne) {
   Load("<r xmlns='urn:r'/>");
   DomNode made = nullptr;
   ASSERT_EQ(m_document->CreateElement("x", made), kDomOk);
@@ -285,7 +225,7 @@ TEST_P(DomTest, PutsElementsInNoNamespaceUnderADefaultOne) {
   EXPECT_EQ(Selected("//x"), "<x xmlns=\"\"/>");
 }
 
-TEST_P(DomTest, IsEmptyAfterATextThatCannotBeParsed) {
+TEST_F(DomTest, IsEmptyAfterATextThatCannotBeParsed) {
   Load("<r/>");
   bool loaded = true;
   EXPECT_EQ(m_document->LoadXml("<a><b></a>", loaded), kDomOk);
@@ -294,28 +234,20 @@ TEST_P(DomTest, IsEmptyAfterATextThatCannotBeParsed) {
   std::string reason;
   EXPECT_EQ(m_document->ParseErrorReason(reason), kDomOk);
   EXPECT_FALSE(reason.empty());
-  Load("<r/>");
-  EXPECT_EQ(Xml(), "<r/>");
 }
 
-TEST_P(DomTest, ServesSeveralThreads) {
+TEST_F(DomTest, ServesSeveralThreads) {
   const auto work = [&](int number) {
     for (int i = 0; i < 200; ++i) {
-      std::unique_ptr<DomDocument> document;
-      ASSERT_EQ(m_real->NewDocument(document), kDomOk);
-      const std::string text = "<a>caf\xE9 " + std::to_string(number * 1000 + i) + "</a>";
-      bool loaded = false;
-      ASSERT_EQ(document->LoadXml(text, loaded), kDomOk);
-      DomNode node = nullptr;
-      ASSERT_EQ(document->SelectNode(nullptr, "/a[1]", node), kDomOk);
-      std::string xml;
-      ASSERT_EQ(document->Xml(node, xml), kDomOk);
-      ASSERT_EQ(xml, text);
+      TLK_XMLParser parser({m_real, m_text, m_gate, m_log},
+                           "<a>caf\xE9 " + std::to_string(number * i) + "</a>");
+      std::string text;
+      ASSERT_EQ(parser.GetNode("/a[1]", text, true), 0);
+      ASSERT_EQ(text, "caf\xE9 " + std::to_string(number * i));
     }
   };
   std::vector<std::thread> threads;
-  threads.reserve(4);
-  for (int number = 0; number < 4; ++number) threads.emplace_back(work, number);
+  for (int number = 1; number <= 4; ++number) threads.emplace_back(work, number);
   for (std::thread& thread : threads) thread.join();
 }
 

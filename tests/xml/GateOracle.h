@@ -1,28 +1,29 @@
 #pragma once
 
 #include <array>
+#include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/AnsiText.h"
 
-/// The gate's oracle, a parser that is strict by repute, and the code pages through which one text
-/// reaches the gate in different forms.
+/// The gate's oracle, a parser that is strict by repute, and the texts and code pages to compare
+/// the two with.
 namespace tlk::test {
 
-/// A single-byte page: ASCII, and 128 characters of choice (at first those of ISO 8859-1).
+/// A single-byte page: ASCII, and the 128 characters from `first` on (ISO 8859-1 to begin with).
 class BytePage : public AnsiText {
  public:
-  BytePage();
-  /// Makes the upper half the 128 characters from `first` on.
-  explicit BytePage(char16_t first);
+  explicit BytePage(char16_t first = 0x80);
 
   void Widen(std::string_view narrow, std::u16string& wide) const override;
   void Narrow(std::u16string_view wide, std::string& narrow) const override;
   [[nodiscard]] bool IsSingleByte() const override { return true; }
+  [[nodiscard]] bool Holds(std::u16string_view text) const;
 
  private:
-  std::array<char16_t, 128> m_upper;
+  char16_t m_first;
 };
 
 /// A multi-byte page that can hold any text, broken surrogates included: two bytes a unit, so
@@ -34,11 +35,11 @@ class PairPage : public AnsiText {
   [[nodiscard]] bool IsSingleByte() const override { return false; }
 };
 
+/// The lines of gate-texts.txt by their mark: "good", "bad" or "piece".
+[[nodiscard]] const std::vector<std::u16string>& GateTexts(const std::string& mark);
+
 /// The text as UTF-8; a surrogate without its partner becomes three bytes that are none.
 [[nodiscard]] std::string Utf8(std::u16string_view text);
-
-/// The characters of the bytes, by their number.
-[[nodiscard]] std::u16string Utf16(std::string_view bytes);
 
 /// Whether the oracle takes the text and has seen no document type declaration in it. The gate lets
 /// in no zero character anywhere, so neither does this.
