@@ -10,14 +10,15 @@
 #include <CLI/CLI.hpp>
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
+#include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 
 #include "tests/conversations/Program.h"
 #include "tests/conversations/Verdict.h"
-#include "tests/log/TemporaryFolder.h"
 #include "tools/tlk/serve/Conversation.h"
 
 namespace tlk::conversations {
@@ -27,11 +28,6 @@ using asio::ip::tcp;
 using serve::Conversation;
 
 constexpr std::string_view kListening = "listening 127.0.0.1:";
-
-struct Commands {
-  std::string serve;
-  std::string host;
-};
 
 std::string ReadFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -44,26 +40,33 @@ void Replace(std::string& text, std::string_view name, std::string_view value) {
   }
 }
 
-/// One play of a conversation, in a folder of its own.
+/// One play of a conversation, in a folder that goes with its object.
 class Run {
  public:
-  Run(const Conversation& conversation, const Commands& commands)
-      : m_conversation(conversation), m_commands(commands) {}
+  explicit Run(const Conversation& conversation) : m_conversation(conversation) {
+    if (mkdtemp(m_folder.data()) == nullptr) throw std::runtime_error("no temporary folder");
+  }
+  ~Run() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_folder, ignored);
+  }
+  Run(const Run&) = delete;
+  Run& operator=(const Run&) = delete;
 
   /// What was not as the file says; nothing when all was. The host starts when the server listens,
   /// and what it does behind a server that gave up tells nothing more.
-  Lines Play(const std::string& file) {
-    Program server(CommandLine(m_commands.serve, file));
+  Lines Play(const std::string& file, const std::string& serve, const std::string& host) {
+    Program server(CommandLine(serve, file));
     server.ReadLine();
     if (!server.Output().starts_with(kListening)) return {"the server did not listen"};
     m_port = server.Output().substr(kListening.size());
     m_port.pop_back();
     const auto script = WriteHostScript();
-    Program host(CommandLine(m_commands.host, script));
-    const int hostStatus = host.End();
+    Program client(CommandLine(host, script));
+    const int hostStatus = client.End();
     const int serverStatus = server.End();
     m_serverLines = SplitLines(server.Output());
-    m_hostLines = SplitLines(host.Output());
+    m_hostLines = SplitLines(client.Output());
     m_records = ReadRecords(ReadFile(Place("TLK_Client.log")));
     if (serverStatus != 0) return {StatusFault("server", serverStatus, 0), m_serverLines.back()};
     Lines faults{StatusFault("host", hostStatus, m_conversation.status),
@@ -82,12 +85,12 @@ class Run {
   }
 
  private:
-  [[nodiscard]] std::string Place(const char* name) const { return m_folder.Path() + "/" + name; }
+  [[nodiscard]] std::string Place(const char* name) const { return m_folder + "/" + name; }
 
   [[nodiscard]] std::string CommandLine(const std::string& program,
                                         const std::string& script) const {
     const auto& codePage = m_conversation.codePage;
-    return "TMPDIR='" + m_folder.Path() + "' " +
+    return "TMPDIR='" + m_folder + "' " +
            (codePage.empty() ? "" : "TLK_CODE_PAGE='" + codePage + "' ") + "exec timeout -k 1 " +
            std::to_string(2 * m_conversation.limit.count()) + " " + program + " --script '" +
            script + "' </dev/null 2>>'" + Place("errors") + "'";
@@ -127,8 +130,7 @@ class Run {
   }
 
   const Conversation& m_conversation;
-  const Commands& m_commands;
-  const test::TemporaryFolder m_folder;
+  std::string m_folder = std::filesystem::temp_directory_path() / "conversation-XXXXXX";
   asio::io_context m_io;
   /// Bound, but nobody listens there, and nobody can while this stands.
   const tcp::socket m_closed{m_io, {asio::ip::address_v4::loopback(), 0}};
@@ -138,12 +140,12 @@ class Run {
   Lines m_records;
 };
 
-int PlayFile(const std::string& file, const Commands& commands) {
+int PlayFile(const std::string& file, const std::string& serve, const std::string& host) {
   std::string error;
-  const auto conversation = serve::ReadConversationFile(file, error);
+  const auto conversation = tlk::serve::ReadConversationFile(file, error);
   if (!conversation) throw std::runtime_error(error);
-  Run run(*conversation, commands);
-  const auto faults = run.Play(file);
+  Run run(*conversation);
+  const auto faults = run.Play(file, serve, host);
   for (const auto& fault : faults) {
     std::cout << file << ": " << fault << "\n";
   }
@@ -156,14 +158,15 @@ int PlayFile(const std::string& file, const Commands& commands) {
 
 int main(int argc, char** argv) {
   CLI::App app("Play a conversation file between a server and a host.");
-  tlk::conversations::Commands commands;
+  std::string serve;
+  std::string host;
   std::string file;
-  app.add_option("--serve", commands.serve, "Command of the server")->required();
-  app.add_option("--host", commands.host, "Command of the host")->required();
+  app.add_option("--serve", serve, "Command of the server")->required();
+  app.add_option("--host", host, "Command of the host")->required();
   app.add_option("FILE", file, "Conversation file")->required();
   CLI11_PARSE(app, argc, argv);
   try {
-    return tlk::conversations::PlayFile(file, commands);
+    return tlk::conversations::PlayFile(file, serve, host);
   } catch (const std::exception& failure) {
     std::cerr << failure.what() << "\n";
     return 1;
