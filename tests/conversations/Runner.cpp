@@ -97,7 +97,7 @@ class Run {
   }
 
   [[nodiscard]] std::string WriteHostScript() const {
-    const auto script = Place("host.txt");
+    auto script = Place("host.txt");
     std::ofstream file(script, std::ios::binary);
     for (const auto& line : Settled(m_conversation.host)) {
       file << line << '\n';
