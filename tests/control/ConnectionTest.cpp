@@ -301,9 +301,6 @@ class LogFolderTest : public ControlFixture, public testing::WithParamInterface<
 TEST_P(LogFolderTest, IsTheTemporaryFolder) {
   log.SetDirectory("unset");
   surroundings.SetTemporaryFolder(GetParam().path);
-  if (GetParam().path.empty()) {
-    surroundings.AnswerFolderRequests({ScriptedSurroundings::FolderAnswer::kNoPath});
-  }
   control = std::make_unique<OpenControl>(ports, events);
   EXPECT_EQ(log.GetDirectory(), GetParam().expected);
 }

@@ -15,19 +15,9 @@ namespace tlk::test {
 /// thread.
 class ScriptedSurroundings final : public Surroundings {
  public:
-  /// What an answer about the temporary folder is.
-  enum class FolderAnswer { kPath, kNoPath };
-
   void SetTemporaryFolder(std::string folder) {
     const std::lock_guard lock(m_mutex);
     m_folder = std::move(folder);
-  }
-
-  /// Answers the next requests for the temporary folder one by one, and those after them as a
-  /// system would.
-  void AnswerFolderRequests(std::vector<FolderAnswer> answers) {
-    const std::lock_guard lock(m_mutex);
-    m_answers = std::move(answers);
   }
 
   void SetNow(const LocalTime& now) {
@@ -40,11 +30,6 @@ class ScriptedSurroundings final : public Surroundings {
 
   [[nodiscard]] std::uint32_t TemporaryFolder(std::span<char> buffer) const override {
     const std::lock_guard lock(m_mutex);
-    if (!m_answers.empty()) {
-      const FolderAnswer answer = m_answers.front();
-      m_answers.erase(m_answers.begin());
-      if (answer == FolderAnswer::kNoPath) return 0;
-    }
     const auto length = static_cast<std::uint32_t>(m_folder.size());
     if (length >= buffer.size()) return length + 1;
     *std::ranges::copy(m_folder, buffer.begin()).out = '\0';
@@ -78,7 +63,6 @@ class ScriptedSurroundings final : public Surroundings {
 
   mutable std::mutex m_mutex;
   std::string m_folder = "/tmp/";
-  mutable std::vector<FolderAnswer> m_answers;
   LocalTime m_now{2026, 11, 16};
   std::uint64_t m_ticks = 1'000'000;
   std::vector<std::string> m_debugTexts;
