@@ -1,5 +1,5 @@
+#include <algorithm>
 #include <future>
-#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -11,7 +11,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Pair;
 
 const std::string kOverflow =
     "---------------------------- max logger queue size ----------------------------";
@@ -141,29 +140,24 @@ TEST_F(Queue, FlushReturnsTheResultOfItsWaits) {
   EXPECT_EQ(m_log->Flush(), 0x102U);
 }
 
-TEST_F(Queue, HoldsEveryLineOfManyProducersOnceAndInOrder) {
-  constexpr int kLines = 60;
-  m_log->SetMaxQueueSize(100);  // So that the throttle has its say as well.
-  const auto produce = [this](char producer) {
-    for (int n = 0; n < kLines; ++n) {
-      const std::string mine = producer + std::to_string(n);
-      m_log->Write(mine);
-      if (n % 2 == 0) {
+TEST_F(Queue, HoldsEveryLineOfManyProducersOnceAndBeforeTheirFlush) {
+  constexpr int kLines = 40;
+  m_log->SetMaxQueueSize(50);  // Less than two lines, so that the throttle has its say as well.
+  std::vector<std::jthread> producers;
+  for (const char producer : {'a', 'b', 'c', 'd'}) {
+    producers.emplace_back([this, producer] {
+      for (int n = 0; n < kLines; ++n) {
+        const std::string mine = producer + std::to_string(n);
+        m_log->Write(mine);
         EXPECT_THAT(Written(), testing::Contains(mine));
       }
-    }
-  };
-  std::vector<std::jthread> producers;
-  for (const char producer : {'a', 'b', 'c', 'd'}) producers.emplace_back(produce, producer);
+    });
+  }
   producers.clear();
-
-  std::map<char, int> next;
-  for (const std::string& line : Written())
-    if (line != kOverflow && line != kCleared) {
-      EXPECT_EQ(line, line[0] + std::to_string(next[line[0]]++));
-    }
-  EXPECT_THAT(next, ElementsAre(Pair('a', kLines), Pair('b', kLines), Pair('c', kLines),
-                                Pair('d', kLines)));
+  std::vector<std::string> lines = Written();
+  std::erase(lines, kOverflow);
+  std::erase(lines, kCleared);
+  EXPECT_EQ(lines.size(), 4U * kLines);
   EXPECT_EQ(m_sync.ThreadsMade(), 1U);
 }
 

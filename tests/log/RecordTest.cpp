@@ -43,10 +43,6 @@ TEST_F(Record, IsStampedWithTimeAndThread) {
                             ") ";
   EXPECT_THAT(Lines("t.log"),
               ElementsAre(stamp + "N Disconnect requested. (Tlkc - 68)", stamp + "bare"));
-
-  constexpr int kLeast = std::numeric_limits<int>::min();
-  EXPECT_EQ(StampedLine({kLeast, kLeast, kLeast, kLeast, kLeast, 0, 0}, 0xFFFFFFFF, {"a", "b"}),
-            "-2147483648/-2147483648/-2147483648 -2147483648:-2  (-1) ab");
 }
 
 TEST_F(Record, TakesItsFormatFromTheTable) {

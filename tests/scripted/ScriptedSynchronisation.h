@@ -29,10 +29,7 @@ struct WaitFault {
 /// are meant for; its destructor waits for all threads made here.
 class ScriptedSynchronisation final : public Synchronisation {
  public:
-  ScriptedSynchronisation() = default;
   ~ScriptedSynchronisation() override { WaitForThreads(); }
-  ScriptedSynchronisation(const ScriptedSynchronisation&) = delete;
-  ScriptedSynchronisation& operator=(const ScriptedSynchronisation&) = delete;
 
   WaitFault mutexWaits;
   WaitFault eventWaits;
