@@ -78,20 +78,6 @@ TEST_F(DomTest, WritesBackWhatItRead) {
   }
 }
 
-TEST_F(DomTest, GivesTexts) {
-  Load("<a n='v'>1<b>2<!--no--><c/></b><![CDATA[3]]><?no no?>4</a>");
-  const std::pair<const char*, const char*> cases[] = {
-      {"/", "1234"}, {"/a/@n", "v"},        {"//b", "2"},
-      {"//c", ""},   {"//comment()", "no"}, {"//text()[.='4']", "4"}};
-  for (const auto& [path, expected] : cases) {
-    DomNode node = nullptr;
-    std::string text = "before";
-    ASSERT_EQ(m_document->SelectNode(nullptr, path, node), kDomOk) << path;
-    EXPECT_EQ(m_document->Text(node, text), kDomOk);
-    EXPECT_EQ(text, expected) << path;
-  }
-}
-
 TEST_F(DomTest, SelectsByPath) {
   Load("<r><x i='1'><d i='2'/><?d no?></x><d i='3'/><d i='4'>t</d><or i='5'><div i='6'/></or></r>");
   ExpectSelected({{"//d", "<d i=\"2\"/>"},

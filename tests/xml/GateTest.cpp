@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -56,7 +55,6 @@ TEST(Gate, LetsInGoodTextsAndRefusesBadOnes) {
 
 /// A place in a document for a character, between the two.
 struct Place {
-  const char* name;
   std::u16string_view before;
   std::u16string_view after;
 
@@ -65,13 +63,9 @@ struct Place {
   }
 };
 
-void PrintTo(const Place& place, std::ostream* out) { *out << place.name; }
-
 using GateCharacters = testing::TestWithParam<Place>;
-INSTANTIATE_TEST_SUITE_P(Each, GateCharacters,
-                         testing::Values(Place{"nameStart", u"<", u"/>"},
-                                         Place{"name", u"<a", u"/>"},
-                                         Place{"value", u"<a b='", u"'/>"}));
+INSTANTIATE_TEST_SUITE_P(InNames, GateCharacters,
+                         testing::Values(Place{u"<", u"/>"}, Place{u"<a", u"/>"}));
 
 TEST_P(GateCharacters, AgreeWithTheOracleInEveryCodePage) {
   constexpr unsigned kPage = 0x80;
@@ -86,20 +80,17 @@ TEST_P(GateCharacters, AgreeWithTheOracleInEveryCodePage) {
 
 TEST(Gate, RefusesWhatNoDocumentMayHoldWhereverItStands) {
   const Doors doors;
-  constexpr Place kPlaces[] = {{"text", u"<a>", u"</a>"},
-                               {"long text", u"<a>01234567", u"01234567</a>"},
-                               {"comment", u"<!--", u"--><a/>"},
-                               {"instruction", u"<?b ", u"?><a/>"},
-                               {"section", u"<a><![CDATA[", u"]]></a>"},
-                               {"front", u"", u"<a/>"},
-                               {"behind", u"<a/>", u""}};
+  constexpr Place kPlaces[] = {
+      {u"<a>", u"</a>"},     {u"<a b='", u"'/>"},  {u"<a>01234567", u"01234567</a>"},
+      {u"<!--", u"--><a/>"}, {u"<?b ", u"?><a/>"}, {u"<a><![CDATA[", u"]]></a>"},
+      {u"", u"<a/>"},        {u"<a/>", u""}};
   constexpr char16_t kCharacters[] = {0,      1,      8,      9,      0xB,    0xC,    0xD,
                                       0x1F,   0x7F,   0x9F,   0xA0,   0xD7FF, 0xD800, 0xDBFF,
                                       0xDC00, 0xDFFF, 0xE000, 0xFEFF, 0xFFFD, 0xFFFE, 0xFFFF};
   for (const Place& place : kPlaces) {
     for (const char16_t c : kCharacters) {
       const std::u16string text = place.Around(c);
-      EXPECT_EQ(doors.Complaint(text, OracleAccepts(text)), "") << place.name;
+      EXPECT_EQ(doors.Complaint(text, OracleAccepts(text)), "");
     }
   }
 }
@@ -116,29 +107,14 @@ class Mutator {
  private:
   std::size_t Below(std::size_t limit) { return m_random() % limit; }
 
-  const std::u16string& OneOf(const std::vector<std::u16string>& list) {
-    return list[Below(list.size())];
-  }
+  std::u16string OneOf(const std::vector<std::u16string>& list) { return list[Below(list.size())]; }
 
   void Mutate(std::u16string& text) {
     const std::size_t at = Below(text.size() + 1);
     const std::size_t length = Below(4) == 0 ? Below(text.size() + 1) : Below(3);
     const std::u16string own = text.substr(Below(text.size() + 1), length);
-    const std::u16string& piece = OneOf(GateTexts("piece"));
-    switch (Below(4)) {
-      case 0:
-        text.erase(at, length);
-        break;
-      case 1:
-        text.insert(at, piece);
-        break;
-      case 2:
-        text.replace(at, length, piece);
-        break;
-      default:
-        text.insert(at, own);
-        break;
-    }
+    const bool inserts = Below(2) == 0;
+    text.replace(at, inserts ? 0 : length, OneOf({u"", own, OneOf(GateTexts("piece"))}));
   }
 
   std::minstd_rand m_random{20240117};

@@ -95,6 +95,10 @@ TEST_F(ParserTest, ReadsNodesByPath) {
   EXPECT_EQ(out, R"(<a n="&lt;">x<b>&amp;</b></a>)");
   EXPECT_EQ(parser.GetNode("Data/a", out, true), 0);
   EXPECT_EQ(out, "x&");
+  EXPECT_EQ(parser.GetNode("/", out, true), 0);
+  EXPECT_EQ(out, "x&");
+  EXPECT_EQ(parser.GetNode("Data/a/@n", out, false), 0);
+  EXPECT_EQ(out, R"(n="&lt;")");
   EXPECT_EQ(parser.GetNodeAttribute("//a", "n", out), 0);
   EXPECT_EQ(out, "<");
   EXPECT_EQ(parser.GetNodeAttribute("//nothing", "n", out), -1);
