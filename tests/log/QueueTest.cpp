@@ -89,10 +89,13 @@ TEST_F(Queue, LosesTheLineOfAFileThatCannotBeOpenedAndKeepsTheNext) {
   m_log->Write("lost");
   EXPECT_TRUE(IsStoppedAt(1));
   m_log->Write("kept");
-  auto flush = std::async(std::launch::async, [this] { return m_log->Flush(); });
-  EXPECT_TRUE(Eventually([this] { return m_sync.waitingForEvents == 1; }));
+  const auto flush = [this] { return m_log->Flush(); };
+  auto first = std::async(std::launch::async, flush);
+  auto second = std::async(std::launch::async, flush);
+  EXPECT_TRUE(Eventually([this] { return m_sync.waitingForEvents == 2; }));
   m_permits = kAllLines;
-  EXPECT_EQ(flush.get(), 0U);
+  EXPECT_EQ(first.get(), 0U);
+  EXPECT_EQ(second.get(), 0U);
   EXPECT_THAT(Records("/gone/t.log"), ElementsAre("kept"));
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "Unable to open /gone/t.log\n");
 }
