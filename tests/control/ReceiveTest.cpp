@@ -74,7 +74,7 @@ TEST_F(ReceiveTest, PiecesOfAnySizeGiveTheSameMessages) {
     const auto data =
         "<Data>" + std::string(static_cast<std::size_t>(1 + i * i * 40), 'x') + "</Data>";
     stream += Frame(type, data);
-    expected.push_back("event message [" + type + "] [" + data + "]");
+    expected.emplace_back("event message [").append(type).append("] [").append(data) += "]";
   }
   std::mt19937 random(4711);
   for (int round = 0; round < 120; ++round) {

@@ -19,7 +19,6 @@ namespace {
 using asio::ip::tcp;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::StartsWith;
 
 constexpr std::chrono::seconds kPatience(20);
