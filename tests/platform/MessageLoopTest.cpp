@@ -321,7 +321,8 @@ TEST_F(MessageLoopTest, TimersRunOnRestartAndStop) {
 }
 
 TEST_F(MessageLoopTest, ATimerHandlerMayDestroyItsWindow) {
-  for (const std::uintptr_t id : {1, 2}) window->StartTimer(id, 1);
+  window->StartTimer(1, 1);
+  window->StartTimer(2, 1);
   target.onTold = [&] { window.reset(); };
   EXPECT_EQ(Told(1).size(), 1U);
 }
