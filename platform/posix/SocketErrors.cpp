@@ -6,8 +6,7 @@ namespace tlk {
 
 namespace {
 
-// The socket interface numbers the classic errors from here, in the order of the first systems that
-// had them; what it lacks is told apart by the system's own number above its range.
+// An error without a number there keeps this system's own, above the range of the others.
 constexpr int kUnmapped = 20000;
 
 struct ErrorPair {
