@@ -2,6 +2,12 @@
 add_library(tlkc2_options INTERFACE)
 target_compile_options(tlkc2_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+if(WIN32)
+  target_compile_definitions(tlkc2_options INTERFACE
+    NOMINMAX WIN32_LEAN_AND_MEAN WINVER=0x0601 _WIN32_WINNT=0x0601)
+  # Nothing but the system's own libraries beside the program.
+  target_link_options(tlkc2_options INTERFACE -static)
+endif()
 if(TLKC2_SANITIZE)
   target_compile_options(tlkc2_options INTERFACE
     -fsanitize=${TLKC2_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

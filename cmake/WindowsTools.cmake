@@ -1,0 +1,25 @@
+# What Debian has for Linux but not for mingw-w64: header libraries are lent, GoogleTest is built.
+
+# CLI11 is headers alone, but the folder it lies in holds Linux's own headers too, so it gets a folder
+# of its own.
+find_path(TLKC2_CLI11_HEADERS CLI/CLI.hpp PATHS /usr/include REQUIRED
+  NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+set(lent ${PROJECT_BINARY_DIR}/lent)
+file(MAKE_DIRECTORY ${lent})
+file(CREATE_LINK ${TLKC2_CLI11_HEADERS}/CLI ${lent}/CLI SYMBOLIC)
+add_library(CLI11 INTERFACE)
+add_library(CLI11::CLI11 ALIAS CLI11)
+target_include_directories(CLI11 SYSTEM INTERFACE ${lent})
+
+if(TLKC2_TESTS)
+  add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+  foreach(library gtest gtest_main gmock)
+    get_target_property(headers ${library} INTERFACE_INCLUDE_DIRECTORIES)
+    set_target_properties(${library} PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${headers}")
+  endforeach()
+  foreach(library gmock gtest_main)
+    if(NOT TARGET GTest::${library})
+      add_library(GTest::${library} ALIAS ${library})
+    endif()
+  endforeach()
+endif()
