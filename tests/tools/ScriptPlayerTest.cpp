@@ -16,13 +16,13 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 /// What a player says when a client connects, sends these bytes and closes.
-std::string LastLineOf(const std::string& script, const std::string& bytes) {
+std::string LastLineOf(const std::string& script, const std::string& bytes, bool indented = false) {
   std::istringstream text("limit 1\nserver:\n" + script);
   std::string last;
   const auto conversation = ReadConversation(text, last);
   EXPECT_TRUE(conversation) << last;
   const LineWriter writeLine = [&last](std::string_view line) { last = line; };
-  ScriptPlayer player(*conversation, writeLine);
+  ScriptPlayer player(*conversation, writeLine, indented);
   EXPECT_FALSE(player.Listen(0));
   tcp::iostream client("127.0.0.1", last.substr(last.rfind(':') + 1));
   client << bytes << std::flush;
@@ -68,6 +68,19 @@ TEST(ScriptPlayer, SaysWhyItFails) {
                 AllOf(StartsWith("failed: "), HasSubstr(one.failure)))
         << one.script;
   }
+}
+
+TEST(ScriptPlayer, ComparesIndentedMessagesAsTheyWouldBeWithout) {
+  const auto message = Message("T", "<Data>\r\n\t\t<a/>\r\n\t</Data>\r\n");
+  const std::string words = R"("<TLK_Message Length=\"0000106\" xmlns=\"\" Type=\"T\">)"
+                            R"(<From Id=\"-1\"/><To Id=\"0\"/><Data><a/></Data></TLK_Message>")";
+  for (const auto& line : {"expect " + words, "expect-stamped " + words,
+                           std::string("expect-message T <a/>"), std::string("expect-type T")}) {
+    const auto script = "  accept\n  " + line + "\n  expect-close\n";
+    EXPECT_EQ(LastLineOf(script, message, true), "played: stopped") << line;
+  }
+  EXPECT_THAT(LastLineOf("  accept\n  expect-message T <a/>\n", message), StartsWith("failed: "));
+  EXPECT_THAT(LastLineOf("  accept\n  expect \"<a/>\"", message, true), StartsWith("failed: "));
 }
 
 }  // namespace

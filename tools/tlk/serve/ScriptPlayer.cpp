@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "tools/tlk/Words.h"
+#include "tools/tlk/serve/Indentation.h"
 #include "tools/tlk/serve/Listening.h"
 #include "transport/Framing.h"
 #include "transport/MessageTypes.h"
@@ -16,7 +17,6 @@ namespace {
 constexpr std::int32_t kUsualClient = 1;
 constexpr std::int32_t kUntoldClient = -1;
 constexpr std::size_t kShownLine = 100;
-constexpr std::string_view kNoStamp = "0000000";
 
 std::int32_t ReadNumber(const std::string& word) {
   std::int32_t number = 0;
@@ -45,26 +45,21 @@ std::optional<std::string_view> DataOf(const std::vector<std::string>& words) {
   return kData < words.size() ? std::optional<std::string_view>(words[kData]) : std::nullopt;
 }
 
-/// The text with `digits` in place of its length stamp; as it is when it has none.
-std::string WithStamp(std::string text, std::string_view digits) {
+/// The text with its own length for a stamp; as it is when it has none.
+std::string Stamped(std::string text) {
   const auto marker = text.find(kLengthMarker);
   if (marker != std::string::npos) {
+    char digits[24];
+    std::snprintf(digits, sizeof digits, "%07zu", text.size());
     text.replace(marker + kLengthMarker.size(), kLengthDigits, digits);
   }
   return text;
 }
 
-std::string StampOf(std::size_t length) {
-  char digits[24];
-  std::snprintf(digits, sizeof digits, "%07zu", length);
-  return digits;
-}
-
-/// What two messages must agree in: everything but a line break behind the root, which some DOMs
-/// write, and the stamp, which counts it and has served to cut the message out of the stream.
-std::string EssenceOf(std::string message) {
-  message.erase(message.find_last_not_of("\r\n") + 1);
-  return WithStamp(std::move(message), kNoStamp);
+void RequireSame(const std::string& got, const std::string& expected) {
+  if (got == expected) return;
+  const auto differ = FirstDifference(got, expected);
+  throw ScriptFailure("expected " + ShowText(expected, differ) + ", got " + ShowText(got, differ));
 }
 
 }  // namespace
@@ -94,9 +89,11 @@ const ScriptPlayer::Command ScriptPlayer::kCommands[] = {
     {"reset", 1, 1, &ScriptPlayer::Reset},
 };
 
-ScriptPlayer::ScriptPlayer(const Conversation& conversation, const LineWriter& writeLine)
+ScriptPlayer::ScriptPlayer(const Conversation& conversation, const LineWriter& writeLine,
+                           bool indented)
     : m_conversation(conversation),
       m_writeLine(writeLine),
+      m_indented(indented),
       m_wait(m_io, conversation.limit),
       m_acceptor(m_io) {}
 
@@ -176,9 +173,7 @@ void ScriptPlayer::SendMessage(const Words& words) {
   Peer().Send(m_messages.Build(words[1], DataOf(words), kServerId, receiver));
 }
 
-void ScriptPlayer::SendStamped(const Words& words) {
-  Peer().Send(WithStamp(words[1], StampOf(words[1].size())));
-}
+void ScriptPlayer::SendStamped(const Words& words) { Peer().Send(Stamped(words[1])); }
 
 void ScriptPlayer::SendBytes(const Words& words) { Peer().Send(words[1]); }
 
@@ -191,23 +186,29 @@ void ScriptPlayer::Pause(const Words& words) {
   m_wait.Pause(std::chrono::milliseconds(CountAt(words, 1)));
 }
 
-void ScriptPlayer::ExpectBytes(const Words& words) { Peer().Expect(words[1]); }
+void ScriptPlayer::ExpectBytes(const Words& words) {
+  if (!m_indented) {
+    Peer().Expect(words[1]);
+    return;
+  }
+  std::string got;
+  while (got.size() < words[1].size()) got += ReceiveMessage();
+  RequireSame(got, words[1]);
+}
 
 void ScriptPlayer::ExpectMessage(const Words& words) {
   const auto sender = NumberAt(words, 3, kUntoldClient);
-  ExpectDocument(m_messages.Build(words[1], DataOf(words), sender, kServerId));
+  RequireSame(ReceiveMessage(), m_messages.Build(words[1], DataOf(words), sender, kServerId));
 }
 
-void ScriptPlayer::ExpectStamped(const Words& words) { ExpectDocument(words[1]); }
+void ScriptPlayer::ExpectStamped(const Words& words) {
+  RequireSame(ReceiveMessage(), Stamped(words[1]));
+}
 
-void ScriptPlayer::ExpectDocument(const std::string& document) {
-  const auto expected = EssenceOf(document);
-  const auto got = EssenceOf(Peer().ReceiveFrame());
-  if (got != expected) {
-    const auto differ = FirstDifference(got, expected);
-    throw ScriptFailure("expected " + ShowText(expected, differ) + ", got " +
-                        ShowText(got, differ));
-  }
+/// The next message, as it would be without indentation.
+std::string ScriptPlayer::ReceiveMessage() {
+  auto frame = Peer().ReceiveFrame();
+  return m_indented ? WithoutIndentation(frame) : frame;
 }
 
 void ScriptPlayer::ExpectType(const Words& words) {

@@ -28,17 +28,23 @@ namespace tlk::serve {
 /// | `pieces N [PAUSE_MS]` | sends in pieces of N bytes from now on, 0 for whole |
 /// | `wait MS` | does nothing for that long |
 /// | `expect TEXT` | the next bytes are those of TEXT |
-/// | `expect-message TYPE [DATA [FROM_ID]]` | so is the next message: what a client with that id,
-/// -1 when it does not know its own, sends | | `expect-type TYPE` | the next message is a true one
-/// of that type | | `expect-close` | the client closes the connection and sends nothing before | |
-/// `close` | closes the connection | | `reset` | resets it |
+/// | `expect-message TYPE [DATA [FROM_ID]]` | the next message is that, from -1 or FROM_ID to 0 |
+/// | `expect-stamped TEXT` | the next message is TEXT with its length in place of `0000000` |
+/// | `expect-type TYPE` | the next message is a true one of that type |
+/// | `expect-close` | the client closes the connection and sends nothing before |
+/// | `close` | closes the connection |
+/// | `reset` | resets it |
+///
+/// What is expected is written without indentation. From clients that indent, `expect` takes whole
+/// messages, and each message is compared as it would be without.
 ///
 /// Words are split and quoted as on the console of a host. No command waits longer than the
 /// conversation's limit. For each a line is written when its turn comes.
 class ScriptPlayer {
  public:
-  /// Both must outlive the player.
-  ScriptPlayer(const Conversation& conversation, const LineWriter& writeLine);
+  /// Both must outlive the player. `indented` says that the clients' messages are.
+  ScriptPlayer(const Conversation& conversation, const LineWriter& writeLine,
+               bool indented = false);
 
   /// Begins to listen on 127.0.0.1; says why not when it cannot.
   [[nodiscard]] asio::error_code Listen(std::uint16_t port);
@@ -70,10 +76,11 @@ class ScriptPlayer {
   void Reset(const Words& words);
 
   ScriptPeer& Peer();
-  void ExpectDocument(const std::string& document);
+  std::string ReceiveMessage();
 
   const Conversation& m_conversation;
   const LineWriter& m_writeLine;
+  const bool m_indented;
   Messages m_messages;
   asio::io_context m_io;
   ScriptWait m_wait;

@@ -37,6 +37,7 @@ struct Options {
   unsigned seconds = 0;
   std::size_t clients = 0;
   std::string script;
+  bool indented = false;
 };
 
 int ReportFailure(const std::string& what) {
@@ -69,7 +70,7 @@ int RunScript(const Options& options) {
     return ReportFailure(error);
   }
   const LineWriter writeLine = WriteLine;
-  ScriptPlayer player(*conversation, writeLine);
+  ScriptPlayer player(*conversation, writeLine, options.indented);
   if (const auto failure = player.Listen(options.server.port)) {
     return ReportFailure("cannot listen: " + failure.message());
   }
@@ -104,10 +105,16 @@ void AddOptions(CLI::App& serve, Options& options) {
                   "Refuse clients that leave more unread")
       ->type_name("BYTES")
       ->capture_default_str();
+  auto* const script =
+      serve
+          .add_option("--script", options.script,
+                      "Play the server's part of a conversation file instead; goes with --port and "
+                      "--indented only")
+          ->type_name("FILE");
   serve
-      .add_option("--script", options.script,
-                  "Play the server's part of a conversation file instead; goes with --port only")
-      ->type_name("FILE");
+      .add_flag("--indented", options.indented,
+                "The clients of the script indent their messages, as some DOMs do")
+      ->needs(script);
 }
 
 /// A script says itself what becomes of clients and messages.
