@@ -5,7 +5,7 @@
 // Both commands go through the shell, with `--script FILE` added and a temporary folder of their
 // own, so that the trace log in it is theirs alone. Neither runs longer than twice the
 // conversation's limit. Exit status 0 when everything was as the file says, else 1, and a report of
-// what was not.
+// what was not. `--windows` says that the host is a Windows program.
 
 #include <CLI/CLI.hpp>
 #include <asio/io_context.hpp>
@@ -40,10 +40,18 @@ void Replace(std::string& text, std::string_view name, std::string_view value) {
   }
 }
 
+/// Who plays.
+struct Cast {
+  std::string serve;
+  std::string host;
+  HostSystem system = HostSystem::kNative;
+};
+
 /// One play of a conversation, in a folder that goes with its object.
 class Run {
  public:
-  explicit Run(const Conversation& conversation) : m_conversation(conversation) {
+  Run(const Conversation& conversation, const Cast& cast)
+      : m_conversation(conversation), m_cast(cast) {
     if (mkdtemp(m_folder.data()) == nullptr) throw std::runtime_error("no temporary folder");
   }
   ~Run() {
@@ -55,19 +63,20 @@ class Run {
 
   /// What was not as the file says; nothing when all was. The host starts when the server listens,
   /// and what it does behind a server that gave up tells nothing more.
-  Lines Play(const std::string& file, const std::string& serve, const std::string& host) {
-    Program server(CommandLine(serve, file));
+  Lines Play(const std::string& file) {
+    const bool indented = m_cast.system == HostSystem::kWindows;
+    Program server(CommandLine(m_cast.serve + (indented ? " --indented" : ""), file));
     server.ReadLine();
     if (!server.Output().starts_with(kListening)) return {"the server did not listen"};
     m_port = server.Output().substr(kListening.size());
     m_port.pop_back();
     const auto script = WriteHostScript();
-    Program client(CommandLine(host, script));
+    Program client(CommandLine(m_cast.host, script));
     const int hostStatus = client.End();
     const int serverStatus = server.End();
     m_serverLines = SplitLines(server.Output());
-    m_hostLines = SplitLines(client.Output());
-    m_records = ReadRecords(ReadFile(Place("TLK_Client.log")));
+    m_hostLines = ReadOutput(client.Output(), m_cast.system);
+    m_records = ReadRecords(ReadFile(Place("TLK_Client.log")), m_cast.system);
     if (serverStatus != 0) return {StatusFault("server", serverStatus, 0), m_serverLines.back()};
     Lines faults{StatusFault("host", hostStatus, m_conversation.status),
                  JudgeOutput(Settled(m_conversation.output), m_hostLines),
@@ -130,6 +139,7 @@ class Run {
   }
 
   const Conversation& m_conversation;
+  const Cast& m_cast;
   std::string m_folder = std::filesystem::temp_directory_path() / "conversation-XXXXXX";
   asio::io_context m_io;
   /// Bound, but nobody listens there, and nobody can while this stands.
@@ -140,12 +150,12 @@ class Run {
   Lines m_records;
 };
 
-int PlayFile(const std::string& file, const std::string& serve, const std::string& host) {
+int PlayFile(const std::string& file, const Cast& cast) {
   std::string error;
   const auto conversation = tlk::serve::ReadConversationFile(file, error);
   if (!conversation) throw std::runtime_error(error);
-  Run run(*conversation);
-  const auto faults = run.Play(file, serve, host);
+  Run run(*conversation, cast);
+  const auto faults = run.Play(file);
   for (const auto& fault : faults) {
     std::cout << file << ": " << fault << "\n";
   }
@@ -158,15 +168,17 @@ int PlayFile(const std::string& file, const std::string& serve, const std::strin
 
 int main(int argc, char** argv) {
   CLI::App app("Play a conversation file between a server and a host.");
-  std::string serve;
-  std::string host;
+  tlk::conversations::Cast cast;
   std::string file;
-  app.add_option("--serve", serve, "Command of the server")->required();
-  app.add_option("--host", host, "Command of the host")->required();
+  bool windows = false;
+  app.add_option("--serve", cast.serve, "Command of the server")->required();
+  app.add_option("--host", cast.host, "Command of the host")->required();
+  app.add_flag("--windows", windows, "The host is a Windows program");
   app.add_option("FILE", file, "Conversation file")->required();
   CLI11_PARSE(app, argc, argv);
+  if (windows) cast.system = tlk::conversations::HostSystem::kWindows;
   try {
-    return tlk::conversations::PlayFile(file, serve, host);
+    return tlk::conversations::PlayFile(file, cast);
   } catch (const std::exception& failure) {
     std::cerr << failure.what() << "\n";
     return 1;

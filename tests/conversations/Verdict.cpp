@@ -5,8 +5,14 @@
 #include <regex>
 #include <span>
 
+#include "tools/tlk/serve/Indentation.h"
+
 namespace tlk::conversations {
 namespace {
+
+using serve::kQuotedIndentation;
+using serve::kRecordIndentation;
+using serve::WithoutIndentation;
 
 constexpr std::string_view kAbsent = "absent ";
 constexpr std::size_t kShownLength = 400;
@@ -16,6 +22,10 @@ std::string Escape(std::string_view text) {
   for (const char byte : text) {
     if (byte >= ' ' && byte <= '~') {
       escaped += byte;
+      continue;
+    }
+    if (byte == '\n') {
+      escaped += "\\n";
       continue;
     }
     char code[8];
@@ -35,6 +45,34 @@ bool LineFits(std::string_view pattern, std::string_view line) {
     if (LineFits(pattern, line.substr(covered))) return true;
   }
   return false;
+}
+
+/// Text files have a carriage return before each line feed, also where one was there already.
+std::string UndoTextMode(std::string_view text) {
+  std::string undone;
+  for (auto end = text.find("\r\n"); end != std::string_view::npos; end = text.find("\r\n")) {
+    undone += text.substr(0, end);
+    undone += '\n';
+    text.remove_prefix(end + 2);
+  }
+  return undone.append(text);
+}
+
+/// A line that does not begin with time and thread goes on with the record before it.
+Lines SplitRecords(std::string_view log) {
+  static const std::regex stamp(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d\.\d{3}  \(\d+\) )");
+  Lines records;
+  for (const auto& line : SplitLines(log)) {
+    std::smatch found;
+    if (std::regex_search(line, found, stamp, std::regex_constants::match_continuous)) {
+      records.push_back(found.suffix());
+    } else if (records.empty()) {
+      records.push_back(line);
+    } else {
+      records.back() += "\n" + line;
+    }
+  }
+  return records;
 }
 
 using SomeLines = std::span<const std::string>;
@@ -63,19 +101,18 @@ Lines SplitLines(std::string_view text) {
   return lines;
 }
 
-/// A line that does not begin with time and thread goes on with the record before it.
-Lines ReadRecords(std::string_view log) {
-  static const std::regex stamp(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d\.\d{3}  \(\d+\) )");
-  Lines records;
-  for (const auto& line : SplitLines(log)) {
-    std::smatch found;
-    if (std::regex_search(line, found, stamp, std::regex_constants::match_continuous)) {
-      records.push_back(Escape(found.suffix().str()));
-    } else if (records.empty()) {
-      records.push_back(Escape(line));
-    } else {
-      records.back() += "\\n" + Escape(line);
-    }
+Lines ReadOutput(std::string_view output, HostSystem system) {
+  if (system == HostSystem::kNative) return SplitLines(output);
+  auto lines = SplitLines(UndoTextMode(output));
+  for (auto& line : lines) line = WithoutIndentation(line, kQuotedIndentation);
+  return lines;
+}
+
+Lines ReadRecords(std::string_view log, HostSystem system) {
+  const bool native = system == HostSystem::kNative;
+  auto records = SplitRecords(native ? std::string(log) : UndoTextMode(log));
+  for (auto& record : records) {
+    record = Escape(native ? record : WithoutIndentation(record, kRecordIndentation));
   }
   return records;
 }

@@ -14,9 +14,16 @@ using Lines = std::vector<std::string>;
 /// The lines of a text.
 [[nodiscard]] Lines SplitLines(std::string_view text);
 
+/// The system that a host runs on. On Windows the lines of text files end with two characters, and
+/// the DOM indents what it writes: both are taken away before anything is compared.
+enum class HostSystem { kNative, kWindows };
+
+/// The lines of a host's output.
+[[nodiscard]] Lines ReadOutput(std::string_view output, HostSystem system);
+
 /// The records of a trace log without their time and thread, written as in a conversation file: a
 /// line break is `\n`, and what cannot be printed `\xHH`.
-[[nodiscard]] Lines ReadRecords(std::string_view log);
+[[nodiscard]] Lines ReadRecords(std::string_view log, HostSystem system);
 
 /// What is wrong with the lines of a host's output, measured by what a conversation expects; empty
 /// when nothing is. A `*` stands for any text, and a lone one for any number of lines.

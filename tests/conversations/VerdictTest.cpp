@@ -30,8 +30,20 @@ TEST(Records, MaySpanLines) {
   EXPECT_THAT(
       ReadRecords("11/16/2026 01:12:28.123  (2044) N One\n (Tlkc - 68)\n"
                   "11/16/2026 01:12:28.123  (2044) E \xE9\n"
-                  "11/16/2026 01:12:28.123 (2044) goes on\n"),
+                  "11/16/2026 01:12:28.123 (2044) goes on\n",
+                  HostSystem::kNative),
       ElementsAre("N One\\n (Tlkc - 68)", "E \\xE9\\n11/16/2026 01:12:28.123 (2044) goes on"));
+}
+
+TEST(Records, OfWindowsLoseWhatTheDomAndTheFileAdded) {
+  const std::string_view log =
+      "11/16/2026 01:12:28.123  (2044) N Sent. <a>\r\r\n\t<b/>\r\r\n</a>\r\r\n\r\n (Tlkc - 642)\r\n"
+      "11/16/2026 01:12:28.123  (2044) E x\r\r\n<b\r\n";
+  EXPECT_THAT(ReadRecords(log, HostSystem::kWindows),
+              ElementsAre("N Sent. <a><b/></a>\\n (Tlkc - 642)", "E x\\x0D\\n<b"));
+  EXPECT_THAT(
+      ReadOutput("a data=\"<a>\\x0D\\x0A\\x09<b/>\\x0D\\x0A</a>\"\r\nc\n", HostSystem::kWindows),
+      ElementsAre("a data=\"<a><b/></a>\"", "c"));
 }
 
 }  // namespace
