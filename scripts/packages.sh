@@ -28,6 +28,12 @@ need_test_tools() {
   need_build_tools && need libgtest-dev libgmock-dev libexpat1-dev
 }
 
+# What builds for Windows, and Wine, with the locales it takes code pages from.
+need_windows_tools() {
+  need_build_tools && need g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools \
+    wine64 wine libwine-dev xvfb googletest locales
+}
+
 # build PRESET: configures and builds, quietly unless it fails.
 build() {
   echo "Building $1"
