@@ -1,0 +1,77 @@
+#include "platform/windows/WindowsFiles.h"
+
+#include <algorithm>
+#include <new>
+
+#include "platform/windows/OwnedHandle.h"
+
+namespace tlk {
+namespace {
+
+constexpr std::string_view kLineEnd = "\r\n";
+
+std::string InTextMode(std::string_view line) {
+  const auto feeds = static_cast<std::size_t>(std::ranges::count(line, '\n'));
+  std::string text;
+  text.reserve(line.size() + feeds + kLineEnd.size());
+  for (const char character : line) {
+    if (character == '\n') text += '\r';
+    text += character;
+  }
+  return text += kLineEnd;
+}
+
+OwnedHandle OpenLog(const std::string& path) {
+  OwnedHandle file = OwnFile(::CreateFileA(path.c_str(), GENERIC_WRITE,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                           nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (file && ::GetFileType(file.get()) == FILE_TYPE_PIPE) file.reset();
+  return file;
+}
+
+/// Writes at the file's end, wherever that is by then; returns how many bytes went out.
+DWORD Append(HANDLE file, std::string_view text) {
+  OVERLAPPED end{};
+  end.Offset = end.OffsetHigh = 0xFFFFFFFF;
+  DWORD written = 0;
+  ::WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, &end);
+  return written;
+}
+
+/// Cuts off the `written` bytes that were appended last, if they are the file's last.
+void TakeBack(HANDLE file, DWORD written) {
+  LARGE_INTEGER position{};
+  LARGE_INTEGER size{};
+  if (!::SetFilePointerEx(file, {}, &position, FILE_CURRENT) || !::GetFileSizeEx(file, &size) ||
+      position.QuadPart != size.QuadPart) {
+    return;
+  }
+  position.QuadPart -= written;
+  // When this fails the torn line stays; it is reported as not written all the same.
+  if (::SetFilePointerEx(file, position, nullptr, FILE_BEGIN)) ::SetEndOfFile(file);
+}
+
+}  // namespace
+
+std::int64_t WindowsFiles::AppendLine(const std::string& path, std::string_view line) try {
+  const std::string text = InTextMode(line);
+  const OwnedHandle file = OpenLog(path);
+  if (!file) return append_result::kNotOpened;
+  const DWORD written = Append(file.get(), text);
+  if (written < text.size()) {
+    if (written > 0) TakeBack(file.get(), written);
+    return append_result::kNotWritten;
+  }
+  LARGE_INTEGER size{};
+  return ::GetFileSizeEx(file.get(), &size) ? size.QuadPart : 0;
+} catch (const std::bad_alloc&) {
+  return append_result::kNotWritten;
+}
+
+bool WindowsFiles::Remove(const std::string& path) { return ::DeleteFileA(path.c_str()) != 0; }
+
+bool WindowsFiles::Rename(const std::string& from, const std::string& to) {
+  return ::MoveFileExA(from.c_str(), to.c_str(), 0) != 0;
+}
+
+}  // namespace tlk

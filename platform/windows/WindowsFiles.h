@@ -1,0 +1,20 @@
+#pragma once
+
+#include "platform/Files.h"
+
+namespace tlk {
+
+/// File calls of Windows. A log is written in text mode: every line feed, inside the line too,
+/// becomes carriage return and line feed. Other processes may read, append, rename and delete a
+/// log at any time.
+class WindowsFiles final : public Files {
+ public:
+  /// Part of a line that could not be written whole is taken back, unless another process has
+  /// appended behind it meanwhile.
+  [[nodiscard]] std::int64_t AppendLine(const std::string& path, std::string_view line) override;
+
+  bool Remove(const std::string& path) override;
+  bool Rename(const std::string& from, const std::string& to) override;
+};
+
+}  // namespace tlk

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <winsock2.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/windows/OwnedSocket.h"
+#include "platform/windows/WindowsSockets.h"
+
+namespace tlk {
+
+struct WindowsSockets::State {
+  [[nodiscard]] SOCKET Handle() const { return socket.Get(); }
+  [[nodiscard]] std::string_view Backlog() const {
+    return std::string_view(backlog).substr(backlogSent);
+  }
+
+  /// Asks the system for what this socket's target wants to hear.
+  [[nodiscard]] int Select() const;
+
+  /// 0, or the error that ended a stream whose end has been seen.
+  [[nodiscard]] int ErrorAtEnd() const;
+
+  /// How a notification of one event is to be treated; as `WindowsSockets::Refine`.
+  bool RefineRead();
+  bool RefineWrite();
+  bool RefineClose(LPARAM& lParam);
+
+  OwnedSocket socket;
+  bool blocking = true;
+
+  HWND window = nullptr;
+  UINT message = 0;
+  std::uint32_t mask = 0;
+
+  // What the system has not yet taken of a text that a send took whole.
+  std::string backlog;
+  std::size_t backlogSent = 0;
+
+  bool connectPending = false;      // a connect has reported would-block
+  bool writeWanted = false;         // a write notification is due once there is room
+  bool readTold = false;            // a read notification was delivered, no receive made since
+  std::optional<LPARAM> heldClose;  // a close that came while bytes were waiting
+  bool closeTold = false;
+  bool endSeen = false;  // a blocking receive has met the end of the stream
+};
+
+}  // namespace tlk

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <winsock2.h>
+
+#include <memory>
+#include <vector>
+
+#include "platform/Sockets.h"
+
+namespace tlk {
+
+/// The sockets of one control, on Winsock 2, which somebody else has started.
+///
+/// The system posts more notifications than the control is to hear: reads that an earlier receive
+/// has already answered, ends of a stream with bytes still in it, words about a socket that is
+/// closed while its number has gone to the next one. The window shows each of them to `Refine`,
+/// which compares it with the socket's real state.
+///
+/// A window passed to `RequestNotifications` must be a `WindowsControlWindow`, and there is one for
+/// all sockets.
+///
+/// A socket that does not block takes a text whole or not at all. Windows sees to that by itself;
+/// where the system takes a part only, as Wine does, the rest waits here and goes out as room
+/// comes. `Close` lets it go out for up to five seconds.
+class WindowsSockets final : public Sockets {
+ public:
+  WindowsSockets();
+  ~WindowsSockets() override;
+
+  WindowsSockets(const WindowsSockets&) = delete;
+  WindowsSockets& operator=(const WindowsSockets&) = delete;
+
+  [[nodiscard]] SocketHandle Open() override;
+  [[nodiscard]] int Connect(SocketHandle socket, const InternetAddress& address) override;
+  [[nodiscard]] int Send(SocketHandle socket, std::string_view bytes) override;
+  [[nodiscard]] int Receive(SocketHandle socket, std::span<char> buffer, int size) override;
+  int Close(SocketHandle socket) override;
+  [[nodiscard]] int EnableKeepAlive(SocketHandle socket) override;
+  [[nodiscard]] int SetBlocking(SocketHandle socket) override;
+  [[nodiscard]] int SetSendTimeout(SocketHandle socket, std::int32_t milliseconds) override;
+  [[nodiscard]] int SetReceiveTimeout(SocketHandle socket, std::int32_t milliseconds) override;
+  [[nodiscard]] std::uint32_t ParseAddress(const char* text) override;
+  [[nodiscard]] std::optional<std::uint32_t> ResolveHost(const char* name) override;
+  [[nodiscard]] int RequestNotifications(SocketHandle socket, ControlWindow& window,
+                                         std::uint32_t message, std::uint32_t mask) override;
+  [[nodiscard]] int LastError() const override { return m_lastError; }
+
+  /// Whether a notification that has come to the window is to be delivered. Writes to `lParam` what
+  /// to deliver in its place.
+  [[nodiscard]] bool Refine(UINT message, WPARAM wParam, LPARAM& lParam);
+
+  /// Has everything that was asked for posted to another window from now on; null for none until
+  /// the next call.
+  void MoveNotifications(HWND window);
+
+ private:
+  struct State;
+
+  State* Find(SocketHandle socket);
+  int Fail(int error);
+  int FailAsSystem();
+  int SetOption(SocketHandle socket, int option, DWORD value);
+  bool DrainBacklog(State& state);
+  int FailSend(State& state);
+
+  std::vector<std::unique_ptr<State>> m_states;
+  int m_lastError = 0;
+};
+
+}  // namespace tlk
