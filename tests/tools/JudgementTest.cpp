@@ -1,0 +1,101 @@
+#include "tools/tlk/doctor/Judgement.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace tlk::doctor {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+Registration Nothing(const char* hive, int view) {
+  Registration found;
+  found.hive = hive;
+  found.view = view;
+  return found;
+}
+
+Registration Sound(const char* hive, int view) {
+  Registration found = Nothing(hive, view);
+  found.classId = found.currentClassId = "{A}";
+  found.currentName = found.name = "TlkC2.Tlkc.1";
+  found.hasClass = true;
+  found.independentName = "TlkC2.Tlkc";
+  found.module = {"TlkC2.dll", view == 64 ? FileKind::k64Bit : FileKind::k32Bit};
+  found.threadingModel = "Apartment";
+  found.version = "1.0";
+  found.libraryId = "{L}";
+  (view == 64 ? found.library64 : found.library32) = found.module;
+  return found;
+}
+
+/// What Windows shows of a class in the view that it was not registered for: the name alone.
+Registration NameAlone(const char* hive, int view) {
+  Registration found = Nothing(hive, view);
+  found.classId = found.currentClassId = "{A}";
+  found.currentName = "TlkC2.Tlkc.1";
+  return found;
+}
+
+std::vector<std::string> Judge(std::initializer_list<Registration> registrations) {
+  return FindMisfits({registrations.begin(), registrations.size()});
+}
+
+TEST(Judgement, AsksForOneSoundRegistrationAndNoMore) {
+  EXPECT_THAT(Judge({Nothing("machine", 64), Nothing("user", 64)}),
+              ElementsAre(StartsWith("the control is not registered: ")));
+  EXPECT_THAT(Judge({Nothing("machine", 64), Sound("user", 64)}), IsEmpty());
+  EXPECT_THAT(Judge({Sound("machine", 64), NameAlone("machine", 32)}), IsEmpty());
+  EXPECT_THAT(Judge({NameAlone("machine", 64), Sound("machine", 32)}), IsEmpty());
+  EXPECT_THAT(Judge({NameAlone("machine", 64), NameAlone("machine", 32)}),
+              ElementsAre(StartsWith("machine hive, 64-bit view: TlkC2.Tlkc means no class"),
+                          StartsWith("machine hive, 32-bit view: TlkC2.Tlkc means no class")));
+}
+
+TEST(Judgement, TellsEachMisfitAndWhereItIs) {
+  struct {
+    std::function<void(Registration&)> spoil;
+    const char* misfit;
+  } const cases[] = {
+      {[](Registration& r) { r.independentName = "Other"; }, "does not call itself TlkC2.Tlkc"},
+      {[](Registration& r) { r.currentName = r.name = ""; }, "name of the current version"},
+      {[](Registration& r) { r.name = "TlkC2.Tlkc.2"; }, "name of the current version"},
+      {[](Registration& r) { r.currentClassId = "{B}"; }, "name of the current version"},
+      {[](Registration& r) { r.module = {}; }, "has no module"},
+      {[](Registration& r) { r.module.kind = FileKind::kMissing; }, "module is not there"},
+      {[](Registration& r) { r.module.kind = FileKind::kNoModule; }, "not a program file"},
+      {[](Registration& r) { r.module.kind = FileKind::k32Bit; }, "serves no 64-bit program"},
+      {[](Registration& r) { r.threadingModel = "Both"; }, "threading model is not Apartment"},
+      {[](Registration& r) { r.libraryId = ""; }, "type library is not registered"},
+      {[](Registration& r) { std::swap(r.library32, r.library64); },
+       "type library is not registered"},
+      {[](Registration& r) { r.library64.kind = FileKind::kMissing; },
+       "type library's file is not there"},
+  };
+  for (const auto& one : cases) {
+    Registration spoilt = Sound("user", 64);
+    one.spoil(spoilt);
+    EXPECT_THAT(
+        Judge({Sound("machine", 64), spoilt}),
+        ElementsAre(testing::AllOf(StartsWith("user hive, 64-bit view: "), HasSubstr(one.misfit))));
+  }
+  Registration spoilt = Sound("machine", 32);
+  spoilt.module.kind = FileKind::k64Bit;
+  EXPECT_THAT(Judge({spoilt}), ElementsAre(HasSubstr("serves no 32-bit program")));
+}
+
+TEST(Judgement, ComparesAsTheSystemDoes) {
+  Registration found = Sound("machine", 64);
+  found.threadingModel = "apartment";
+  found.currentClassId = "{a}";
+  found.independentName = "TLKC2.TLKC";
+  EXPECT_THAT(Judge({found}), IsEmpty());
+}
+
+}  // namespace
+}  // namespace tlk::doctor

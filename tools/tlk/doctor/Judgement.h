@@ -1,0 +1,24 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "tools/tlk/doctor/Registration.h"
+
+namespace tlk::doctor {
+
+/// The name under which a control is asked for.
+inline constexpr const char* kControlName = "TlkC2.Tlkc";
+
+/// How one place of the registration is called.
+[[nodiscard]] std::string PlaceName(const Registration& registration);
+
+/// The type library's file that programs of this view take.
+[[nodiscard]] const NamedFile& LibraryOf(const Registration& registration);
+
+/// What does not fit, each as one line that says what to do; nothing when the control is registered
+/// and all is well. A place without the control is well as long as there is another with it.
+[[nodiscard]] std::vector<std::string> FindMisfits(std::span<const Registration> registrations);
+
+}  // namespace tlk::doctor

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <filesystem>
+
+#include "tools/tlk/doctor/Registration.h"
+
+namespace tlk::doctor {
+
+/// What the file is, by the head of a program file.
+[[nodiscard]] FileKind InspectFile(const std::filesystem::path& path);
+
+}  // namespace tlk::doctor
