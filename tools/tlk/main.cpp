@@ -1,20 +1,16 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 #include <sstream>
+#include <string>
 
+#include "tools/tlk/Commands.h"
 #include "tools/tlk/OwnOutput.h"
-#include "tools/tlk/host/HostCommand.h"
-#include "tools/tlk/serve/ServeCommand.h"
 
 namespace {
 
 constexpr int kStatusWrongUse = 2;
 
-constexpr const char* kFooter =
-    "Examples:\n"
-    "  tlk serve --port 1371              answer every message with itself\n"
-    "  tlk host                           type commands, see events\n"
-    "  tlk host --script commands.txt     run commands from a file\n"
+constexpr const char* kFooterEnd =
     "\n"
     "'tlk COMMAND --help' tells more about a command. Exit status: 2 when the command line is\n"
     "wrong, 3 when nobody reads standard output any more, else as the command says.";
@@ -33,13 +29,12 @@ int main(int argc, char** argv) {
   tlk::OwnOutput::Get();
 
   CLI::App app("Talk to a message server, or be one.", "tlk");
-  app.footer(kFooter);
+  app.footer(std::string("Examples:\n") + tlk::kExamples + kFooterEnd);
   app.set_version_flag("--version", "tlk " TLKC2_VERSION);
   app.require_subcommand(1);
 
   int exitStatus = 0;
-  tlk::AddHostCommand(app, exitStatus);
-  tlk::AddServeCommand(app, exitStatus);
+  tlk::AddCommands(app, exitStatus);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& end) {

@@ -6,6 +6,10 @@
 #include <string>
 #include <string_view>
 
+namespace CLI {
+class App;
+}
+
 namespace tlk::host {
 
 /// What a control tells the console, as narrow ANSI text. Called on the console's one thread, from
@@ -80,9 +84,14 @@ class ControlDriver {
 
 /// What is settled before the system is first used.
 struct DriverOptions {
-  std::string codePage;      ///< Name of the ANSI code page; empty for the system's own.
   bool showLogLines = true;  ///< Whether each line of the trace log is echoed.
+  std::string codePage;      ///< Linux: name of the ANSI code page; empty for the system's own.
+  std::string module;        ///< Windows: file with the control; empty for the registered one.
+  bool showWindow = false;   ///< Windows: whether a control's container is on the screen.
 };
+
+/// Adds the options that are this build's alone.
+void AddDriverOptions(CLI::App& command, DriverOptions& options);
 
 /// The driver of the system that this program is built for.
 [[nodiscard]] std::unique_ptr<ControlDriver> NewSystemDriver(const DriverOptions& options);

@@ -45,8 +45,8 @@ constexpr const char* kHelp =
 
 struct Options {
   std::string script;
-  std::string codePage;
   bool quiet = false;
+  host::DriverOptions driver;
 };
 
 void RunLines(HostSession& session, LineReader& lines, const std::string& prompt) {
@@ -89,11 +89,12 @@ bool OpenScript(const std::string& path, std::ifstream& script) {
   return false;
 }
 
-int Host(const Options& options) {
+int Host(Options& options) {
   std::ifstream script;
   if (!options.script.empty() && !OpenScript(options.script, script)) return 1;
 
-  const auto driver = host::NewSystemDriver({options.codePage, !options.quiet});
+  options.driver.showLogLines = !options.quiet;
+  const auto driver = host::NewSystemDriver(options.driver);
   HostSession session(*driver, [](std::string_view line) { OwnOutput::Get().Line(line); });
   if (script.is_open()) {
     RunScript(script, session);
@@ -112,9 +113,7 @@ void AddHostCommand(CLI::App& app, int& exitStatus) {
       ->add_option("--script", options->script,
                    "Read the commands from FILE instead of standard input")
       ->type_name("FILE");
-  command
-      ->add_option("--code-page", options->codePage, "The system's ANSI code page, such as CP1252")
-      ->type_name("NAME");
+  host::AddDriverOptions(*command, options->driver);
   command->add_flag("-q,--quiet", options->quiet,
                     "Do not show the lines of the trace log on standard error");
   command->footer(kHelp);

@@ -1,4 +1,4 @@
-#include "tools/tlk/host/NativeControlDriver.h"
+#include "tools/tlk/host/posix/NativeControlDriver.h"
 
 #include <fcntl.h>
 #include <poll.h>

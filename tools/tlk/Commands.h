@@ -1,0 +1,16 @@
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace tlk {
+
+/// Adds the subcommands that this build of the program has. The one that was asked for leaves its
+/// status in `exitStatus`.
+void AddCommands(CLI::App& app, int& exitStatus);
+
+/// How this build is used: lines of examples.
+extern const char* const kExamples;
+
+}  // namespace tlk

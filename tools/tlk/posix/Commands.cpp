@@ -1,0 +1,18 @@
+#include "tools/tlk/Commands.h"
+
+#include "tools/tlk/host/HostCommand.h"
+#include "tools/tlk/serve/ServeCommand.h"
+
+namespace tlk {
+
+const char* const kExamples =
+    "  tlk serve --port 1371              answer every message with itself\n"
+    "  tlk host                           type commands, see events\n"
+    "  tlk host --script commands.txt     run commands from a file\n";
+
+void AddCommands(CLI::App& app, int& exitStatus) {
+  AddHostCommand(app, exitStatus);
+  AddServeCommand(app, exitStatus);
+}
+
+}  // namespace tlk

@@ -1,0 +1,18 @@
+#include "tools/tlk/Commands.h"
+
+#include "tools/tlk/doctor/DoctorCommand.h"
+#include "tools/tlk/host/HostCommand.h"
+
+namespace tlk {
+
+const char* const kExamples =
+    "  tlk doctor                         see whether the control is registered well\n"
+    "  tlk host                           type commands, see events\n"
+    "  tlk host --module TlkC2.dll        the same with a control that is not registered\n";
+
+void AddCommands(CLI::App& app, int& exitStatus) {
+  AddHostCommand(app, exitStatus);
+  AddDoctorCommand(app, exitStatus);
+}
+
+}  // namespace tlk

@@ -1,0 +1,58 @@
+#include "tools/tlk/OwnOutput.h"
+
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "tools/tlk/windows/StandardOutput.h"
+
+namespace tlk {
+namespace {
+
+// A console takes no more at a time on older systems.
+constexpr std::size_t kMostAtOnce = 16384;
+
+[[noreturn]] void EndWithoutOutput(int error) {
+  std::fprintf(stderr, "tlk: cannot write standard output: %s\n", std::strerror(error));
+  std::exit(OwnOutput::kStatusOutputLost);
+}
+
+}  // namespace
+
+OwnOutput& OwnOutput::Get() {
+  static OwnOutput output;
+  return output;
+}
+
+// The control's own lines leave through the descriptor that it shares with the program, for both use
+// the C runtime of the system. Binary, so that a line ends as it does elsewhere.
+OwnOutput::OwnOutput() : m_descriptor(_dup(STDOUT_FILENO)) {
+  _setmode(m_descriptor, _O_BINARY);
+  _setmode(STDERR_FILENO, _O_BINARY);
+  SendStandardOutputToStandardError();
+}
+
+void OwnOutput::Line(std::string_view line) { Text(std::string(line) + '\n'); }
+
+void OwnOutput::Text(std::string_view text) {
+  while (!text.empty()) {
+    const auto most = static_cast<unsigned>(std::min(text.size(), kMostAtOnce));
+    const int written = _write(m_descriptor, text.data(), most);
+    if (written <= 0) EndWithoutOutput(errno);
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+bool OwnOutput::IsTerminal() const {
+  DWORD mode = 0;
+  return GetConsoleMode(reinterpret_cast<HANDLE>(_get_osfhandle(m_descriptor)), &mode) != 0;
+}
+
+}  // namespace tlk
