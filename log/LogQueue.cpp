@@ -4,8 +4,8 @@
 
 namespace tlk {
 
-LogQueue& LogQueue::OfProcess() {
-  static auto& queue = *new LogQueue;
+std::shared_ptr<LogQueue> LogQueue::OfProcess() {
+  static const auto queue = std::make_shared<LogQueue>();
   return queue;
 }
 

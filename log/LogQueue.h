@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -14,8 +15,8 @@ namespace tlk {
 /// removal.
 class LogQueue {
  public:
-  /// The queue of the process. It is never destroyed: a writer may outlive every static object.
-  [[nodiscard]] static LogQueue& OfProcess();
+  /// The queue of the process. Who may outlive the static objects, as a writer may, keeps a share.
+  [[nodiscard]] static std::shared_ptr<LogQueue> OfProcess();
 
   void PushBack(std::string line);
   void PushFront(std::string line);

@@ -68,8 +68,9 @@ void LogWriter::Queue(std::string line) {
     std::uint32_t status = 0;
     const QNManageMutex guard(m_lock.get(), status, nullptr, m_platform);
     m_queuedBytes += Length(line);
-    m_queue.PushBack(std::move(line));
+    m_queue->PushBack(std::move(line));
   }
+  if (!m_hasFailed) EnsureStarted();  // Once more: the writer may have ended on request meanwhile.
   m_work->Set();  // Outside the lock: the writer, if it sleeps, wakes to take it.
 }
 
@@ -81,11 +82,12 @@ void LogWriter::EnsureStarted() {
   const auto thread =
       m_platform.synchronisation.NewThread([self = shared_from_this()] { self->Run(); });
   if (thread == nullptr) return;
+  m_hasFailed = false;
   m_isStarted = true;
   thread->Resume();
 }
 
-std::uint32_t LogWriter::Flush() {
+std::uint32_t LogWriter::Flush(std::uint32_t milliseconds) {
   if (!m_isUsable) return static_cast<std::uint32_t>(WaitResult::kFailed);
   if (!m_isStarted) return 0;
   {
@@ -95,30 +97,42 @@ std::uint32_t LogWriter::Flush() {
   ++m_flushes;
   m_drained->Reset();
   m_work->Set();
-  const WaitResult result = m_isStarted ? m_drained->Wait(kNoLimit) : WaitResult::kFailed;
+  // A writer that ended on request has written everything.
+  const WaitResult result = m_isStarted ? m_drained->Wait(milliseconds) : WaitResult::kSignalled;
   // The event lets one waiter go; with others waiting, the writer is asked for another pass.
   if (--m_flushes > 0) (m_isStarted ? m_work : m_drained)->Set();
-  return static_cast<std::uint32_t>(m_isStarted ? result : WaitResult::kFailed);
+  return static_cast<std::uint32_t>(m_hasFailed ? WaitResult::kFailed : result);
 }
 
-void LogWriter::Stop() {
-  if (m_stop != nullptr) m_stop->Set();
+bool LogWriter::Stop() {
+  const bool isHeard = m_isStarted;
+  if (isHeard) m_stop->Set();
+  return isHeard;
 }
 
 void LogWriter::Run() {
   Call(settings.StartHook());
-  for (bool isStopped = false; !isStopped;) {
+  for (;;) {
     const WaitResult result = m_platform.synchronisation.WaitEither(*m_work, *m_stop, kNoLimit);
-    if (result != WaitResult::kSignalled && result != WaitResult::kSecondSignalled)
-      return EndByFailure();
+    if (result == WaitResult::kSecondSignalled) break;
+    if (result != WaitResult::kSignalled) return EndByFailure();
     Drain();
-    isStopped = result == WaitResult::kSecondSignalled;
   }
+  EndOnRequest();
   Call(settings.EndHook());
+}
+
+// Whoever queued a line and still found the writer running has it written by this pass; whoever did
+// not starts another writer, after the pass.
+void LogWriter::EndOnRequest() {
+  const std::lock_guard guard(m_startGuard);
+  m_isStarted = false;
+  Drain();
 }
 
 // The next line starts a new writer, and whoever waits for this one is let go.
 void LogWriter::EndByFailure() {
+  m_hasFailed = true;
   m_isStarted = false;
   m_drained->Set();
 }
@@ -149,8 +163,8 @@ bool LogWriter::TakeLine(bool& isOverflowMarked, std::string& line, PassEnd& end
     end = PassEnd::kNotLocked;
     return false;
   }
-  if (!m_queue.IsEmpty()) MarkThrottle(isOverflowMarked);
-  std::optional<std::string> front = m_queue.TakeFront();
+  if (!m_queue->IsEmpty()) MarkThrottle(isOverflowMarked);
+  std::optional<std::string> front = m_queue->TakeFront();
   if (!front.has_value()) {
     m_drained->Set();
     end = PassEnd::kDrained;
@@ -167,10 +181,10 @@ void LogWriter::MarkThrottle(bool& isOverflowMarked) {
     m_room->Reset();
     m_isThrottled = true;
     isOverflowMarked = true;
-    m_queue.PushFront(kOverflowLine);
+    m_queue->PushFront(kOverflowLine);
   }
   if (isOverflowMarked && IsBelowHalf()) {
-    m_queue.PushFront(kClearedLine);
+    m_queue->PushFront(kClearedLine);
     isOverflowMarked = false;
     OpenThrottle();
   }

@@ -32,11 +32,12 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   /// over its limit. A thread that cannot be started now is tried again with the next line.
   void Queue(std::string line);
 
-  /// Waits until a pass has found the queue empty.
-  [[nodiscard]] std::uint32_t Flush();
+  /// Waits until a pass has found the queue empty, or the limit has passed.
+  [[nodiscard]] std::uint32_t Flush(std::uint32_t milliseconds);
 
-  /// Tells the thread to write what is queued and to end.
-  void Stop();
+  /// Tells the thread to write what is queued and to end; tells whether there is one to hear it.
+  /// The next line starts another.
+  bool Stop();
 
   /// The lock; null when the system refused it.
   [[nodiscard]] SystemMutex* Lock() const { return m_lock.get(); }
@@ -48,6 +49,7 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   void EnsureStarted();
   void Run();
   void EndByFailure();
+  void EndOnRequest();
   void Drain();
   PassEnd RunPass();
   bool TakeLine(bool& isOverflowMarked, std::string& line, PassEnd& end);
@@ -60,7 +62,7 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   void Echo(std::string_view line) const;
 
   const Platform m_platform;
-  LogQueue& m_queue;
+  const std::shared_ptr<LogQueue> m_queue;
 
   std::unique_ptr<SystemMutex> m_lock;
   std::unique_ptr<SystemEvent> m_work;     // Auto-reset: something is queued, or a flush waits.
@@ -75,6 +77,7 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
 
   std::mutex m_startGuard;
   std::atomic<bool> m_isStarted{false};
+  std::atomic<bool> m_hasFailed{false};
   std::atomic<int> m_flushes{0};
 
   // Of the writer thread alone.

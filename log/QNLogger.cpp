@@ -16,7 +16,7 @@ constexpr std::uint32_t kGraceMilliseconds = 1000;
 
 // The line list of the process. Nothing adds to it.
 const LineList& ProcessLineList() {
-  static const auto& lines = *new LineList;
+  static const LineList lines;
   return lines;
 }
 
@@ -29,8 +29,7 @@ QNLogger::QNLogger(std::string_view fileName, const std::int32_t& threshold,
       m_writer(std::make_shared<LogWriter>(fileName, platform)) {}
 
 QNLogger::~QNLogger() {
-  m_writer->Stop();
-  m_platform.surroundings.Sleep(kGraceMilliseconds);
+  if (m_writer->Stop()) m_platform.surroundings.Sleep(kGraceMilliseconds);
 }
 
 bool QNLogger::SetThreadStartHook(Hook hook, void* context) {
@@ -131,7 +130,12 @@ void QNLogger::QueueStamped(std::initializer_list<std::string_view> record) {
                               m_platform.synchronisation.CurrentThreadId(), record));
 }
 
-std::uint32_t QNLogger::Flush() { return m_writer->Flush(); }
+std::uint32_t QNLogger::Flush() { return m_writer->Flush(kNoLimit); }
+
+void QNLogger::Rest() {
+  (void)m_writer->Flush(kGraceMilliseconds);
+  m_writer->Stop();
+}
 
 void QNLogger::CopyLineList(LineList& lines) {
   const LogLock lock(m_writer->Lock());

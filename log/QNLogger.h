@@ -51,8 +51,12 @@ class QNLogger final : public iLogger {
   QNLogger(std::string_view fileName, const std::int32_t& threshold,
            const Platform& platform = SystemPlatform());
 
-  /// Tells the writer to stop, and gives it one second to write what is queued.
+  /// Tells the writer, if one runs, to stop, and gives it one second to write what is queued.
   ~QNLogger() override;
+
+  /// Waits up to a second for what is queued to be written and tells the writer to end, for a time
+  /// in which nothing is logged. The next line starts another writer.
+  void Rest();
 
   /// Says what to call when the writer thread starts, and when it ends. Returns true.
   bool SetThreadStartHook(Hook hook, void* context);

@@ -85,6 +85,20 @@ TEST_F(Life, AFailingLockLosesNoLine) {
   EXPECT_THAT(Written(), ElementsAre("a", "b"));
 }
 
+TEST_F(Life, AWriterRestsAndTheNextLineStartsAnother) {
+  for (int round = 0; round < 200; ++round) {
+    std::thread other([this] { m_log->Write("b"); });
+    m_log->Write("a");
+    m_log->Rest();
+    other.join();
+    m_log->Rest();
+    m_sync.WaitForThreads();
+  }
+  EXPECT_EQ(Records().size(), 400);
+  EndLog();
+  EXPECT_THAT(m_surroundings.Sleeps(), IsEmpty());  // No writer, so nobody to wait for.
+}
+
 TEST_F(Life, AWriterThatIsStillBusyWritesTheRestWithoutTheLog) {
   StopWriter();
   m_log->Write("a");

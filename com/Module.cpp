@@ -1,0 +1,54 @@
+#include "com/Module.h"
+
+#include <winsock2.h>
+
+#include <string>
+
+#include "platform/Platform.h"
+
+namespace tlk {
+namespace {
+
+constexpr WORD kSocketsVersion = MAKEWORD(1, 1);
+constexpr const char* kLogName = "TLK_Client.log";
+constexpr std::int32_t kLogThreshold = 4;
+
+}  // namespace
+
+// At namespace scope, so that the log lives exactly as long as the module is loaded.
+static Module theModule;
+
+Module& Module::Get() { return theModule; }
+
+Module::Module()
+    : m_dom(SystemPlatform().text),
+      m_gate(SystemPlatform().text),
+      m_traceLog(kLogName, kLogThreshold) {}
+
+bool Module::Start(HINSTANCE instance) {
+  m_instance = instance;
+  WSADATA ignored{};
+  return WSAStartup(kSocketsVersion, &ignored) == 0;
+}
+
+void Module::End() { WSACleanup(); }
+
+std::wstring Module::Path() const {
+  std::wstring path(MAX_PATH, L'\0');
+  for (;;) {
+    const DWORD room = static_cast<DWORD>(path.size());
+    const DWORD length = GetModuleFileNameW(m_instance, path.data(), room);
+    path.resize(length < room ? length : room * 2);
+    if (length < room) return path;
+  }
+}
+
+void Module::Hold() { ++m_holds; }
+
+void Module::LetGo() {
+  // Before the count falls: from then on the module may be unmapped.
+  if (m_holds == 1) m_traceLog.Rest();
+  --m_holds;
+}
+
+}  // namespace tlk
