@@ -1,0 +1,57 @@
+#include <windows.h>
+
+#include <TlkC2.h>
+
+#include "com/ClassFactory.h"
+#include "com/Module.h"
+#include "com/Registration.h"
+#include "com/RuntimeState.h"
+
+namespace tlk {
+namespace {
+
+bool Attach(HINSTANCE instance) { return Module::Get().Start(instance); }
+
+void Detach() {
+  Module::Get().End();
+  FreeRuntimeState();
+}
+
+}  // namespace
+}  // namespace tlk
+
+extern "C" {
+
+BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds) {
+  if (reason == DLL_PROCESS_ATTACH) return tlk::Attach(instance) ? TRUE : FALSE;
+  if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) tlk::Detach();
+  return TRUE;
+}
+
+HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID classId, REFIID iid, LPVOID* object) {
+  if (object == nullptr) return E_POINTER;
+  *object = nullptr;
+  if (classId != CLSID_Tlkc) return CLASS_E_CLASSNOTAVAILABLE;
+  return tlk::CreateClassFactory(iid, object);
+}
+
+HRESULT STDAPICALLTYPE DllCanUnloadNow() { return tlk::Module::Get().IsHeld() ? S_FALSE : S_OK; }
+
+HRESULT STDAPICALLTYPE DllRegisterServer() {
+  return tlk::Register(tlk::RegistrationScope::Machine);
+}
+
+HRESULT STDAPICALLTYPE DllUnregisterServer() {
+  return tlk::Unregister(tlk::RegistrationScope::Machine);
+}
+
+/// Registers, or unregisters, for everyone, or for the current user alone when `argument` is
+/// "user".
+HRESULT STDAPICALLTYPE DllInstall(BOOL install, LPCWSTR argument) {
+  const bool forUser = argument != nullptr && _wcsicmp(argument, L"user") == 0;
+  if (!forUser && argument != nullptr && *argument != L'\0') return E_INVALIDARG;
+  const auto scope = forUser ? tlk::RegistrationScope::User : tlk::RegistrationScope::Machine;
+  return install != FALSE ? tlk::Register(scope) : tlk::Unregister(scope);
+}
+
+}  // extern "C"
