@@ -19,7 +19,7 @@ class WindowsSockets;
 ///
 /// Everything happens on the window's thread. A handler of the target may destroy the window, this
 /// object and its sockets.
-class WindowsControlWindow final : public ControlWindow {
+class WindowsControlWindow : public ControlWindow {
  public:
   /// `sockets` are those whose notifications come to this window; they outlive it.
   explicit WindowsControlWindow(WindowsSockets& sockets);

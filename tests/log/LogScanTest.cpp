@@ -1,6 +1,6 @@
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
 
 #include "tests/log/LogFixture.h"
@@ -13,7 +13,7 @@ using testing::ElementsAre;
 class LogScan : public LogFixture {
  protected:
   LogScan() {
-    EXPECT_NE(mkdtemp(m_folder.data()), nullptr);
+    EXPECT_TRUE(std::filesystem::create_directory(m_folder));
     m_log->SetDirectory(m_folder);
   }
   ~LogScan() override { std::filesystem::remove_all(m_folder); }
@@ -22,7 +22,8 @@ class LogScan : public LogFixture {
     std::ofstream(m_folder + "/" + name, std::ios::binary) << content;
   }
 
-  std::string m_folder = testing::TempDir() + "tlkc2-XXXXXX";
+  const std::string m_folder =
+      testing::TempDir() + "tlkc2-scan-" + std::to_string(std::random_device()());
   LineList m_lines;
 };
 

@@ -28,11 +28,12 @@ TEST(SurroundingsContract, CopiesTheTemporaryFolderOnlyWhenItFitsWithItsEnd) {
   EXPECT_EQ(tooSmall, std::vector<char>(length, 'x'));
 }
 
+// The clock may step by as much as 16 milliseconds.
 TEST(SurroundingsContract, TheTickClockCountsTheMillisecondsOfASleep) {
   const std::uint64_t start = System().TickCount();
-  System().Sleep(30);
+  System().Sleep(60);
   const std::uint64_t slept = System().TickCount() - start;
-  EXPECT_GE(slept, 29U);
+  EXPECT_GE(slept, 43U);
   EXPECT_LT(slept, 30'000U);
 }
 

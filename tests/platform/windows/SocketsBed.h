@@ -1,0 +1,84 @@
+#pragma once
+
+#include <winsock2.h>
+
+#include <windows.h>
+
+#include <cstdlib>
+
+#include "platform/windows/WindowsControlWindow.h"
+#include "platform/windows/WindowsSockets.h"
+#include "tests/platform/windows/LoopbackPeer.h"
+
+namespace tlk {
+
+/// Winsock, for as long as the program runs.
+inline const int winsockStarted = [] {
+  WSADATA data;
+  if (::WSAStartup(MAKEWORD(2, 2), &data) != 0) std::abort();
+  return 0;
+}();
+
+/// This thread's messages, and sockets whose notifications are among them.
+class MessageLoop {
+ public:
+  [[nodiscard]] WindowsSockets& GetSockets() { return m_sockets; }
+
+  /// Waits for messages and dispatches those that are there; false when none have come.
+  bool DispatchOnce(DWORD milliseconds) {
+    ::MsgWaitForMultipleObjectsEx(0, nullptr, milliseconds, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+    bool dispatched = false;
+    for (MSG message; ::PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE); dispatched = true)
+      ::DispatchMessageA(&message);
+    return dispatched;
+  }
+
+ private:
+  WindowsSockets m_sockets;
+};
+
+/// A control's window on a window of its own, which can be replaced.
+class MessageWindow final : public WindowsControlWindow {
+ public:
+  explicit MessageWindow(MessageLoop& loop) : WindowsControlWindow(loop.GetSockets()) { Appear(); }
+  ~MessageWindow() override { Vanish(); }
+  MessageWindow(const MessageWindow&) = delete;
+  MessageWindow& operator=(const MessageWindow&) = delete;
+
+  void Appear() {
+    HWND const window =
+        ::CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    ::SetWindowLongPtrA(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    ::SetWindowLongPtrA(window, GWLP_WNDPROC,
+                        reinterpret_cast<LONG_PTR>(&MessageWindow::Procedure));
+    Attach(window);
+  }
+
+  void Vanish() {
+    HWND const window = Handle();
+    if (window == nullptr) return;
+    Detach();
+    ::DestroyWindow(window);
+  }
+
+ private:
+  static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    auto* const self = reinterpret_cast<MessageWindow*>(::GetWindowLongPtrA(window, GWLP_USERDATA));
+    LRESULT result = 0;
+    return self->Handle() == window && self->Dispatch(message, wParam, lParam, result)
+               ? result
+               : ::DefWindowProcA(window, message, wParam, lParam);
+  }
+};
+
+/// A window that does not exist.
+class AbsentWindow {
+ public:
+  operator ControlWindow&() { return m_window; }
+
+ private:
+  WindowsSockets m_sockets;
+  WindowsControlWindow m_window{m_sockets};
+};
+
+}  // namespace tlk
