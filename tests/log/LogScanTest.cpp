@@ -22,8 +22,9 @@ class LogScan : public LogFixture {
     std::ofstream(m_folder + "/" + name, std::ios::binary) << content;
   }
 
-  const std::string m_folder =
-      testing::TempDir() + "tlkc2-scan-" + std::to_string(std::random_device()());
+  const std::string m_folder = (std::filesystem::temp_directory_path() /
+                                ("tlkc2-scan-" + std::to_string(std::random_device()())))
+                                   .string();
   LineList m_lines;
 };
 
