@@ -51,7 +51,7 @@ class DomDocument {
   /// the result does not: text that is not well-formed gives plain success and false, and leaves
   /// the document empty. The text is read as characters of the code page, whatever its XML
   /// declaration says, and the declaration is not kept. Comments, processing instructions and CDATA
-  /// sections are; white space alone between elements need not be.
+  /// sections are; white space alone between two tags need not be.
   [[nodiscard]] virtual DomResult LoadXml(std::string_view text, bool& loaded) = 0;
   /// Why the last text could not be parsed.
   [[nodiscard]] virtual DomResult ParseErrorReason(std::string& reason) = 0;
@@ -80,11 +80,11 @@ class DomDocument {
   [[nodiscard]] virtual DomResult SelectNode(DomNode context, std::string_view path,
                                              DomNode& node) = 0;
 
-  /// The text of a node and everything under it.
+  /// The text of a node and everything under it; white space around it may be left out.
   [[nodiscard]] virtual DomResult Text(DomNode node, std::string& text) = 0;
 
   /// The serialised node, or the serialised document when `node` is null. No XML declaration is
-  /// added. A character that the code page lacks becomes "?".
+  /// added; line breaks and tabs may be, between two tags and behind the last. A character that the code page lacks becomes "?".
   [[nodiscard]] virtual DomResult Xml(DomNode node, std::string& xml) = 0;
 };
 

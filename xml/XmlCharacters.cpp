@@ -1,5 +1,6 @@
 #include "xml/XmlCharacters.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -113,6 +114,13 @@ TraitTable MakeTraitTable() {
 const std::uint8_t* XmlTraitsOfUtf16() {
   static const TraitTable table = MakeTraitTable();
   return table.data();
+}
+
+bool IsXmlName(std::u16string_view name) {
+  const std::uint8_t* const traits = XmlTraitsOfUtf16();
+  const auto continues = [traits](char16_t unit) { return (traits[unit] & kXmlName) != 0; };
+  return !name.empty() && (traits[name.front()] & kXmlNameStart) != 0 &&
+         std::all_of(name.begin(), name.end(), continues);
 }
 
 }  // namespace tlk

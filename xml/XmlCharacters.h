@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 namespace tlk {
 
@@ -25,6 +26,9 @@ enum XmlTrait : std::uint8_t {
   if (c < 0x20) return c == '\t' || c == '\n' || c == '\r';
   return c < 0xD800 || (c >= 0xE000 && c <= 0x10FFFF && c != 0xFFFE && c != 0xFFFF);
 }
+
+/// Whether an element or attribute may have this name, which has no prefix.
+[[nodiscard]] bool IsXmlName(std::u16string_view name);
 
 [[nodiscard]] constexpr bool IsHighSurrogate(char32_t unit) { return (unit & ~0x3FFU) == 0xD800; }
 [[nodiscard]] constexpr bool IsLowSurrogate(char32_t unit) { return (unit & ~0x3FFU) == 0xDC00; }

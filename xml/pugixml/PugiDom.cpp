@@ -1,12 +1,11 @@
 #include "xml/pugixml/PugiDom.h"
 
 #include <cstddef>
-#include <exception>
-#include <new>
 #include <pugixml.hpp>
 #include <string>
 #include <utility>
 
+#include "xml/Contained.h"
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"
 #include "xml/pugixml/PugiStore.h"
@@ -20,18 +19,6 @@ namespace {
 constexpr unsigned int kParseOptions = pugi::parse_cdata | pugi::parse_comments |
                                        pugi::parse_escapes | pugi::parse_pi |
                                        pugi::parse_wconv_attribute | pugi::parse_ws_pcdata_single;
-
-// Runs an operation so that nothing leaves it but its result.
-template <typename Operation>
-DomResult Contained(Operation operation) noexcept {
-  try {
-    return operation();
-  } catch (const std::bad_alloc&) {
-    return kDomOutOfMemory;
-  } catch (const std::exception&) {
-    return kDomFailed;
-  }
-}
 
 class PugiDocument : public DomDocument {
  public:

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "xml/pugixml/PathNames.h"
+#include "xml/PathNames.h"
 #include "xml/pugixml/PugiNamespaces.h"
 
 namespace tlk {

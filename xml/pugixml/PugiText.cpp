@@ -66,10 +66,7 @@ bool PugiText::IsName(std::string_view utf8) {
     return BeginsName(utf8.front()) && std::all_of(utf8.begin(), utf8.end(), ContinuesName);
 
   Utf8ToUtf16(utf8, m_wide);
-  const std::uint8_t* const traits = XmlTraitsOfUtf16();
-  const auto continues = [traits](char16_t unit) { return (traits[unit] & kXmlName) != 0; };
-  return (traits[m_wide.front()] & kXmlNameStart) != 0 &&
-         std::all_of(m_wide.begin(), m_wide.end(), continues);
+  return IsXmlName(m_wide);
 }
 
 void PugiText::Trim(std::size_t bytes) {

@@ -10,9 +10,12 @@ namespace tlk {
 inline constexpr std::size_t kMaxPathLength = 4096;
 
 /// Rewrites an XPath expression so that each element name in it selects only elements in no
-/// namespace: pugixml compares names as they are written and knows of no namespaces. False when the
-/// expression names a prefix, which is bound to nothing, or is too long. Whether it is well-formed
-/// otherwise is left to the compiler.
+/// namespace, for a DOM that compares names as they are written and knows of no namespaces. False
+/// when the expression names a prefix, which is bound to nothing, or is too long. Whether it is
+/// well-formed otherwise is left to the compiler.
 [[nodiscard]] bool BindPathNames(std::string_view path, std::string& bound);
+
+/// Whether an expression names no prefix and is not too long.
+[[nodiscard]] bool NamesNoPrefix(std::string_view path);
 
 }  // namespace tlk

@@ -1,4 +1,4 @@
-#include "xml/pugixml/PathNames.h"
+#include "xml/PathNames.h"
 
 namespace tlk {
 namespace {
@@ -118,6 +118,11 @@ class PathReader {
 bool BindPathNames(std::string_view path, std::string& bound) {
   bound.clear();
   return path.size() <= kMaxPathLength && PathReader(path, bound).Bind();
+}
+
+bool NamesNoPrefix(std::string_view path) {
+  std::string bound;
+  return BindPathNames(path, bound);
 }
 
 }  // namespace tlk

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace tlk {
+
+/// Serialised XML, as a DOM has written it: it is well-formed, and what stands in it can be found
+/// without reading it all.
+
+/// An attribute as it is written: its name, and where its value begins and ends.
+struct WrittenAttribute {
+  std::u16string_view name;
+  std::size_t value;
+  std::size_t end;
+};
+
+/// Where the name of the tag ends that the "<" at `at` opens.
+[[nodiscard]] std::size_t BehindTagName(std::u16string_view xml, std::size_t at);
+
+/// Reads the attribute at or behind `at`, which stands in a tag, and steps behind it. False at the
+/// end of the tag, to which it steps.
+[[nodiscard]] bool ReadWrittenAttribute(std::u16string_view xml, std::size_t& at,
+                                        WrittenAttribute& attribute);
+
+/// Writes line breaks and tabs in attributes as character references, where that was left undone: a
+/// reader takes them for blanks otherwise. `at` stands outside all tags or, for an attribute alone,
+/// at its name.
+void EscapeBreaksInAttributes(std::u16string& xml, bool isAttribute);
+
+/// The same for a value that is to be written, of which markup is escaped as well.
+[[nodiscard]] std::u16string EscapedValue(std::u16string_view value);
+
+}  // namespace tlk
