@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "SystemDom.h"
 #include "control/Tlkc.h"
 #include "tests/scripted/RecordingLogger.h"
 #include "tests/scripted/ScriptedFiles.h"
@@ -18,7 +19,6 @@
 #include "tests/scripted/ScriptedSurroundings.h"
 #include "tests/scripted/ScriptedWindow.h"
 #include "xml/Gate.h"
-#include "xml/pugixml/PugiDom.h"
 
 namespace tlk::test {
 
@@ -144,7 +144,8 @@ class ControlFixture : public testing::Test {
   RecordingLogger log;
   Platform platform{SystemPlatform().text, strings, SystemPlatform().synchronisation, surroundings,
                     files};
-  PugiDomFactory dom{SystemPlatform().text};
+  DomThread domThread;
+  SystemDomFactory dom{SystemPlatform().text};
   XmlGate gate{SystemPlatform().text};
   ControlPorts ports{sockets, window, platform, dom, gate, log};
   HostEvents events{timeline};

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "SystemDom.h"
 #include "platform/Platform.h"
 #include "tests/scripted/RecordingLogger.h"
 #include "tests/scripted/ScriptedDom.h"
@@ -12,7 +13,6 @@
 #include "xml/Gate.h"
 #include "xml/TLK_XMLBuilder.h"
 #include "xml/TLK_XMLParser.h"
-#include "xml/pugixml/PugiDom.h"
 
 namespace tlk {
 
@@ -34,14 +34,19 @@ class CodecTest : public testing::Test {
     return builder;
   }
 
-  static std::string XmlOf(TLK_XMLBuilder& builder) {
+  /// What would be sent.
+  static std::string WireOf(TLK_XMLBuilder& builder) {
     std::string xml;
     EXPECT_EQ(builder.GetXml(xml), 0);
     return xml;
   }
 
+  /// The same on every DOM.
+  static std::string XmlOf(TLK_XMLBuilder& builder) { return WithoutIndentation(WireOf(builder)); }
+
+  DomThread m_domThread;
   const AnsiText& m_text = SystemPlatform().text;
-  PugiDomFactory m_real{m_text};
+  SystemDomFactory m_real{m_text};
   ScriptedDomFactory m_dom{m_real};
   DomScript& m_script = m_dom.script;
   RecordingLogger m_log;

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "xml/pugixml/PugiDom.h"
+
+namespace tlk {
+
+/// The DOM of the build.
+using SystemDomFactory = PugiDomFactory;
+
+/// What a thread has while it uses the DOM: nothing here.
+struct DomThread {
+  DomThread() {}
+};
+
+/// How the DOM writes what can be written in more than one way.
+inline constexpr const char* kWrittenGreater = ">";
+inline constexpr const char* kWrittenTab = "&#09;";
+inline constexpr const char* kWrittenLineEnd = "\n";
+inline constexpr const char* kWrittenBlankElement = "<a> </a>";
+
+/// This DOM adds none.
+inline std::string WithoutIndentation(const std::string& text) { return text; }
+
+}  // namespace tlk
