@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <sstream>
@@ -45,6 +46,22 @@ inline std::string Frame(const std::string& type, const std::string& data, int t
                data);
 }
 
+/// A text whose messages are written the same by every DOM.
+inline std::string Bare(const std::string& text) {
+  static const std::string kEnd = "</TLK_Message>";
+  static const std::string kAddedEnd = kEnd + "\r\n";
+  std::string bare;
+  std::size_t from = 0;
+  for (std::size_t end; (end = text.find(kEnd, from)) != std::string::npos;) {
+    const bool added = text.compare(end, kAddedEnd.size(), kAddedEnd) == 0;
+    end += added ? kAddedEnd.size() : kEnd.size();
+    const std::size_t start = std::min(text.find("<TLK_Message ", from), end);
+    bare += text.substr(from, start - from) + WithoutIndentation(text.substr(start, end - start));
+    from = end;
+  }
+  return bare + text.substr(from);
+}
+
 /// What failures leave, one after the other: "RECORD>LINE|RECORD>LINE" stands for the record of
 /// each, then the end of the connection on that line.
 inline Timeline Failures(const std::string& text) {
@@ -72,8 +89,8 @@ class HostEvents final : public ITlkcEvents {
   }
 
   void TlkMsgRecieved(std::u16string_view messageType, std::u16string_view message) override {
-    m_timeline.push_back("event message [" + ToNarrow(messageType) + "] [" + ToNarrow(message) +
-                         "]");
+    m_timeline.push_back("event message [" + ToNarrow(messageType) + "] [" +
+                         WithoutIndentation(ToNarrow(message)) + "]");
     if (onMessage) {
       onMessage();
     }
@@ -110,7 +127,7 @@ class ControlFixture : public testing::Test {
         EXPECT_EQ(record.message, 101U);
         EXPECT_EQ(record.module, strings.TheModule());
         timeline.push_back(std::string(1, record.severity) + std::to_string(record.level) + " " +
-                           std::to_string(record.line) + " " + record.text);
+                           std::to_string(record.line) + " " + Bare(record.text));
       }
     };
     control = std::make_unique<OpenControl>(ports, events);
