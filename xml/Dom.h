@@ -84,7 +84,8 @@ class DomDocument {
   [[nodiscard]] virtual DomResult Text(DomNode node, std::string& text) = 0;
 
   /// The serialised node, or the serialised document when `node` is null. No XML declaration is
-  /// added; line breaks and tabs may be, between two tags and behind the last. A character that the code page lacks becomes "?".
+  /// added; line breaks and tabs may be, between two tags and behind the last. A character that the
+  /// code page lacks becomes "?".
   [[nodiscard]] virtual DomResult Xml(DomNode node, std::string& xml) = 0;
 };
 
