@@ -31,8 +31,8 @@ OwnOutput& OwnOutput::Get() {
   return output;
 }
 
-// The control's own lines leave through the descriptor that it shares with the program, for both use
-// the C runtime of the system. Binary, so that a line ends as it does elsewhere.
+// The control's own lines leave through the descriptor that it shares with the program, for both
+// use the C runtime of the system. Binary, so that a line ends as it does elsewhere.
 OwnOutput::OwnOutput() : m_descriptor(_dup(STDOUT_FILENO)) {
   _setmode(m_descriptor, _O_BINARY);
   _setmode(STDERR_FILENO, _O_BINARY);
