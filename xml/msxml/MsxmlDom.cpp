@@ -255,6 +255,8 @@ DomResult MsxmlDocument::Bring(DomNode child, Node& brought) {
   VARIANT_BOOL parsed = VARIANT_FALSE;
   if (Serialise(NodeOf(child)) != S_OK) return kDomFailed;
   copy->put_async(VARIANT_FALSE);
+  copy->put_validateOnParse(VARIANT_FALSE);
+  copy->put_resolveExternals(VARIANT_FALSE);
   if (copy->loadXML(Bstr(m_wide).Get(), &parsed) != S_OK) return kDomFailed;
   Element root;
   result = Result(copy->get_documentElement(root.Put()));
