@@ -15,10 +15,11 @@ constexpr std::int32_t kLogThreshold = 4;
 
 }  // namespace
 
-// At namespace scope, so that the log lives exactly as long as the module is loaded.
-static Module theModule;
+// Made and ended with the module itself, not on first use: the log is there for as long as the
+// module is loaded.
+Module Module::s_module;
 
-Module& Module::Get() { return theModule; }
+Module& Module::Get() { return s_module; }
 
 Module::Module()
     : m_dom(SystemPlatform().text),

@@ -44,6 +44,8 @@ class Module {
  private:
   Module();
 
+  static Module s_module;
+
   HINSTANCE m_instance = nullptr;
   std::atomic<long> m_holds{0};
   MsxmlDomFactory m_dom;

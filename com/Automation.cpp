@@ -1,0 +1,122 @@
+#include "com/Automation.h"
+
+#include <limits>
+
+#include "com/Boundary.h"
+#include "com/OutArguments.h"
+#include "com/TypeInformation.h"
+#include "platform/windows/Bstr.h"
+
+namespace tlk {
+namespace {
+
+constexpr DISPID kSendReceiveTlkMsg = 5;
+
+// No text of the code page reads so: one that still does was not written.
+constexpr std::u16string_view kUnwritten = u"\uFFFE";
+
+std::u16string_view View(BSTR text) { return ToUtf16({text, SysStringLen(text)}); }
+
+}  // namespace
+
+STDMETHODIMP Automation::GetTypeInfoCount(UINT* count) {
+  if (count == nullptr) return E_POINTER;
+  *count = 1;
+  return S_OK;
+}
+
+STDMETHODIMP Automation::GetTypeInfo(UINT index, LCID, ITypeInfo** info) {
+  if (info == nullptr) return E_POINTER;
+  *info = nullptr;
+  if (index != 0) return DISP_E_BADINDEX;
+  ITypeInfo* own = nullptr;
+  const HRESULT result = TypeInfo(own);
+  if (SUCCEEDED(result)) *info = ComPtr<ITypeInfo>(own).Detach();
+  return result;
+}
+
+STDMETHODIMP Automation::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID,
+                                       DISPID* ids) {
+  if (reserved != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
+  if (names == nullptr || ids == nullptr || count == 0) return E_INVALIDARG;
+  ITypeInfo* own = nullptr;
+  const HRESULT result = TypeInfo(own);
+  return SUCCEEDED(result) ? own->GetIDsOfNames(names, count, ids) : result;
+}
+
+STDMETHODIMP Automation::Invoke(DISPID member, REFIID reserved, LCID, WORD flags,
+                                DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                                UINT* badArgument) {
+  if (reserved != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
+  if (parameters == nullptr) return E_INVALIDARG;
+  return AtComBoundary([&] {
+    ITypeInfo* own = nullptr;
+    const HRESULT loaded = TypeInfo(own);
+    if (FAILED(loaded)) return loaded;
+    const ComPtr<IUnknown> control(&Controller());
+    auto* const self = static_cast<ITlkc*>(this);
+    if (member != kSendReceiveTlkMsg) {
+      return own->Invoke(self, member, flags, parameters, result, exception, badArgument);
+    }
+    OutArguments arguments(*parameters);
+    const HRESULT called =
+        own->Invoke(self, member, flags, arguments.ForCall(), result, exception, badArgument);
+    arguments.HandOver();
+    return called;
+  });
+}
+
+HRESULT Automation::TypeInfo(ITypeInfo*& info) {
+  const HRESULT result = m_info ? S_OK : LoadTypeInfo(IID_ITlkc, m_info);
+  info = m_info.Get();
+  return result;
+}
+
+STDMETHODIMP Automation::Disconnect() {
+  const ComPtr<IUnknown> control(&Controller());
+  return m_control.Disconnect();
+}
+
+STDMETHODIMP Automation::Connect(BSTR server, int port, long* pVal) {
+  if (pVal == nullptr) return E_POINTER;
+  const ComPtr<IUnknown> control(&Controller());
+  constexpr std::int32_t kLeftAlone = std::numeric_limits<std::int32_t>::min();
+  std::int32_t value = kLeftAlone;
+  const HRESULT result = m_control.Connect(View(server), port, &value);
+  if (value != kLeftAlone) *pVal = value;
+  return result;
+}
+
+STDMETHODIMP Automation::get_ConnectionStatus(::TLK_ConnStatusEnum* pVal) {
+  if (pVal == nullptr) return E_POINTER;
+  TLK_ConnStatusEnum status = TLK_Not_Connected;
+  const HRESULT result = m_control.ConnectionStatus(&status);
+  *pVal = static_cast<::TLK_ConnStatusEnum>(status);
+  return result;
+}
+
+STDMETHODIMP Automation::SendTLKMsg(BSTR message, BSTR data) {
+  const ComPtr<IUnknown> control(&Controller());
+  return m_control.SendTLKMsg(View(message), View(data));
+}
+
+STDMETHODIMP Automation::SendReceiveTlkMsg(BSTR sndMsg, BSTR sndData, BSTR* recMsg, BSTR* recData,
+                                           long timeOutMS) {
+  if (recMsg == nullptr || recData == nullptr) return E_POINTER;
+  const ComPtr<IUnknown> control(&Controller());
+  return AtComBoundary([&] {
+    std::u16string type(kUnwritten);
+    std::u16string data(kUnwritten);
+    const HRESULT result =
+        m_control.SendReceiveTlkMsg(View(sndMsg), View(sndData), &type, &data, timeOutMS);
+    if (type != kUnwritten && data != kUnwritten) {
+      Bstr typeText(type);
+      Bstr dataText(data);
+      *recMsg = typeText.Detach();
+      *recData = dataText.Detach();
+    }
+    return result;
+  });
+}
+
+}  // namespace tlk

@@ -1,0 +1,50 @@
+#include "com/ConnectionPoints.h"
+
+#include <TlkC2.h>
+#include <olectl.h>
+
+#include "com/Boundary.h"
+#include "com/Enumerator.h"
+
+namespace tlk {
+namespace {
+
+struct OwnedPoint {
+  ComPtr<IConnectionPoint> point;
+
+  void CopyTo(IConnectionPoint*& item) const { item = ComPtr<IConnectionPoint>(point).Detach(); }
+};
+
+}  // namespace
+
+ConnectionPoints::ConnectionPoints(IUnknown& controller)
+    : Part(controller),
+      m_points{ConnectionPoint(controller, *this, DIID__ITlkcEvents),
+               ConnectionPoint(controller, *this, IID_IPropertyNotifySink)} {}
+
+STDMETHODIMP ConnectionPoints::EnumConnectionPoints(IEnumConnectionPoints** points) {
+  if (points == nullptr) return E_POINTER;
+  *points = nullptr;
+  return AtComBoundary([&] {
+    std::vector<OwnedPoint> all;
+    for (ConnectionPoint& point : m_points) {
+      all.push_back({ComPtr<IConnectionPoint>(&point)});
+    }
+    return Enumerator<IEnumConnectionPoints, IConnectionPoint*, OwnedPoint>::Make(std::move(all),
+                                                                                  points);
+  });
+}
+
+STDMETHODIMP ConnectionPoints::FindConnectionPoint(REFIID iid, IConnectionPoint** point) {
+  if (point == nullptr) return E_POINTER;
+  *point = nullptr;
+  for (ConnectionPoint& candidate : m_points) {
+    if (candidate.Outgoing() == iid) {
+      *point = ComPtr<IConnectionPoint>(&candidate).Detach();
+      return S_OK;
+    }
+  }
+  return CONNECT_E_NOCONNECTION;
+}
+
+}  // namespace tlk
