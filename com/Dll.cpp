@@ -3,6 +3,7 @@
 #include <TlkC2.h>
 
 #include "com/ClassFactory.h"
+#include "com/InPlaceWindow.h"
 #include "com/Module.h"
 #include "com/Registration.h"
 #include "com/RuntimeState.h"
@@ -13,6 +14,7 @@ namespace {
 bool Attach(HINSTANCE instance) { return Module::Get().Start(instance); }
 
 void Detach() {
+  InPlaceWindow::ForgetClass();
   Module::Get().End();
   FreeRuntimeState();
 }
