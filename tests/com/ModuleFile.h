@@ -16,29 +16,22 @@ inline std::wstring FileBesideTest(const std::wstring& name) {
   return path.substr(0, path.rfind(L'\\') + 1) + name;
 }
 
-inline std::wstring ModuleFile() { return FileBesideTest(L"TlkC2.dll"); }
-
 /// The single-threaded apartment in which a test runs.
-class Apartment {
- public:
+struct Apartment {
   Apartment() { OleInitialize(nullptr); }
   ~Apartment() { OleUninitialize(); }
-  Apartment(const Apartment&) = delete;
-  Apartment& operator=(const Apartment&) = delete;
 };
 
-/// The module, loaded as a host without registration does it.
-class LoadedModule {
- public:
-  LoadedModule() : m_module(LoadLibraryW(ModuleFile().c_str())) {}
-  ~LoadedModule() { FreeLibrary(m_module); }
-  LoadedModule(const LoadedModule&) = delete;
-  LoadedModule& operator=(const LoadedModule&) = delete;
+/// The module, loaded as it lies beside the test.
+struct LoadedModule {
+  LoadedModule() : module(LoadLibraryW(FileBesideTest(L"TlkC2.dll").c_str())) {}
+  ~LoadedModule() { FreeLibrary(module); }
 
+  /// Calls an entry point; E_NOTIMPL when there is none.
   template <typename... Arguments>
   HRESULT Call(const char* entry, Arguments... arguments) const {
     using Entry = HRESULT(STDAPICALLTYPE*)(Arguments...);
-    const auto address = reinterpret_cast<void (*)()>(GetProcAddress(m_module, entry));
+    const auto address = reinterpret_cast<void (*)()>(GetProcAddress(module, entry));
     return address == nullptr ? E_NOTIMPL : reinterpret_cast<Entry>(address)(arguments...);
   }
 
@@ -46,8 +39,7 @@ class LoadedModule {
     return Call<const CLSID&, const IID&, void**>("DllGetClassObject", classId, iid, object);
   }
 
- private:
-  HMODULE m_module;
+  const HMODULE module;
 };
 
 }  // namespace tlk

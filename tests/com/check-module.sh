@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# check-module.sh DLL BITS OBJDUMP: whether the file is the module that hosts of that bitness can load.
+set -euo pipefail
+dll=$1 bits=$2
+dump=$("$3" -p "$dll")
+faults=0
+fault() { echo "$dll: $*" >&2; faults=1; }
+
+exports=$(sed -nE '/^\[Ordinal\/Name Pointer\] Table/,/^$/s/^[[:space:]]*\[ *[0-9]+\].* //p' <<<"$dump" | sort | xargs)
+[ "$exports" = "DllCanUnloadNow DllGetClassObject DllInstall DllRegisterServer DllUnregisterServer" ] ||
+  fault "exports $exports"
+
+system=" advapi32 gdi32 kernel32 msvcrt ole32 oleaut32 user32 ws2_32 "
+while read -r import; do
+  [[ $system == *" ${import%.dll} "* ]] || fault "imports $import"
+done < <(sed -n 's/.*DLL Name: //p' <<<"$dump" | tr '[:upper:]' '[:lower:]')
+
+format=pei-i386 kind=1 traits=(DYNAMIC_BASE NX_COMPAT)
+[ "$bits" = 32 ] || { format=pei-x86-64 kind=3; traits+=(HIGH_ENTROPY_VA); }
+grep -q "file format $format$" <<<"$dump" || fault "is not $format"
+for trait in "${traits[@]}"; do
+  grep -q "^[[:space:]]*$trait$" <<<"$dump" || fault "lacks $trait"
+done
+grep -Eq '^Entry 5 [0-9a-f]*[1-9a-f][0-9a-f]* ' <<<"$dump" || fault "cannot be relocated"
+
+# Types and identifiers: the script, the library, the bitmap, the texts and the version.
+resources=$(sed -nE 's/^[0-9a-f]{3} {3}( {2})?Entry: (name.*\]:|ID:) ([^,]*),.*/\3/p' <<<"$dump" | xargs)
+[ "$resources" = "REGISTRY 0x000065 TYPELIB 0x000001 0x000002 0x000066 0x000006 0x000007 0x000010 0x000001" ] ||
+  fault "has the resources $resources"
+python3 - "$dll" "$kind" <<'PYTHON' || fault "has no type library for $bits bits"
+import sys
+data = open(sys.argv[1], "rb").read()
+library = data[data.index(b"MSFT"):]
+sys.exit(library[0x14] & 0xF != int(sys.argv[2]) or b"TLK Client connecting" not in library)
+PYTHON
+exit $faults
