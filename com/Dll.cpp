@@ -6,27 +6,21 @@
 #include "com/InPlaceWindow.h"
 #include "com/Module.h"
 #include "com/Registration.h"
-#include "com/RuntimeState.h"
-
-namespace tlk {
-namespace {
-
-bool Attach(HINSTANCE instance) { return Module::Get().Start(instance); }
-
-void Detach() {
-  InPlaceWindow::ForgetClass();
-  Module::Get().End();
-  FreeRuntimeState();
-}
-
-}  // namespace
-}  // namespace tlk
 
 extern "C" {
 
+// Thread notifications stay on: the runtime that is linked in lives by them.
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds) {
-  if (reason == DLL_PROCESS_ATTACH) return tlk::Attach(instance) ? TRUE : FALSE;
-  if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) tlk::Detach();
+  static constinit bool isStarted = false;
+  if (reason == DLL_PROCESS_ATTACH) {
+    isStarted = tlk::Module::Get().Start(instance);
+    return isStarted ? TRUE : FALSE;
+  }
+  // Called after a start that failed, too.
+  if (reason == DLL_PROCESS_DETACH && processEnds == nullptr && isStarted) {
+    tlk::Module::Get().End();
+    tlk::InPlaceWindow::ForgetClass();
+  }
   return TRUE;
 }
 

@@ -1,5 +1,3 @@
-#include "com/RuntimeState.h"
-
 #include <windows.h>
 
 #include <cstdlib>
@@ -52,6 +50,18 @@ ExceptionState* AddState(DWORD index) {
   return state;
 }
 
+/// Frees what was set aside for exceptions when the module is unloaded.
+struct LastToGo {
+  ~LastToGo() {
+    __gnu_cxx::__freeres();
+    // Frees every thread's state as well.
+    if (theIndex != FLS_OUT_OF_INDEXES) FlsFree(theIndex);
+  }
+};
+
+// Made before every other static object, so that it outlives them.
+[[gnu::init_priority(101)]] const LastToGo theLastToGo;
+
 void LeaveGuard(Guard* guard, bool isDone) {
   {
     const Locked locked;
@@ -90,14 +100,3 @@ void __cxa_guard_release(Guard* guard) noexcept { LeaveGuard(guard, true); }
 void __cxa_guard_abort(Guard* guard) noexcept { LeaveGuard(guard, false); }
 
 }  // extern "C"
-
-namespace tlk {
-
-void FreeRuntimeState() {
-  __gnu_cxx::__freeres();
-  // Frees every thread's state as well.
-  if (theIndex != FLS_OUT_OF_INDEXES) FlsFree(theIndex);
-  theIndex = FLS_OUT_OF_INDEXES;
-}
-
-}  // namespace tlk
