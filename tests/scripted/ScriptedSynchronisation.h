@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <functional>
-#include <future>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -43,10 +42,12 @@ class ScriptedSynchronisation final : public Synchronisation {
   /// How many threads are in a wait for one event.
   std::atomic<int> waitingForEvents{0};
 
-  [[nodiscard]] std::size_t ThreadsMade() const { return m_threadEnds.size(); }
+  [[nodiscard]] std::size_t ThreadsMade() const { return m_threads.size(); }
 
+  /// Waits until they are quite gone: a process that ends beside a thread that ends may crash under
+  /// an emulator.
   void WaitForThreads() const {
-    for (const std::future<void>& end : m_threadEnds) end.wait();
+    for (const auto& thread : m_threads) static_cast<void>(thread->Wait(kNoLimit));
   }
 
   std::unique_ptr<SystemMutex> NewMutex() override {
@@ -73,16 +74,10 @@ class ScriptedSynchronisation final : public Synchronisation {
                              milliseconds);
   }
 
-  // A thread counts as ended when what it ran, and all that this held, is gone.
+  // Whoever asks for a thread has to resume it.
   std::unique_ptr<SystemThread> NewThread(std::function<void()> work) override {
     if (refusesThreads) return nullptr;
-    auto end = std::make_shared<std::promise<void>>();
-    m_threadEnds.push_back(end->get_future());
-    return m_real.NewThread([work = std::move(work), end]() mutable {
-      work();
-      work = nullptr;
-      end->set_value();
-    });
+    return std::make_unique<Thread>(m_threads.emplace_back(m_real.NewThread(std::move(work))));
   }
 
   std::uint32_t CurrentThreadId() const override { return m_real.CurrentThreadId(); }
@@ -120,12 +115,22 @@ class ScriptedSynchronisation final : public Synchronisation {
     const std::unique_ptr<SystemEvent> real;
   };
 
+  struct Thread final : SystemThread {
+    explicit Thread(std::shared_ptr<SystemThread> thread) : real(std::move(thread)) {}
+
+    std::uint32_t Id() const override { return real->Id(); }
+    void Resume() override { real->Resume(); }
+    WaitResult Wait(std::uint32_t milliseconds) override { return real->Wait(milliseconds); }
+
+    const std::shared_ptr<SystemThread> real;
+  };
+
   std::unique_ptr<SystemMutex> Wrap(std::unique_ptr<SystemMutex> real) {
     return real == nullptr ? nullptr : std::make_unique<Mutex>(mutexWaits, std::move(real));
   }
 
   Synchronisation& m_real = SystemPlatform().synchronisation;
-  std::vector<std::future<void>> m_threadEnds;
+  std::vector<std::shared_ptr<SystemThread>> m_threads;
 };
 
 }  // namespace tlk::test
