@@ -5,7 +5,7 @@
 namespace tlk {
 namespace {
 
-TEST(SerialisedXml, GetsItsBreaksInAttributesEscaped) {
+TEST(SerialisedXml, HasReferencesInAttributesWhereTheyMustBe) {
   const std::pair<std::u16string, std::u16string> cases[] = {
       {u"", u""},
       {u"<a\n b=\"x\"/>\r\n", u"<a\n b=\"x\"/>\r\n"},
@@ -14,14 +14,16 @@ TEST(SerialisedXml, GetsItsBreaksInAttributesEscaped) {
       {u"<!--<a b=\"\n\">--><?p <a b=\"\n\"?><a><![CDATA[<a b=\"\n\"]]> b=\"\n\"</a >",
        u"<!--<a b=\"\n\">--><?p <a b=\"\n\"?><a><![CDATA[<a b=\"\n\"]]> b=\"\n\"</a >"},
       {u"<a b=\">\n\"/><c", u"<a b=\">&#10;\"/><c"},
+      {u"<a b=\"\n&#xE9;\n&#x1F600;&#65;&#10;&amp;#xE9;&#\">&#xE9;",
+       u"<a b=\"&#10;\u00E9&#10;\U0001F600&#65;&#10;&amp;#xE9;&#\">&#xE9;"},
   };
   for (const auto& [written, escaped] : cases) {
     std::u16string xml = written;
-    EscapeBreaksInAttributes(xml, false);
+    SettleAttributes(xml, false);
     EXPECT_EQ(xml, escaped);
   }
   std::u16string attribute = u"b=\"\n\"";
-  EscapeBreaksInAttributes(attribute, true);
+  SettleAttributes(attribute, true);
   EXPECT_EQ(attribute, u"b=\"&#10;\"");
 }
 

@@ -330,7 +330,7 @@ HRESULT MsxmlDocument::Serialise(IXMLDOMNode* node) {
   const HRESULT result = node->get_xml(text.Put());
   if (result != S_OK) return result;
   m_wide.assign(text.View());
-  EscapeBreaksInAttributes(m_wide, IsAttribute(node));
+  SettleAttributes(m_wide, IsAttribute(node));
   if (ElementOf(reinterpret_cast<DomNode>(node))) WriteInheritedDeclarations(node, m_wide);
   return result;
 }

@@ -2,45 +2,53 @@
 
 #include <algorithm>
 
+#include "xml/XmlReference.h"
+
 namespace tlk {
 namespace {
 
 constexpr std::size_t kNowhere = std::u16string_view::npos;
+constexpr char32_t kFirstBeyondAscii = 0x80;
 constexpr std::u16string_view kSpace = u" \t\r\n";
 
-struct Escape {
+struct Reference {
   char16_t character;
-  std::u16string_view reference;
+  std::u16string_view written;
 };
-constexpr Escape kBreaks[] = {{u'\t', u"&#9;"}, {u'\n', u"&#10;"}, {u'\r', u"&#13;"}};
-constexpr Escape kMarkup[] = {{u'&', u"&amp;"}, {u'<', u"&lt;"}, {u'"', u"&quot;"}};
+constexpr Reference kBreaks[] = {{u'\t', u"&#9;"}, {u'\n', u"&#10;"}, {u'\r', u"&#13;"}};
+constexpr Reference kMarkup[] = {{u'&', u"&amp;"}, {u'<', u"&lt;"}, {u'"', u"&quot;"}};
 
-// Copies a text and puts references in place of single characters. What needs none is not copied.
-class Escaper {
+// Copies a text and puts others in place of parts of it, from the front to the back. A text without
+// such parts is not copied.
+class Rewriter {
  public:
-  explicit Escaper(std::u16string_view text) : m_text(text) {}
+  explicit Rewriter(std::u16string_view text) : m_text(text) {}
+
+  void Replace(std::size_t from, std::size_t end, std::u16string_view replacement) {
+    m_rewritten.append(m_text.substr(m_copied, from - m_copied)).append(replacement);
+    m_copied = end;
+  }
 
   template <std::size_t size>
-  void Apply(const Escape (&escapes)[size], std::size_t from, std::size_t end) {
+  void Escape(const Reference (&references)[size], std::size_t from, std::size_t end) {
     for (; from < end; ++from) {
-      const auto* const escape = std::find_if(
-          escapes, escapes + size, [&](const Escape& e) { return e.character == m_text[from]; });
-      if (escape == escapes + size) continue;
-      m_escaped.append(m_text.substr(m_copied, from - m_copied)).append(escape->reference);
-      m_copied = from + 1;
+      const auto* const found =
+          std::find_if(references, references + size,
+                       [&](const Reference& known) { return known.character == m_text[from]; });
+      if (found != references + size) Replace(from, from + 1, found->written);
     }
   }
 
-  [[nodiscard]] bool HasEscaped() const { return m_copied > 0; }
+  [[nodiscard]] bool HasChanged() const { return m_copied > 0; }
 
   [[nodiscard]] std::u16string Finish() {
-    m_escaped.append(m_text.substr(m_copied));
-    return std::move(m_escaped);
+    m_rewritten.append(m_text.substr(m_copied));
+    return std::move(m_rewritten);
   }
 
  private:
   std::u16string_view m_text;
-  std::u16string m_escaped;
+  std::u16string m_rewritten;
   std::size_t m_copied = 0;
 };
 
@@ -56,19 +64,41 @@ std::size_t BehindOtherMarkup(std::u16string_view xml, std::size_t at) {
   return at;
 }
 
-void EscapeBreaksInTag(std::u16string_view xml, std::size_t& at, Escaper& escaper) {
-  WrittenAttribute attribute;
-  while (ReadWrittenAttribute(xml, at, attribute))
-    escaper.Apply(kBreaks, attribute.value, attribute.end);
+std::u16string Utf16(char32_t character) {
+  if (character < 0x10000) return {static_cast<char16_t>(character)};
+  const char32_t rest = character - 0x10000;
+  return {static_cast<char16_t>(0xD800 + (rest >> 10)),
+          static_cast<char16_t>(0xDC00 + (rest & 0x3FF))};
 }
 
-void EscapeBreaksInTags(std::u16string_view xml, Escaper& escaper) {
+// Writes breaks as references and references to characters beyond ASCII as characters.
+void SettleValue(std::u16string_view xml, const WrittenAttribute& attribute, Rewriter& rewriter) {
+  std::size_t settled = attribute.value;
+  const std::u16string_view upToEnd = xml.substr(0, attribute.end);
+  for (std::size_t at = settled; (at = upToEnd.find(u"&#", at)) != kNowhere; ++at) {
+    const char16_t* behind = xml.data() + at + 2;
+    char32_t character = 0;
+    if (ReadNumericReference(behind, xml.data() + attribute.end, character) != nullptr) continue;
+    if (character < kFirstBeyondAscii) continue;
+    rewriter.Escape(kBreaks, settled, at);
+    settled = static_cast<std::size_t>(behind - xml.data());
+    rewriter.Replace(at, settled, Utf16(character));
+  }
+  rewriter.Escape(kBreaks, settled, attribute.end);
+}
+
+void SettleTag(std::u16string_view xml, std::size_t& at, Rewriter& rewriter) {
+  WrittenAttribute attribute;
+  while (ReadWrittenAttribute(xml, at, attribute)) SettleValue(xml, attribute, rewriter);
+}
+
+void SettleTags(std::u16string_view xml, Rewriter& rewriter) {
   std::size_t at = 0;
   while ((at = xml.find(u'<', at)) != kNowhere) {
     const std::size_t behind = BehindOtherMarkup(xml, at);
     const bool isTag = behind == at;
     at = isTag ? BehindTagName(xml, at) : behind;
-    if (isTag) EscapeBreaksInTag(xml, at, escaper);
+    if (isTag) SettleTag(xml, at, rewriter);
   }
 }
 
@@ -91,23 +121,23 @@ bool ReadWrittenAttribute(std::u16string_view xml, std::size_t& at, WrittenAttri
   return true;
 }
 
-void EscapeBreaksInAttributes(std::u16string& xml, bool isAttribute) {
-  Escaper escaper(xml);
+void SettleAttributes(std::u16string& xml, bool isAttribute) {
+  Rewriter rewriter(xml);
   std::size_t start = 0;
   if (isAttribute) {
-    EscapeBreaksInTag(xml, start, escaper);
+    SettleTag(xml, start, rewriter);
   } else {
-    EscapeBreaksInTags(xml, escaper);
+    SettleTags(xml, rewriter);
   }
-  if (escaper.HasEscaped()) xml = escaper.Finish();
+  if (rewriter.HasChanged()) xml = rewriter.Finish();
 }
 
 std::u16string EscapedValue(std::u16string_view value) {
-  Escaper markup(value);
-  markup.Apply(kMarkup, 0, value.size());
+  Rewriter markup(value);
+  markup.Escape(kMarkup, 0, value.size());
   const std::u16string escaped = markup.Finish();
-  Escaper breaks(escaped);
-  breaks.Apply(kBreaks, 0, escaped.size());
+  Rewriter breaks(escaped);
+  breaks.Escape(kBreaks, 0, escaped.size());
   return breaks.Finish();
 }
 

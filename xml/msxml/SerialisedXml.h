@@ -24,10 +24,11 @@ struct WrittenAttribute {
 [[nodiscard]] bool ReadWrittenAttribute(std::u16string_view xml, std::size_t& at,
                                         WrittenAttribute& attribute);
 
-/// Writes line breaks and tabs in attributes as character references, where that was left undone: a
-/// reader takes them for blanks otherwise. `at` stands outside all tags or, for an attribute alone,
-/// at its name.
-void EscapeBreaksInAttributes(std::u16string& xml, bool isAttribute);
+/// Sees to it that attributes hold character references where they must, and nowhere else: line
+/// breaks and tabs, which a reader takes for blanks otherwise, become references, and a reference
+/// to a character beyond ASCII becomes that character. `xml` is a document or a node; for an
+/// attribute alone, `isAttribute` says so.
+void SettleAttributes(std::u16string& xml, bool isAttribute);
 
 /// The same for a value that is to be written, of which markup is escaped as well.
 [[nodiscard]] std::u16string EscapedValue(std::u16string_view value);
