@@ -79,12 +79,12 @@ void LogWriter::EnsureStarted() {
   if (m_isStarted) return;
   const std::lock_guard guard(m_startGuard);
   if (m_isStarted) return;
-  const auto thread =
-      m_platform.synchronisation.NewThread([self = shared_from_this()] { self->Run(); });
+  auto thread = m_platform.synchronisation.NewThread([self = shared_from_this()] { self->Run(); });
   if (thread == nullptr) return;
+  m_thread = std::move(thread);
   m_hasFailed = false;
   m_isStarted = true;
-  thread->Resume();
+  m_thread->Resume();
 }
 
 std::uint32_t LogWriter::Flush(std::uint32_t milliseconds) {
@@ -102,6 +102,16 @@ std::uint32_t LogWriter::Flush(std::uint32_t milliseconds) {
   // The event lets one waiter go; with others waiting, the writer is asked for another pass.
   if (--m_flushes > 0) (m_isStarted ? m_work : m_drained)->Set();
   return static_cast<std::uint32_t>(m_hasFailed ? WaitResult::kFailed : result);
+}
+
+void LogWriter::Rest(std::uint32_t milliseconds) {
+  std::unique_ptr<SystemThread> thread;
+  {
+    const std::lock_guard guard(m_startGuard);
+    thread = std::move(m_thread);
+  }
+  (void)Flush(milliseconds);
+  if (Stop() && thread != nullptr) (void)thread->Wait(milliseconds);
 }
 
 bool LogWriter::Stop() {

@@ -39,6 +39,10 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   /// The next line starts another.
   bool Stop();
 
+  /// The same, after it was given up to that long to write what is queued; waits up to that long
+  /// again for the thread's end.
+  void Rest(std::uint32_t milliseconds);
+
   /// The lock; null when the system refused it.
   [[nodiscard]] SystemMutex* Lock() const { return m_lock.get(); }
 
@@ -76,6 +80,7 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   std::atomic<std::int32_t> m_queuedBytes{0};
 
   std::mutex m_startGuard;
+  std::unique_ptr<SystemThread> m_thread;  // The one started last.
   std::atomic<bool> m_isStarted{false};
   std::atomic<bool> m_hasFailed{false};
   std::atomic<int> m_flushes{0};

@@ -132,10 +132,7 @@ void QNLogger::QueueStamped(std::initializer_list<std::string_view> record) {
 
 std::uint32_t QNLogger::Flush() { return m_writer->Flush(kNoLimit); }
 
-void QNLogger::Rest() {
-  (void)m_writer->Flush(kGraceMilliseconds);
-  m_writer->Stop();
-}
+void QNLogger::Rest() { m_writer->Rest(kGraceMilliseconds); }
 
 void QNLogger::CopyLineList(LineList& lines) {
   const LogLock lock(m_writer->Lock());

@@ -54,8 +54,8 @@ class QNLogger final : public iLogger {
   /// Tells the writer, if one runs, to stop, and gives it one second to write what is queued.
   ~QNLogger() override;
 
-  /// Waits up to a second for what is queued to be written and tells the writer to end, for a time
-  /// in which nothing is logged. The next line starts another writer.
+  /// Waits up to a second for what is queued to be written, and up to another for the writer to
+  /// end, before a time in which nothing is logged. The next line starts another writer.
   void Rest();
 
   /// Says what to call when the writer thread starts, and when it ends. Returns true.
