@@ -1,14 +1,34 @@
 #!/usr/bin/env bash
-# Builds the tests in each of the presets named (by default debug, asan-ubsan and tsan) and runs them
-# all, conversations included.
+# test.sh [--native] [PRESET...]: builds and runs every test.
+#
+# Natively in each of the presets named (by default debug, asan-ubsan and tsan), conversations included;
+# then, unless --native is given, the Windows module in both bitnesses and its tests under Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
+. scripts/wine.sh
+
+windows=yes
+[ "${1:-}" != --native ] || { windows=no && shift; }
 
 need_test_tools
-[ "$#" -gt 0 ] || set -- debug asan-ubsan tsan
-for preset in "$@"; do
+[ $windows = no ] || need_windows_tools
+native=("$@")
+[ "$#" -gt 0 ] || native=(debug asan-ubsan tsan)
+for preset in "${native[@]}"; do
   build "$preset"
   echo "Testing $preset"
   ctest --preset "$preset"
 done
+[ $windows = yes ] || exit 0
+
+build windows-x64
+build windows-x86
+trap end_wine EXIT
+start_wine
+echo "Testing windows-x64"
+ctest --preset windows-x64
+echo "Playing the conversations against the module in its container"
+tests/conversations/play-in-wine.sh "build/${native[0]}" build/windows-x64
+echo "Running the samples of docs/embedding.md"
+tests/embedding/check.sh "build/${native[0]}" build/windows-x64

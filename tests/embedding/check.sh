@@ -1,0 +1,90 @@
+#!/usr/bin/env bash
+# check.sh NATIVE_BUILD WINDOWS_BUILD: runs every sample of docs/embedding.md under Wine, which must have
+# been started, and looks whether the guide shows them as they are.
+set -euo pipefail
+native=$(realpath "$1")
+windows=$(realpath "$2")
+samples=$(realpath "$(dirname "$0")")
+cd "$samples/../.."
+run=$PWD/scripts/run-in-wine.sh
+work=$(mktemp -d)
+server=
+cleanup() {
+  [ -z "$server" ] || kill "$server" 2>/dev/null || true
+  [ ! -e "$work/TlkC2.dll" ] || quietly regsvr32 /s /u "$(windows_path "$work/TlkC2.dll")" || true
+  rm -rf "$work"
+}
+trap cleanup EXIT
+
+windows_path() { local path=Z:$1 && echo "${path//\//\\}"; }
+quietly() { timeout 60 "$run" "$@" </dev/null >"$work/quiet.txt" 2>&1; }
+
+# compare WHAT FILE: whether the file holds what standard input says; line ends do not count.
+compare() {
+  cat >"$work/expected"
+  if tr -d '\r' <"$2" | diff "$work/expected" - >"$work/difference"; then
+    echo "ok $1"
+  else
+    echo "FAILED $1" && cat "$work/difference"
+    exit 1
+  fi
+}
+
+# The guide's blocks of a language, all together.
+block() { sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/p" docs/embedding.md | grep -v '^```'; }
+compare "the guide shows greeter.cpp" <(block cpp) <"$samples/greeter.cpp"
+compare "the guide shows greeter.exe.manifest" <(block xml) <"$samples/greeter.exe.manifest"
+compare "the guide shows status.vbs" <(block vb) <"$samples/status.vbs"
+compare "the guide shows status.js" <(block js) <"$samples/status.js"
+
+greet() {
+  "$native/tools/tlk/tlk" serve --clients 1 --for 60 >"$work/server.txt" &
+  server=$!
+  local port=
+  for _ in $(seq 200); do
+    port=$(sed -n 's/^listening 127\.0\.0\.1://p' "$work/server.txt")
+    [ -z "$port" ] || break
+    sleep 0.05
+  done
+  # Without the trace log's lines, which the control shows on the program's standard output.
+  TMPDIR=$work timeout 60 "$run" "$work/greeter.exe" "$port" </dev/null >"$work/greeter.txt" 2>&1 || true
+  wait "$server"
+  server=
+  grep -aE '^(status|message|no control)' "$work/greeter.txt" | sed -E 's/>[[:space:]]*$/>/' >"$work/told.txt"
+}
+
+expect_greeting() {
+  compare "$1" "$work/told.txt" <<'EXPECTED'
+status 3
+message Greeting: <Data>
+status 0
+EXPECTED
+}
+
+cp "$windows/com/TlkC2.dll" "$windows/com/TlkC2.manifest" "$work"
+cp "$windows/tests/embedding/greeter.exe" "$samples/greeter.exe.manifest" "$work"
+greet
+expect_greeting "greeter without registration"
+rm "$work/greeter.exe.manifest"
+
+# What a script says itself: the trace log's lines go to the same output.
+script() {
+  TMPDIR=$work timeout 60 "$run" cscript //nologo "$(windows_path "$samples/$1")" \
+    </dev/null >"$work/script.txt" 2>&1 || { cat "$work/script.txt" && exit 1; }
+  grep -aE '^(status|connected|reply|the status)' "$work/script.txt"
+}
+# For the machine: this Wine shows a program the machine's classes only, not the user's.
+quietly regsvr32 /s "$(windows_path "$work/TlkC2.dll")"
+greet
+expect_greeting "greeter, registered"
+script status.vbs >"$work/vbs.txt"
+compare "status.vbs" "$work/vbs.txt" <<'EXPECTED'
+status 0
+connected 0
+reply nothing
+EXPECTED
+script status.js >"$work/js.txt"
+compare "status.js" "$work/js.txt" <<'EXPECTED'
+status 0
+the status is read-only
+EXPECTED
