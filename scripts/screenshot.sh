@@ -19,7 +19,8 @@ cleanup() {
 }
 trap cleanup EXIT
 
-Xvfb -displayfd 3 -screen 0 320x200x24 -fbdir "$work" -nolisten tcp 3>"$work/display" 2>/dev/null &
+Xvfb -displayfd 3 -screen 0 320x200x24 -fbdir "$work" -nolisten tcp -wr -nocursor \
+  3>"$work/display" 2>/dev/null &
 screen=$!
 for _ in $(seq 100); do
   [ ! -s "$work/display" ] || break
