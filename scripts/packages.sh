@@ -31,15 +31,18 @@ need_test_tools() {
 # What builds for Windows, and Wine, with the locales it takes code pages from.
 need_windows_tools() {
   need_build_tools && need g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools \
-    wine64 wine libwine-dev xvfb googletest locales
+    wine64 wine libwine-dev xvfb googletest locales python3
 }
 
-# build PRESET: configures and builds, quietly unless it fails.
+# build PRESET [TARGET...]: configures and builds, quietly unless it fails.
 build() {
-  echo "Building $1"
-  local log="build/$1.log"
+  local preset=$1
+  shift
+  echo "Building $preset"
+  local log="build/$preset.log"
   mkdir -p build
-  if ! { cmake --preset "$1" && cmake --build --preset "$1"; } >"$log" 2>&1; then
+  if ! { cmake --preset "$preset" &&
+    cmake --build --preset "$preset" ${1:+--target "$@"}; } >"$log" 2>&1; then
     cat "$log" >&2
     return 1
   fi

@@ -9,7 +9,7 @@ picture=${1:-docs/control.png}
 
 need_windows_tools
 need netpbm
-build windows-x64
+build windows-x64 TlkC2 tlk
 work=$(mktemp -d)
 screen=
 cleanup() {
