@@ -10,6 +10,8 @@ namespace tlk {
 namespace {
 
 struct OwnedPoint {
+  explicit OwnedPoint(ConnectionPoint& ofControl) : point(&ofControl) {}
+
   ComPtr<IConnectionPoint> point;
 
   void CopyTo(IConnectionPoint*& item) const { item = ComPtr<IConnectionPoint>(point).Detach(); }
@@ -26,10 +28,7 @@ STDMETHODIMP ConnectionPoints::EnumConnectionPoints(IEnumConnectionPoints** poin
   if (points == nullptr) return E_POINTER;
   *points = nullptr;
   return AtComBoundary([&] {
-    std::vector<OwnedPoint> all;
-    for (ConnectionPoint& point : m_points) {
-      all.push_back({ComPtr<IConnectionPoint>(&point)});
-    }
+    std::vector<OwnedPoint> all(m_points.begin(), m_points.end());
     return Enumerator<IEnumConnectionPoints, IConnectionPoint*, OwnedPoint>::Make(std::move(all),
                                                                                   points);
   });
