@@ -34,74 +34,97 @@ struct InPlaceActivation::Place {
   HWND parent = nullptr;
   RECT position{};
   RECT clip{};
+  ComPtr<IOleInPlaceFrame> frame;
+  ComPtr<IOleInPlaceUIWindow> document;
 };
 
 HRESULT InPlaceActivation::Activate(bool withInterface) {
   const ComPtr<IOleClientSite> client = m_embedding.Site();
   if (!client) return E_UNEXPECTED;
-  if (!m_isActive) {
-    const HRESULT entered = EnterPlace();
-    if (FAILED(entered)) return entered;
-  }
-  const ComPtr<IOleInPlaceSite> site = m_site;
+  HRESULT result = EnterPlace();
+  if (FAILED(result)) return result;
   Place place;
-  OLEINPLACEFRAMEINFO frameInfo{};
-  frameInfo.cb = sizeof frameInfo;
-  HRESULT result = site->GetWindow(&place.parent);
-  if (SUCCEEDED(result)) {
-    result = site->GetWindowContext(m_frame.Put(), m_document.Put(), &place.position, &place.clip,
-                                    &frameInfo);
-  }
+  result = AskForPlace(place);
   if (SUCCEEDED(result)) result = ShowWindowAt(place);
   if (FAILED(result)) {
     Deactivate();
     return result;
   }
-  if (withInterface) ActivateInterface();
-  client->ShowObject();
-  return S_OK;
+  if (withInterface) result = ActivateInterface();
+  if (SUCCEEDED(result)) client->ShowObject();
+  return result;
 }
 
 HRESULT InPlaceActivation::EnterPlace() {
+  if (m_isActive) return S_OK;
   const auto site = m_embedding.SiteAs<IOleInPlaceSite>();
   if (!site) return E_NOINTERFACE;
   const HRESULT allowed = site->CanInPlaceActivate();
   if (allowed != S_OK) return FAILED(allowed) ? allowed : E_FAIL;
-  const HRESULT entered = site->OnInPlaceActivate();
-  if (FAILED(entered)) return entered;
+  if (!m_embedding.Site()) return E_UNEXPECTED;
+  // Active before the site hears of it, so that it can end it from there.
   m_site = site;
   m_isActive = true;
-  return S_OK;
+  const HRESULT entered = site->OnInPlaceActivate();
+  if (FAILED(entered)) (void)LeavePlace();
+  return entered;
 }
 
-HRESULT InPlaceActivation::ShowWindowAt(const Place& place) {
+HRESULT InPlaceActivation::AskForPlace(Place& place) const {
+  const ComPtr<IOleInPlaceSite> site = m_site;
+  if (!site) return E_UNEXPECTED;
+  const HRESULT given = site->GetWindow(&place.parent);
+  if (FAILED(given)) return given;
+  OLEINPLACEFRAMEINFO frameInfo{};
+  frameInfo.cb = sizeof frameInfo;
+  return site->GetWindowContext(place.frame.Put(), place.document.Put(), &place.position,
+                                &place.clip, &frameInfo);
+}
+
+HRESULT InPlaceActivation::ShowWindowAt(Place& place) {
   if (!m_isActive) return E_UNEXPECTED;  // The site has ended it meanwhile.
+  m_frame = std::move(place.frame);
+  m_document = std::move(place.document);
   if (m_window.Handle() == nullptr && !m_window.Create(place.parent, place.position)) {
-    return HRESULT_FROM_WIN32(GetLastError());
+    const HRESULT error = HRESULT_FROM_WIN32(GetLastError());
+    return FAILED(error) ? error : E_FAIL;
   }
   m_window.Place(place.position, place.clip);
   ShowWindow(m_window.Handle(), SW_SHOW);
-  return S_OK;
+  return m_isActive ? S_OK : E_UNEXPECTED;
 }
 
-void InPlaceActivation::ActivateInterface() {
-  if (m_isInterfaceActive || !m_isActive) return;
+ComPtr<IOleInPlaceSite> InPlaceActivation::LeavePlace() {
+  m_isActive = false;
+  m_window.Destroy();
+  m_frame = nullptr;
+  m_document = nullptr;
+  return std::exchange(m_site, nullptr);
+}
+
+HRESULT InPlaceActivation::ActivateInterface() {
+  if (m_isInterfaceActive) return S_OK;
   m_isInterfaceActive = true;
   const ComPtr<IOleInPlaceSite> site = m_site;
-  const ComPtr<IOleInPlaceFrame> frame = m_frame;
-  const ComPtr<IOleInPlaceUIWindow> document = m_document;
-  site->OnUIActivate();
-  if (m_window.Handle() != nullptr) SetFocus(m_window.Handle());
+  const HRESULT allowed = site->OnUIActivate();
+  if (FAILED(allowed)) {
+    m_isInterfaceActive = false;
+    return allowed;
+  }
+  if (m_isInterfaceActive && m_window.Handle() != nullptr) SetFocus(m_window.Handle());
   ComPtr<IOleInPlaceActiveObject> active;
   (void)m_control.QueryInterface(IID_IOleInPlaceActiveObject, active.PutVoid());
-  if (frame) {
-    frame->SetActiveObject(active.Get(), kUserName);
-    frame->SetBorderSpace(nullptr);
-  }
-  if (document) {
-    document->SetActiveObject(active.Get(), kUserName);
-    document->SetBorderSpace(nullptr);
-  }
+  TakeBorders(ComPtr<IOleInPlaceUIWindow>(m_frame.Get()), active.Get());
+  TakeBorders(ComPtr<IOleInPlaceUIWindow>(m_document.Get()), active.Get());
+  return m_isInterfaceActive ? S_OK : E_UNEXPECTED;
+}
+
+// Once the activity has ended, nobody would take back what a window is told.
+void InPlaceActivation::TakeBorders(const ComPtr<IOleInPlaceUIWindow>& window,
+                                    IOleInPlaceActiveObject* active) {
+  if (!window || !m_isInterfaceActive) return;
+  window->SetActiveObject(active, kUserName);
+  if (m_isInterfaceActive) window->SetBorderSpace(nullptr);
 }
 
 void InPlaceActivation::DeactivateInterface() {
@@ -118,11 +141,7 @@ void InPlaceActivation::DeactivateInterface() {
 void InPlaceActivation::Deactivate() {
   if (!m_isActive) return;
   DeactivateInterface();
-  m_isActive = false;
-  m_window.Destroy();
-  m_frame = nullptr;
-  m_document = nullptr;
-  const ComPtr<IOleInPlaceSite> site = std::exchange(m_site, nullptr);
+  const ComPtr<IOleInPlaceSite> site = LeavePlace();
   if (site) site->OnInPlaceDeactivate();
 }
 

@@ -22,7 +22,8 @@ class InPlaceActivation final : private WindowOwner {
   InPlaceActivation& operator=(const InPlaceActivation&) = delete;
 
   /// Activates the control in place, shows its window, and activates its user interface too when
-  /// that is wanted. Fails when there is no site, or the site refuses.
+  /// that is wanted. Fails when there is no site, or the site refuses; one that only refuses the
+  /// user interface leaves the control active in place.
   [[nodiscard]] HRESULT Activate(bool withInterface);
   void DeactivateInterface();
   void Deactivate();
@@ -42,8 +43,12 @@ class InPlaceActivation final : private WindowOwner {
   struct Place;
 
   [[nodiscard]] HRESULT EnterPlace();
-  [[nodiscard]] HRESULT ShowWindowAt(const Place& place);
-  void ActivateInterface();
+  [[nodiscard]] HRESULT AskForPlace(Place& place) const;
+  [[nodiscard]] HRESULT ShowWindowAt(Place& place);
+  [[nodiscard]] ComPtr<IOleInPlaceSite> LeavePlace();
+
+  [[nodiscard]] HRESULT ActivateInterface();
+  void TakeBorders(const ComPtr<IOleInPlaceUIWindow>& window, IOleInPlaceActiveObject* active);
 
   void OnFocus(bool gained) override;
   void OnClicked() override;
