@@ -13,6 +13,7 @@ constexpr std::wstring_view kUserType = L"Tlkc Class";
 }  // namespace
 
 STDMETHODIMP OleObject::SetClientSite(IOleClientSite* site) {
+  const ComPtr<IUnknown> control(&Controller());
   if (site == nullptr) m_activation.Deactivate();
   m_embedding.SetSite(site);
   return S_OK;
@@ -62,6 +63,7 @@ STDMETHODIMP OleObject::DoVerb(LONG verb, LPMSG, IOleClientSite*, LONG, HWND, LP
   switch (verb) {
     case OLEIVERB_PRIMARY:
     case OLEIVERB_SHOW:
+    case OLEIVERB_OPEN:  // There is no window apart to open it in.
     case OLEIVERB_INPLACEACTIVATE:
       return m_activation.Activate(false);
     case OLEIVERB_UIACTIVATE:
@@ -72,9 +74,14 @@ STDMETHODIMP OleObject::DoVerb(LONG verb, LPMSG, IOleClientSite*, LONG, HWND, LP
     case OLEIVERB_DISCARDUNDOSTATE:
       return S_OK;
     default:
-      // A container that has come up with a verb of its own gets the primary one.
-      return verb > 0 && SUCCEEDED(m_activation.Activate(false)) ? OLEOBJ_S_INVALIDVERB : E_NOTIMPL;
+      return verb > 0 ? DoUnknownVerb() : E_NOTIMPL;
   }
+}
+
+// A container that has come up with a verb of its own gets the primary one.
+HRESULT OleObject::DoUnknownVerb() {
+  const HRESULT activated = m_activation.Activate(false);
+  return SUCCEEDED(activated) ? OLEOBJ_S_INVALIDVERB : activated;
 }
 
 STDMETHODIMP OleObject::EnumVerbs(IEnumOLEVERB** verbs) {

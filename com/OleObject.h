@@ -42,6 +42,7 @@ class OleObject final : public Part<IOleObject> {
   STDMETHODIMP SetColorScheme(LOGPALETTE* palette) override;
 
  private:
+  HRESULT DoUnknownVerb();
   void SaveIfAsked(DWORD saveOption);
 
   Embedding& m_embedding;
