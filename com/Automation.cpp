@@ -1,5 +1,7 @@
 #include "com/Automation.h"
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
 
 #include "com/Boundary.h"
@@ -14,6 +16,29 @@ constexpr DISPID kSendReceiveTlkMsg = 5;
 
 // No text of the code page reads so: one that still does was not written.
 constexpr std::u16string_view kUnwritten = u"\uFFFE";
+
+// How many arguments each member takes, from the first DISPID on.
+constexpr UINT kParameterCounts[] = {0, 2, 0, 2, 5};
+
+// Whether the arguments that are counted are there.
+bool AreThere(const DISPPARAMS& given) {
+  return (given.cArgs == 0 || given.rgvarg != nullptr) &&
+         (given.cNamedArgs == 0 || given.rgdispidNamedArgs != nullptr) &&
+         given.cNamedArgs <= given.cArgs;
+}
+
+// Refuses arguments that the member has no place for; not every system's type information does.
+HRESULT CheckArguments(DISPID member, WORD flags, const DISPPARAMS& given) {
+  if (!AreThere(given)) return E_INVALIDARG;
+  if ((flags & (DISPATCH_METHOD | DISPATCH_PROPERTYGET)) == 0) return S_OK;
+  if (member < 1 || member > static_cast<DISPID>(std::size(kParameterCounts))) return S_OK;
+  const UINT count = kParameterCounts[member - 1];
+  if (given.cArgs > count) return DISP_E_BADPARAMCOUNT;
+  const bool areKnown = std::all_of(
+      given.rgdispidNamedArgs, given.rgdispidNamedArgs + given.cNamedArgs,
+      [count](DISPID named) { return named >= 0 && named < static_cast<DISPID>(count); });
+  return areKnown ? S_OK : DISP_E_PARAMNOTFOUND;
+}
 
 std::u16string_view View(BSTR text) { return ToUtf16({text, SysStringLen(text)}); }
 
@@ -49,6 +74,8 @@ STDMETHODIMP Automation::Invoke(DISPID member, REFIID reserved, LCID, WORD flags
                                 UINT* badArgument) {
   if (reserved != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
   if (parameters == nullptr) return E_INVALIDARG;
+  const HRESULT checked = CheckArguments(member, flags, *parameters);
+  if (FAILED(checked)) return checked;
   return AtComBoundary([&] {
     ITypeInfo* own = nullptr;
     const HRESULT loaded = TypeInfo(own);

@@ -26,7 +26,7 @@ OutArguments::OutArguments(const DISPPARAMS& given)
     Place& place = m_places[static_cast<std::size_t>(parameter - kRecMsg)];
     place.variable = argument.pvarVal;
     argument.vt = VT_BYREF | VT_BSTR;
-    argument.pbstrVal = &place.text;
+    argument.pbstrVal = place.variable != nullptr ? &place.text : nullptr;
   }
 }
 
