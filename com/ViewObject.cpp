@@ -1,5 +1,7 @@
 #include "com/ViewObject.h"
 
+#include <algorithm>
+
 #include "com/Face.h"
 
 namespace tlk {
@@ -19,6 +21,15 @@ class DeviceScope {
   const int m_state;
 };
 
+// The same area in device units, which may run the other way.
+RECT InDeviceUnits(HDC device, const RECTL& area) {
+  POINT corners[] = {{area.left, area.top}, {area.right, area.bottom}};
+  LPtoDP(device, corners, 2);
+  const auto [left, right] = std::minmax(corners[0].x, corners[1].x);
+  const auto [top, bottom] = std::minmax(corners[0].y, corners[1].y);
+  return {left, top, right, bottom};
+}
+
 bool IsMetafile(HDC device) {
   const DWORD kind = GetObjectType(device);
   return kind == OBJ_METADC || kind == OBJ_ENHMETADC;
@@ -35,10 +46,12 @@ STDMETHODIMP ViewObject::Draw(DWORD aspect, LONG, void*, DVTARGETDEVICE*, HDC, H
   RECT area{bounds->left, bounds->top, bounds->right, bounds->bottom};
   const DeviceScope scope(device);
   if (!IsMetafile(device)) {
-    LPtoDP(device, reinterpret_cast<POINT*>(&area), 2);
+    area = InDeviceUnits(device, *bounds);
     SetMapMode(device, MM_TEXT);
     SetWindowOrgEx(device, 0, 0, nullptr);
     SetViewportOrgEx(device, 0, 0, nullptr);
+    // The text may be wider than that.
+    IntersectClipRect(device, area.left, area.top, area.right, area.bottom);
   }
   DrawFace(device, area);
   return S_OK;
@@ -55,6 +68,7 @@ STDMETHODIMP ViewObject::Freeze(DWORD, LONG, void*, DWORD*) { return E_NOTIMPL; 
 STDMETHODIMP ViewObject::Unfreeze(DWORD) { return E_NOTIMPL; }
 
 STDMETHODIMP ViewObject::SetAdvise(DWORD aspects, DWORD flags, IAdviseSink* sink) {
+  if (sink != nullptr && (aspects & DVASPECT_CONTENT) == 0) return DV_E_DVASPECT;
   m_embedding.SetViewAdvise(aspects, flags, sink);
   return S_OK;
 }
