@@ -79,6 +79,8 @@ STDMETHODIMP DataObject::EnumFormatEtc(DWORD direction, IEnumFORMATETC** formats
 
 STDMETHODIMP DataObject::DAdvise(FORMATETC* format, DWORD flags, IAdviseSink* sink, DWORD* cookie) {
   if (format == nullptr || sink == nullptr || cookie == nullptr) return E_POINTER;
+  const HRESULT known = QueryGetData(format);
+  if (known != S_OK) return known;
   const auto advisees = m_embedding.DataAdvisees();
   return advisees != nullptr ? advisees->Advise(this, format, flags, sink, cookie) : E_OUTOFMEMORY;
 }

@@ -19,6 +19,10 @@ struct Saved {
 };
 static_assert(sizeof(Saved) == 12);
 
+bool IsOurs(const Saved& saved) {
+  return saved.version == kVersion && saved.width >= 0 && saved.height >= 0;
+}
+
 }  // namespace
 
 STDMETHODIMP StreamPersistence::GetClassID(CLSID* id) {
@@ -35,7 +39,7 @@ STDMETHODIMP StreamPersistence::Load(IStream* stream) {
   ULONG read = 0;
   const HRESULT result = stream->Read(&saved, sizeof saved, &read);
   if (FAILED(result)) return result;
-  if (read != sizeof saved || saved.version != kVersion) return STG_E_OLDFORMAT;
+  if (read != sizeof saved || !IsOurs(saved)) return STG_E_OLDFORMAT;
   m_embedding.Restore({saved.width, saved.height});
   return S_OK;
 }
