@@ -11,7 +11,7 @@ namespace tlk {
 /// The control and the sink are held while the sink runs, so it may unadvise itself or another,
 /// which is then not called, release the control, or end its container. What a sink answers is
 /// nobody's concern, and one that fails keeps no other from being called. One that comes while an
-/// event is being raised hears the next.
+/// event is being raised hears the next; this one too, if the slot it takes is still to come.
 class CProxy_ITlkcEvents final : public ITlkcEvents {
  public:
   CProxy_ITlkcEvents(IUnknown& controller, ConnectionPoint& sinks)
