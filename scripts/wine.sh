@@ -1,17 +1,20 @@
 # Sourced by the other scripts: a Wine of the project's own, in a prefix below build/ that nobody else
-# uses. Programs are started through scripts/run-in-wine.sh.
+# uses, or in the one that TLK_WINE_PREFIX names. Programs are started through scripts/run-in-wine.sh.
 
-wine_prefix=$PWD/build/wine/prefix
 run_in_wine=$PWD/scripts/run-in-wine.sh
+
+wine_prefix() { echo "${TLK_WINE_PREFIX:-$PWD/build/wine/prefix}"; }
 
 # start_wine: makes the prefix if need be and starts its services, which stay until end_wine.
 # Nothing here may run in a pipe: the services would inherit it and hold it open for ever.
 start_wine() {
-  local log=$wine_prefix.log
-  mkdir -p "$wine_prefix"
-  if ! [ -e "$wine_prefix/ready" ]; then
+  local prefix log
+  prefix=$(wine_prefix)
+  log=$prefix.log
+  mkdir -p "$prefix"
+  if ! [ -e "$prefix/ready" ]; then
     echo "Preparing Wine"
-    timeout 180 "$run_in_wine" wineboot -i </dev/null >"$log" 2>&1
+    timeout 180 "$run_in_wine" wineboot -i </dev/null >"$log" 2>&1 || return 1
     # Real windows, but no screen to show them on, unless there is one.
     timeout 60 "$run_in_wine" reg add 'HKCU\Software\Wine\Drivers' \
       /v Graphics /d x11,null /f </dev/null >>"$log" 2>&1
@@ -24,14 +27,14 @@ start_wine() {
       done
     done
     end_wine
-    touch "$wine_prefix/ready"
+    touch "$prefix/ready"
   fi
-  env -u TMPDIR WINEPREFIX="$wine_prefix" /usr/lib/wine/wineserver -p </dev/null >>"$log" 2>&1 || true
+  env -u TMPDIR WINEPREFIX="$prefix" /usr/lib/wine/wineserver -p </dev/null >>"$log" 2>&1 || true
   timeout 60 "$run_in_wine" cmd /c exit </dev/null >>"$log" 2>&1
 }
 
 # end_wine: ends every program and service of the prefix.
 end_wine() {
-  env -u TMPDIR WINEPREFIX="$wine_prefix" timeout 20 /usr/lib/wine/wineserver -k -w \
+  env -u TMPDIR WINEPREFIX="$(wine_prefix)" timeout 20 /usr/lib/wine/wineserver -k -w \
     </dev/null >/dev/null 2>&1 || true
 }
