@@ -28,8 +28,7 @@ for _ in $(seq 100); do
 done
 [ -s "$work/display" ] || { echo "The screen did not start" >&2; exit 1; }
 # A Wine of its own: the services of the other one have no screen.
-wine_prefix=$PWD/build/wine/screen
-export TLK_WINE_PREFIX=$wine_prefix
+export TLK_WINE_PREFIX=$PWD/build/wine/screen
 TLK_WINE_DISPLAY=:$(cat "$work/display")
 export TLK_WINE_DISPLAY
 start_wine

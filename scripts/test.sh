@@ -7,6 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 . scripts/wine.sh
+. scripts/wine32.sh
 
 windows=yes
 [ "${1:-}" != --native ] || { windows=no && shift; }
@@ -24,11 +25,19 @@ done
 
 build windows-x64
 build windows-x86
-trap end_wine EXIT
+trap 'end_wine; end_wine32' EXIT
 start_wine
 echo "Testing windows-x64"
 ctest --preset windows-x64
+tell_skipped windows-x64
 echo "Playing the conversations against the module in its container"
 tests/conversations/play-in-wine.sh "build/${native[0]}" build/windows-x64
 echo "Running the samples of docs/embedding.md"
 tests/embedding/check.sh "build/${native[0]}" build/windows-x64
+echo "Testing windows-x86"
+if start_wine32; then
+  in_wine32 ctest --preset windows-x86
+  tell_skipped windows-x86
+else
+  ctest --preset windows-x86 --tests-regex '^com-module$'
+fi

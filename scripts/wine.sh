@@ -14,7 +14,8 @@ start_wine() {
   mkdir -p "$prefix"
   if ! [ -e "$prefix/ready" ]; then
     echo "Preparing Wine"
-    timeout 180 "$run_in_wine" wineboot -i </dev/null >"$log" 2>&1 || return 1
+    timeout 180 "$run_in_wine" wineboot -i </dev/null >"$log" 2>&1 ||
+      { echo "Wine did not start: $log tells more" >&2; return 1; }
     # Real windows, but no screen to show them on, unless there is one.
     timeout 60 "$run_in_wine" reg add 'HKCU\Software\Wine\Drivers' \
       /v Graphics /d x11,null /f </dev/null >>"$log" 2>&1
