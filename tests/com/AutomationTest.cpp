@@ -1,0 +1,117 @@
+#include "tests/com/ContainerFixture.h"
+
+#include <cstring>
+#include <vector>
+
+#include "platform/windows/Variant.h"
+
+namespace tlk {
+namespace {
+
+template <typename Content>
+VARIANT Of(VARTYPE type, Content content) {
+  VARIANT value{};
+  value.vt = type;
+  std::memcpy(&value.byref, &content, sizeof content);
+  return value;
+}
+
+VARIANT Number(LONG number) { return Of(VT_I4, number); }
+VARIANT Place(const VARIANT* variable) { return Of(VT_BYREF | VT_VARIANT, variable); }
+
+class AutomationTest : public EmbeddedTest {
+ protected:
+  /// Calls with arguments in the reverse of their usual order, the first of them named.
+  HRESULT Call(DISPID member, std::vector<VARIANT> arguments, std::vector<DISPID> named = {},
+               WORD kind = DISPATCH_METHOD) {
+    DISPPARAMS given{arguments.data(), named.data(), static_cast<UINT>(arguments.size()),
+                     static_cast<UINT>(named.size())};
+    EXCEPINFO exception{};
+    const HRESULT called = m_embedded.As<IDispatch>()->Invoke(member, IID_NULL, 0, kind, &given,
+                                                              m_result.Put(), &exception, nullptr);
+    return called == DISP_E_EXCEPTION ? exception.scode : called;
+  }
+
+  Variant m_result;
+  const Bstr m_bstr{L"127.0.0.1"};
+  const VARIANT m_text = Of(VT_BSTR, m_bstr.Get());
+};
+
+TEST_F(AutomationTest, RefusesWhatDoesNotFitAndChangesNothing) {
+  m_embedded.Advise(m_listener);
+  const Variant kept(42L);
+  const auto* const place = &kept.Get();
+  const struct {
+    const char* name;
+    DISPID member;
+    std::vector<VARIANT> arguments;
+    HRESULT result;
+    std::vector<DISPID> named;
+    WORD kind = DISPATCH_METHOD;
+  } cases[] = {
+      {"none", 2, {}, DISP_E_BADPARAMCOUNT, {}},
+      {"too few", 2, {m_text}, DISP_E_BADPARAMCOUNT, {}},
+      {"too many", 2, {Number(2), Number(1), m_text}, DISP_E_BADPARAMCOUNT, {}},
+      {"any", 1, {Number(1)}, DISP_E_BADPARAMCOUNT, {}},
+      {"no number", 2, {m_text, m_text}, DISP_E_TYPEMISMATCH, {}},
+      {"null", 2, {Number(1), Of(VT_NULL, 0)}, DISP_E_TYPEMISMATCH, {}},
+      {"object", 4, {Of(VT_UNKNOWN, nullptr), m_text}, DISP_E_TYPEMISMATCH, {}},
+      {"nowhere", 5, {Number(9), Place(place), Place(nullptr), m_text, m_text}, E_POINTER, {}},
+      {"unknown name", 2, {Number(1), m_text}, DISP_E_PARAMNOTFOUND, {1, 7}},
+      {"unknown member", 6, {}, DISP_E_MEMBERNOTFOUND, {}},
+      {"put", 3, {Number(3)}, DISP_E_MEMBERNOTFOUND, {DISPID_PROPERTYPUT}, DISPATCH_PROPERTYPUT}};
+  for (const auto& [name, member, arguments, result, named, kind] : cases) {
+    EXPECT_EQ(Call(member, arguments, named, kind), result) << name;
+  }
+  const auto dispatch = m_embedded.As<IDispatch>();
+  DISPPARAMS hollow{nullptr, nullptr, 2, 0};
+  for (DISPPARAMS* given : {&hollow, static_cast<DISPPARAMS*>(nullptr)}) {
+    EXPECT_EQ(dispatch->Invoke(2, IID_NULL, 0, DISPATCH_METHOD, given, nullptr, nullptr, nullptr),
+              E_INVALIDARG);
+  }
+  ITlkc& control = *m_embedded.control.Get();
+  BSTR text = nullptr;
+  EXPECT_EQ(control.Connect(m_bstr.Get(), 1, nullptr), E_POINTER);
+  EXPECT_EQ(control.get_ConnectionStatus(nullptr), E_POINTER);
+  EXPECT_EQ(control.SendReceiveTlkMsg(nullptr, nullptr, nullptr, &text, 1), E_POINTER);
+  EXPECT_EQ(control.SendReceiveTlkMsg(nullptr, nullptr, &text, nullptr, 1), E_POINTER);
+  EXPECT_EQ(m_listener.heard, "");
+  EXPECT_EQ(kept.Get().lVal, 42);
+}
+
+TEST_F(AutomationTest, TalksToAServerByName) {
+  const wchar_t* names[] = {L"connect", L"Port", L"Server"};
+  const wchar_t* unknown[] = {L"Connect", L"Host"};
+  DISPID ids[3];
+  const auto dispatch = m_embedded.As<IDispatch>();
+  EXPECT_EQ(dispatch->GetIDsOfNames(IID_NULL, const_cast<LPOLESTR*>(unknown), 2, 0, ids),
+            DISP_E_UNKNOWNNAME);
+  EXPECT_EQ(dispatch->GetIDsOfNames(IID_NULL, const_cast<LPOLESTR*>(names), 3, 0, ids), S_OK);
+
+  LoopbackPeer peer;
+  const VARIANT port = Number(ntohs(peer.Address().port));
+  ASSERT_EQ(m_embedded.Do(OLEIVERB_SHOW), S_OK);
+  ASSERT_EQ(Call(ids[0], {port, m_text}, {ids[1], ids[2]}), S_OK);
+  EXPECT_TRUE(m_result.Type() == VT_I4 && m_result.Get().lVal == 1);
+  peer.Accept();
+  EXPECT_EQ(Call(3, {}, {}, DISPATCH_PROPERTYGET), S_OK);
+  EXPECT_TRUE(m_result.Type() == VT_I4 && m_result.Get().lVal == 3);
+  long untouched = 77;
+  EXPECT_EQ(Call(2, {port, m_text}), E_FAIL);
+  EXPECT_EQ(m_embedded.control->Connect(nullptr, 1, &untouched), E_FAIL);
+  EXPECT_EQ(untouched, 77);
+
+  const Variant type(42L);
+  const Variant data(Bstr(L"before"));
+  const Variant kept(42L);
+  peer.Send(ServerMessage("Answer"));
+  const VARIANT none = Of(VT_BSTR, nullptr);  // an empty text
+  EXPECT_EQ(Call(5, {Number(9999), Place(&data.Get()), Place(&type.Get()), none, m_text}), S_OK);
+  EXPECT_TRUE(type.Text() == u"Answer" && data.Text() == u"<Data/>");
+  EXPECT_EQ(Call(1, {}), S_OK);
+  EXPECT_EQ(Call(5, {Number(9999), Place(&data.Get()), Place(&kept.Get()), none, m_text}), S_OK);
+  EXPECT_TRUE(kept.Type() == VT_I4 && kept.Get().lVal == 42) << "nothing was received";
+}
+
+}  // namespace
+}  // namespace tlk

@@ -1,0 +1,133 @@
+#pragma once
+
+#include <ocidl.h>
+#include <olectl.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "platform/windows/ComPtr.h"
+
+namespace tlk {
+
+/// What a container shows a control, in one object. It is not freed with its last reference.
+class Site final : public IOleClientSite,
+                   public IOleInPlaceSite,
+                   public IOleInPlaceFrame,
+                   public IOleControlSite,
+                   public IAdviseSink,
+                   public IDispatch {
+ public:
+  explicit Site(HWND window) : m_window(window) {}
+
+  /// The names of the control's calls since the last time, one blank between them.
+  std::string TakeCalls() { return std::exchange(m_calls, {}); }
+  [[nodiscard]] ULONG References() const { return m_references; }
+  [[nodiscard]] const ComPtr<IOleInPlaceActiveObject>& Active() const { return m_active; }
+
+  RECT position{10, 20, 110, 70};
+  VARIANT_BOOL userMode = VARIANT_TRUE;
+  std::string refused;  ///< The call that fails.
+  HRESULT refusal = E_ACCESSDENIED;
+  std::function<void(const std::string& call)> during;  ///< Runs inside each call.
+
+  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+    const std::pair<const IID&, IUnknown*> interfaces[] = {
+        {IID_IOleClientSite, static_cast<IOleClientSite*>(this)},
+        {IID_IOleInPlaceSite, static_cast<IOleInPlaceSite*>(this)},
+        {IID_IOleControlSite, static_cast<IOleControlSite*>(this)},
+        {IID_IAdviseSink, static_cast<IAdviseSink*>(this)},
+        {IID_IDispatch, static_cast<IDispatch*>(this)}};
+    *object = nullptr;
+    for (const auto& [id, part] : interfaces) {
+      if (id == iid) *object = ComPtr<IUnknown>(part).Detach();
+    }
+    return *object != nullptr ? S_OK : E_NOINTERFACE;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
+  STDMETHODIMP_(ULONG) Release() override { return --m_references; }
+
+  STDMETHODIMP SaveObject() override { return Note("SaveObject"); }
+  STDMETHODIMP GetMoniker(DWORD, DWORD, IMoniker**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetContainer(IOleContainer**) override { return E_NOINTERFACE; }
+  STDMETHODIMP ShowObject() override { return Note("ShowObject"); }
+  STDMETHODIMP OnShowWindow(BOOL shown) override { return Note(shown ? "Shown" : "Unshown"); }
+  STDMETHODIMP RequestNewObjectLayout() override { return E_NOTIMPL; }
+
+  STDMETHODIMP GetWindow(HWND* window) override {
+    *window = m_window;
+    return Note("GetWindow");
+  }
+  STDMETHODIMP ContextSensitiveHelp(BOOL) override { return E_NOTIMPL; }
+  STDMETHODIMP CanInPlaceActivate() override { return Note("CanInPlaceActivate"); }
+  STDMETHODIMP OnInPlaceActivate() override { return Note("OnInPlaceActivate"); }
+  STDMETHODIMP OnUIActivate() override { return Note("OnUIActivate"); }
+  STDMETHODIMP GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUIWindow** document,
+                                LPRECT where, LPRECT seen, LPOLEINPLACEFRAMEINFO) override {
+    const HRESULT result = Note("GetWindowContext");
+    *frame = ComPtr<IOleInPlaceFrame>(SUCCEEDED(result) ? this : nullptr).Detach();
+    *document = ComPtr<IOleInPlaceUIWindow>(*frame).Detach();
+    *where = position;
+    *seen = position;
+    return result;
+  }
+  STDMETHODIMP Scroll(SIZE) override { return E_NOTIMPL; }
+  STDMETHODIMP OnUIDeactivate(BOOL) override { return Note("OnUIDeactivate"); }
+  STDMETHODIMP OnInPlaceDeactivate() override { return Note("OnInPlaceDeactivate"); }
+  STDMETHODIMP DiscardUndoState() override { return E_NOTIMPL; }
+  STDMETHODIMP DeactivateAndUndo() override { return E_NOTIMPL; }
+  STDMETHODIMP OnPosRectChange(LPCRECT) override { return E_NOTIMPL; }
+
+  STDMETHODIMP GetBorder(LPRECT) override { return INPLACE_E_NOTOOLSPACE; }
+  STDMETHODIMP RequestBorderSpace(LPCBORDERWIDTHS) override { return INPLACE_E_NOTOOLSPACE; }
+  STDMETHODIMP SetBorderSpace(LPCBORDERWIDTHS) override { return Note("SetBorderSpace"); }
+  STDMETHODIMP SetActiveObject(IOleInPlaceActiveObject* active, LPCOLESTR) override {
+    m_active = ComPtr<IOleInPlaceActiveObject>(active);
+    return Note(active != nullptr ? "SetActive" : "ClearActive");
+  }
+  STDMETHODIMP InsertMenus(HMENU, LPOLEMENUGROUPWIDTHS) override { return E_NOTIMPL; }
+  STDMETHODIMP SetMenu(HMENU, HOLEMENU, HWND) override { return E_NOTIMPL; }
+  STDMETHODIMP RemoveMenus(HMENU) override { return E_NOTIMPL; }
+  STDMETHODIMP SetStatusText(LPCOLESTR) override { return E_NOTIMPL; }
+  STDMETHODIMP EnableModeless(BOOL) override { return E_NOTIMPL; }
+  STDMETHODIMP TranslateAccelerator(LPMSG, WORD) override { return E_NOTIMPL; }
+
+  STDMETHODIMP OnControlInfoChanged() override { return E_NOTIMPL; }
+  STDMETHODIMP LockInPlaceActive(BOOL) override { return E_NOTIMPL; }
+  STDMETHODIMP GetExtendedControl(IDispatch**) override { return E_NOTIMPL; }
+  STDMETHODIMP TransformCoords(POINTL*, POINTF*, DWORD) override { return E_NOTIMPL; }
+  STDMETHODIMP TranslateAccelerator(MSG*, DWORD) override { return Note("Key"); }
+  STDMETHODIMP OnFocus(BOOL gained) override { return Note(gained ? "Focus" : "NoFocus"); }
+  STDMETHODIMP ShowPropertyFrame() override { return E_NOTIMPL; }
+
+  STDMETHODIMP_(void) OnDataChange(FORMATETC*, STGMEDIUM*) override { Note("OnDataChange"); }
+  STDMETHODIMP_(void) OnViewChange(DWORD, LONG) override { Note("OnViewChange"); }
+  STDMETHODIMP_(void) OnRename(IMoniker*) override { Note("OnRename"); }
+  STDMETHODIMP_(void) OnSave() override { Note("OnSave"); }
+  STDMETHODIMP_(void) OnClose() override { Note("OnClose"); }
+
+  STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+  STDMETHODIMP Invoke(DISPID property, REFIID, LCID, WORD, DISPPARAMS*, VARIANT* value, EXCEPINFO*,
+                      UINT*) override {
+    value->vt = VT_BOOL;
+    value->boolVal = userMode;
+    return property == DISPID_AMBIENT_USERMODE ? S_OK : DISP_E_MEMBERNOTFOUND;
+  }
+
+ private:
+  HRESULT Note(const std::string& call) {
+    m_calls += (m_calls.empty() ? "" : " ") + call;
+    if (during) during(call);
+    return call == refused ? refusal : S_OK;
+  }
+
+  const HWND m_window;
+  ULONG m_references = 1;
+  std::string m_calls;
+  ComPtr<IOleInPlaceActiveObject> m_active;
+};
+
+}  // namespace tlk
