@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks the sources: format, which way the includes point, warnings as errors, and clang-tidy for both
-# systems.
+# Checks the sources: format, which way the includes point, warnings as errors, clang-tidy as each of the
+# builds sees them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -17,7 +17,8 @@ echo "Checking that includes point downwards"
 scripts/check-includes.sh "${sources[@]}"
 
 build debug
-# Of the Windows build, the generated headers that its sources include are enough.
+# Of the Windows builds, the generated headers that their sources include are enough.
 build windows-x64 tlkc2_idl
-scripts/tidy.sh build/debug build/windows-x64
+build windows-x86 tlkc2_idl
+scripts/tidy.sh build/debug build/windows-x64 build/windows-x86
 echo "Clean"
