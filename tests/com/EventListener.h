@@ -13,11 +13,11 @@ namespace tlk {
 /// A sink of the control's events. It is not freed with its last reference.
 class EventListener final : public IDispatch {
  public:
+  ~EventListener() { EXPECT_EQ(m_references, 1U); }
+
   std::string heard;             ///< The events, in short words.
   std::function<void()> during;  ///< Runs inside the next event.
   HRESULT answer = S_OK;
-
-  [[nodiscard]] ULONG References() const { return m_references; }
 
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
     const bool isMine = iid == IID_IUnknown || iid == IID_IDispatch || iid == DIID__ITlkcEvents;

@@ -14,22 +14,18 @@ namespace tlk {
 /// What a container shows a control, in one object. It is not freed with its last reference.
 class Site final : public IOleClientSite,
                    public IOleInPlaceSite,
-                   public IOleInPlaceFrame,
+                   public IOleInPlaceUIWindow,
                    public IOleControlSite,
-                   public IAdviseSink,
-                   public IDispatch {
+                   public IAdviseSink {
  public:
   explicit Site(HWND window) : m_window(window) {}
 
-  /// The names of the control's calls since the last time, one blank between them.
+  /// The control's calls since the last time, one blank between them.
   std::string TakeCalls() { return std::exchange(m_calls, {}); }
   [[nodiscard]] ULONG References() const { return m_references; }
   [[nodiscard]] const ComPtr<IOleInPlaceActiveObject>& Active() const { return m_active; }
 
-  RECT position{10, 20, 110, 70};
-  VARIANT_BOOL userMode = VARIANT_TRUE;
-  std::string refused;  ///< The call that fails.
-  HRESULT refusal = E_ACCESSDENIED;
+  std::string refused;                                  ///< The call that fails.
   std::function<void(const std::string& call)> during;  ///< Runs inside each call.
 
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
@@ -37,8 +33,7 @@ class Site final : public IOleClientSite,
         {IID_IOleClientSite, static_cast<IOleClientSite*>(this)},
         {IID_IOleInPlaceSite, static_cast<IOleInPlaceSite*>(this)},
         {IID_IOleControlSite, static_cast<IOleControlSite*>(this)},
-        {IID_IAdviseSink, static_cast<IAdviseSink*>(this)},
-        {IID_IDispatch, static_cast<IDispatch*>(this)}};
+        {IID_IAdviseSink, static_cast<IAdviseSink*>(this)}};
     *object = nullptr;
     for (const auto& [id, part] : interfaces) {
       if (id == iid) *object = ComPtr<IUnknown>(part).Detach();
@@ -54,7 +49,6 @@ class Site final : public IOleClientSite,
   STDMETHODIMP ShowObject() override { return Note("ShowObject"); }
   STDMETHODIMP OnShowWindow(BOOL shown) override { return Note(shown ? "Shown" : "Unshown"); }
   STDMETHODIMP RequestNewObjectLayout() override { return E_NOTIMPL; }
-
   STDMETHODIMP GetWindow(HWND* window) override {
     *window = m_window;
     return Note("GetWindow");
@@ -66,10 +60,9 @@ class Site final : public IOleClientSite,
   STDMETHODIMP GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUIWindow** document,
                                 LPRECT where, LPRECT seen, LPOLEINPLACEFRAMEINFO) override {
     const HRESULT result = Note("GetWindowContext");
-    *frame = ComPtr<IOleInPlaceFrame>(SUCCEEDED(result) ? this : nullptr).Detach();
-    *document = ComPtr<IOleInPlaceUIWindow>(*frame).Detach();
-    *where = position;
-    *seen = position;
+    *frame = nullptr;
+    *document = ComPtr<IOleInPlaceUIWindow>(SUCCEEDED(result) ? this : nullptr).Detach();
+    *where = *seen = {10, 20, 110, 70};
     return result;
   }
   STDMETHODIMP Scroll(SIZE) override { return E_NOTIMPL; }
@@ -86,12 +79,6 @@ class Site final : public IOleClientSite,
     m_active = ComPtr<IOleInPlaceActiveObject>(active);
     return Note(active != nullptr ? "SetActive" : "ClearActive");
   }
-  STDMETHODIMP InsertMenus(HMENU, LPOLEMENUGROUPWIDTHS) override { return E_NOTIMPL; }
-  STDMETHODIMP SetMenu(HMENU, HOLEMENU, HWND) override { return E_NOTIMPL; }
-  STDMETHODIMP RemoveMenus(HMENU) override { return E_NOTIMPL; }
-  STDMETHODIMP SetStatusText(LPCOLESTR) override { return E_NOTIMPL; }
-  STDMETHODIMP EnableModeless(BOOL) override { return E_NOTIMPL; }
-  STDMETHODIMP TranslateAccelerator(LPMSG, WORD) override { return E_NOTIMPL; }
 
   STDMETHODIMP OnControlInfoChanged() override { return E_NOTIMPL; }
   STDMETHODIMP LockInPlaceActive(BOOL) override { return E_NOTIMPL; }
@@ -107,21 +94,11 @@ class Site final : public IOleClientSite,
   STDMETHODIMP_(void) OnSave() override { Note("OnSave"); }
   STDMETHODIMP_(void) OnClose() override { Note("OnClose"); }
 
-  STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-  STDMETHODIMP Invoke(DISPID property, REFIID, LCID, WORD, DISPPARAMS*, VARIANT* value, EXCEPINFO*,
-                      UINT*) override {
-    value->vt = VT_BOOL;
-    value->boolVal = userMode;
-    return property == DISPID_AMBIENT_USERMODE ? S_OK : DISP_E_MEMBERNOTFOUND;
-  }
-
  private:
   HRESULT Note(const std::string& call) {
     m_calls += (m_calls.empty() ? "" : " ") + call;
     if (during) during(call);
-    return call == refused ? refusal : S_OK;
+    return call == refused ? E_ABORT : S_OK;
   }
 
   const HWND m_window;
