@@ -32,7 +32,7 @@ void Embedding::SetViewAdvise(DWORD aspects, DWORD flags, IAdviseSink* sink) {
   m_viewAdvisee = ComPtr<IAdviseSink>(sink);
   m_viewAspects = aspects;
   m_viewFlags = flags;
-  if (sink != nullptr && (flags & ADVF_PRIMEFIRST) != 0) TellViewChanged();
+  if (sink != nullptr && (flags & ADVF_PRIMEFIRST) != 0) TellViewer();
 }
 
 void Embedding::GetViewAdvise(DWORD* aspects, DWORD* flags, IAdviseSink** sink) const {
@@ -42,12 +42,15 @@ void Embedding::GetViewAdvise(DWORD* aspects, DWORD* flags, IAdviseSink** sink) 
 }
 
 // Each of these may be the last that holds the sink or the holder, hence the references.
-void Embedding::TellViewChanged() {
+void Embedding::TellViewer() {
   const ComPtr<IAdviseSink> viewer = m_viewAdvisee;
-  if (viewer && (m_viewAspects & DVASPECT_CONTENT) != 0) {
-    if ((m_viewFlags & ADVF_ONLYONCE) != 0) m_viewAdvisee = nullptr;
-    viewer->OnViewChange(DVASPECT_CONTENT, -1);
-  }
+  if (!viewer || (m_viewAspects & DVASPECT_CONTENT) == 0) return;
+  if ((m_viewFlags & ADVF_ONLYONCE) != 0) m_viewAdvisee = nullptr;
+  viewer->OnViewChange(DVASPECT_CONTENT, -1);
+}
+
+void Embedding::TellViewChanged() {
+  TellViewer();
   const ComPtr<IDataAdviseHolder> dataAdvisees = m_dataAdvisees;
   ComPtr<IDataObject> data;
   if (dataAdvisees && SUCCEEDED(m_control.QueryInterface(IID_IDataObject, data.PutVoid()))) {

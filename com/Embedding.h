@@ -52,6 +52,8 @@ class Embedding {
   void TellClosed();
 
  private:
+  void TellViewer();
+
   static constexpr SIZEL kFirstExtent{5080, 5080};  // two inches
 
   IUnknown& m_control;
