@@ -27,9 +27,11 @@ class Sink final : public IDispatch {
   STDMETHODIMP Invoke(DISPID event, REFIID, LCID, WORD, DISPPARAMS* arguments, VARIANT*, EXCEPINFO*,
                       UINT*) override {
     // Arguments come in reverse order.
-    if (event == 1) std::printf("status %ld\n", arguments->rgvarg[0].lVal);
+    // Not on standard output: the control echoes its trace log there.
+    if (event == 1) std::fprintf(stderr, "status %ld\n", arguments->rgvarg[0].lVal);
     if (event == 2) {
-      std::printf("message %ls: %ls\n", arguments->rgvarg[1].bstrVal, arguments->rgvarg[0].bstrVal);
+      std::fprintf(stderr, "message %ls: %ls\n", arguments->rgvarg[1].bstrVal,
+                   arguments->rgvarg[0].bstrVal);
       hasMessage = true;
     }
     return S_OK;
@@ -60,7 +62,7 @@ int main(int argc, char** argv) {
   ITlkc* control = nullptr;
   if (unknown == nullptr ||
       FAILED(unknown->QueryInterface(IID_ITlkc, reinterpret_cast<void**>(&control)))) {
-    std::puts("no control");
+    std::fputs("no control\n", stderr);
     return 1;
   }
 
