@@ -34,7 +34,7 @@ echo "Playing the conversations against the module in its container"
 tests/conversations/play-in-wine.sh "build/${native[0]}" build/windows-x64
 echo "Running the samples of docs/embedding.md"
 tests/embedding/check.sh "build/${native[0]}" build/windows-x64
-echo "Testing windows-x86"
+echo "Testing windows-x86 (without conversations and samples: the system's container does not run there)"
 if start_wine32; then
   in_wine32 ctest --preset windows-x86
   tell_skipped windows-x86
