@@ -86,6 +86,7 @@ STDMETHODIMP Automation::Invoke(DISPID member, REFIID reserved, LCID, WORD flags
       return own->Invoke(self, member, flags, parameters, result, exception, badArgument);
     }
     OutArguments arguments(*parameters);
+    if (!arguments.AreWritable()) return DISP_E_TYPEMISMATCH;
     const HRESULT called =
         own->Invoke(self, member, flags, arguments.ForCall(), result, exception, badArgument);
     arguments.HandOver();

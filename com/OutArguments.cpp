@@ -19,15 +19,20 @@ OutArguments::OutArguments(const DISPPARAMS& given)
     : m_arguments(given.rgvarg, given.rgvarg + given.cArgs), m_parameters(given) {
   m_parameters.rgvarg = m_arguments.data();
   for (UINT i = 0; i < given.cArgs; ++i) {
-    VARIANT& argument = m_arguments[i];
     const DISPID parameter = ParameterOf(given, i);
-    if (argument.vt != (VT_BYREF | VT_VARIANT)) continue;
-    if (parameter != kRecMsg && parameter != kRecData) continue;
-    Place& place = m_places[static_cast<std::size_t>(parameter - kRecMsg)];
-    place.variable = argument.pvarVal;
-    argument.vt = VT_BYREF | VT_BSTR;
-    argument.pbstrVal = place.variable != nullptr ? &place.text : nullptr;
+    if (parameter == kRecMsg || parameter == kRecData) {
+      Lend(m_arguments[i], m_places[static_cast<std::size_t>(parameter - kRecMsg)]);
+    }
   }
+}
+
+void OutArguments::Lend(VARIANT& argument, Place& place) {
+  const bool isMissing = argument.vt == VT_ERROR;
+  if ((argument.vt & VT_BYREF) == 0 && !isMissing) m_areWritable = false;
+  if (argument.vt != (VT_BYREF | VT_VARIANT)) return;
+  place.variable = argument.pvarVal;
+  argument.vt = VT_BYREF | VT_BSTR;
+  argument.pbstrVal = place.variable != nullptr ? &place.text : nullptr;
 }
 
 void OutArguments::HandOver() {

@@ -19,6 +19,9 @@ class OutArguments {
   /// Takes a copy of `given`, whose arguments stay the caller's.
   explicit OutArguments(const DISPPARAMS& given);
 
+  /// Whether what is to be written to can be written to: a value by itself cannot.
+  [[nodiscard]] bool AreWritable() const { return m_areWritable; }
+
   /// What to make the call with. It refers to this object.
   [[nodiscard]] DISPPARAMS* ForCall() { return &m_parameters; }
 
@@ -31,9 +34,12 @@ class OutArguments {
     BSTR text = nullptr;
   };
 
+  void Lend(VARIANT& argument, Place& place);
+
   std::vector<VARIANT> m_arguments;
   DISPPARAMS m_parameters;
   std::array<Place, 2> m_places;
+  bool m_areWritable = true;
 };
 
 }  // namespace tlk

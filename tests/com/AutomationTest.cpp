@@ -57,6 +57,7 @@ TEST_F(AutomationTest, RefusesWhatDoesNotFitAndChangesNothing) {
       {"null", 2, {Number(1), Of(VT_NULL, 0)}, DISP_E_TYPEMISMATCH, {}},
       {"object", 4, {Of(VT_UNKNOWN, nullptr), m_text}, DISP_E_TYPEMISMATCH, {}},
       {"nowhere", 5, {Number(9), place, Place(nullptr), m_text, m_text}, E_POINTER, {}},
+      {"no place", 5, {Number(9), place, m_text, m_text, m_text}, DISP_E_TYPEMISMATCH, {}},
       {"unknown name", 2, {Number(1), m_text}, DISP_E_PARAMNOTFOUND, {1, 7}},
       {"unknown member", 6, {}, DISP_E_MEMBERNOTFOUND, {}},
       {"put", 3, {Number(3)}, DISP_E_MEMBERNOTFOUND, {DISPID_PROPERTYPUT}, DISPATCH_PROPERTYPUT}};
