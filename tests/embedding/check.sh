@@ -90,3 +90,10 @@ compare "status.js" "$work/js.txt" <<'EXPECTED'
 status 0
 the status is read-only
 EXPECTED
+
+# The tool finds the same control by its name.
+tlk() { TMPDIR=$work timeout 60 "$run" "$windows/tools/tlk/tlk.exe" "$@" 2>"$work/quiet.txt"; }
+echo status | tlk host --quiet >"$work/host.txt"
+compare "tlk host, registered" "$work/host.txt" <<<'status hr=0x00000000 value=0'
+tlk doctor </dev/null | tail -n 1 >"$work/doctor.txt"
+compare "tlk doctor, registered" "$work/doctor.txt" <<<'all fits'
