@@ -34,7 +34,6 @@ class InPlaceActivation final : private WindowOwner {
   HRESULT SetObjectRects(const RECT& position, const RECT& clip);
 
   [[nodiscard]] HWND Window() const { return m_window.Handle(); }
-  [[nodiscard]] bool IsActive() const { return m_isActive; }
 
   /// Whether a key is the container's business.
   [[nodiscard]] HRESULT OfferKey(MSG* key);

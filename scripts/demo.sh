@@ -5,6 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
+. scripts/server.sh
 . scripts/wine.sh
 
 work=$(mktemp -d)
@@ -20,16 +21,8 @@ show() { printf '\n%s\n' "$1" && tr -d '\r' <"$2" | sed 's/^/    /'; }
 
 # converse HOST...: plays the script between the server and that host.
 converse() {
-  local port=
   rm -f "$work"/*
-  "$server_program" serve --clients 1 --for 30 >"$work/server.txt" &
-  server=$!
-  for _ in $(seq 100); do
-    port=$(sed -n 's/^listening 127\.0\.0\.1://p' "$work/server.txt")
-    [ -z "$port" ] || break
-    sleep 0.05
-  done
-  [ -n "$port" ] || { echo "The server did not start" >&2; exit 1; }
+  start_server "$server_program" "$work/server.txt"
   cat >"$work/host.script" <<SCRIPT
 connect 127.0.0.1 $port
 send Greeting "<Text>Good morning</Text>"

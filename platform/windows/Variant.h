@@ -20,11 +20,6 @@ class Variant {
     m_value.vt = VT_I4;
     m_value.lVal = number;
   }
-  explicit Variant(bool truth) : Variant() {
-    m_value.vt = VT_BOOL;
-    m_value.boolVal = truth ? VARIANT_TRUE : VARIANT_FALSE;
-  }
-  Variant(const void*) = delete;  // would be taken for a truth
   Variant(Variant&& other) noexcept : Variant() { std::swap(m_value, other.m_value); }
   ~Variant() { VariantClear(&m_value); }
 

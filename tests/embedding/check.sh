@@ -6,6 +6,7 @@ native=$(realpath "$1")
 windows=$(realpath "$2")
 samples=$(realpath "$(dirname "$0")")
 cd "$samples/../.."
+. scripts/server.sh
 run=$PWD/scripts/run-in-wine.sh
 work=$(mktemp -d)
 server=
@@ -38,14 +39,7 @@ compare "the guide shows status.vbs" <(block vb) <"$samples/status.vbs"
 compare "the guide shows status.js" <(block js) <"$samples/status.js"
 
 greet() {
-  "$native/tools/tlk/tlk" serve --clients 1 --for 60 >"$work/server.txt" &
-  server=$!
-  local port=
-  for _ in $(seq 200); do
-    port=$(sed -n 's/^listening 127\.0\.0\.1://p' "$work/server.txt")
-    [ -z "$port" ] || break
-    sleep 0.05
-  done
+  start_server "$native/tools/tlk/tlk" "$work/server.txt"
   TMPDIR=$work timeout 60 "$run" "$work/greeter.exe" "$port" </dev/null >"$work/log.txt" 2>"$work/told.txt" ||
     { cat "$work/told.txt" && exit 1; }
   wait "$server"
