@@ -102,6 +102,13 @@ int TLK_XMLBuilder::CreateMessage(std::string_view type, std::int32_t sender,
   return -1;
 }
 
+int TLK_XMLBuilder::CreateMessage(std::string_view type, std::int32_t sender, std::int32_t receiver,
+                                  std::int32_t status, std::string_view description) {
+  if (CreateMessage(type, sender, receiver) != 0) return -1;
+  AddStatus(Decimal(status).data(), description);
+  return 0;
+}
+
 int TLK_XMLBuilder::GetXml(std::string& xml) {
   if (!m_isStamped) return Serialise(xml);
   xml.swap(m_stampedText);

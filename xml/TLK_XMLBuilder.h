@@ -39,6 +39,11 @@ class TLK_XMLBuilder {
   /// Replaces the document by a fresh envelope.
   int CreateMessage(std::string_view type, std::int32_t sender, std::int32_t receiver);
 
+  /// The same with a status reply in it. Only the envelope decides on the result: it is 0 also when
+  /// the status could not be added.
+  int CreateMessage(std::string_view type, std::int32_t sender, std::int32_t receiver,
+                    std::int32_t status, std::string_view description);
+
   /// Serialises the document. The text ends before its first zero byte.
   int GetXml(std::string& xml);
 
@@ -62,6 +67,62 @@ class TLK_XMLBuilder {
   /// Appends a payload, one well-formed element, as the last child of `Data`. A payload that is not
   /// well-formed is reported and left out, with result 0.
   int AppendData(std::string_view payload);
+
+  /// Appends a `Status` to `Data`, which is made if need be:
+  ///
+  ///     <Status><Value>3</Value><Description>Line busy</Description></Status>
+  ///
+  /// This and the two list operations give -1 only without a document; any other failure is
+  /// reported, leaves what was appended before it, and gives 0.
+  int AddStatus(std::string_view value, std::string_view description);
+
+  /// Appends an entry to the `Conference_List` under `Data`; the list is made for its first entry,
+  /// but `Data` must be there. The unit of the time is the caller's. `EllapsedTime` is how the wire
+  /// spells it:
+  ///
+  ///     <Conference Name="a" ParticipantCount="2" Creator="b" EllapsedTime="60"/>
+  int AddConferenceList(std::string_view name, std::int32_t participantCount,
+                        std::string_view creator, std::uint32_t elapsedTime);
+
+  /// The same for the `Participant_List`. The arguments name the leader before the creator, the wire
+  /// the creator before the leader. The flags are true when they are not 0; `unused` is not read:
+  ///
+  ///     <Participant Name="a" Creator="FALSE" Leader="TRUE" Queue_Index="-1"/>
+  int AddParticipantList(std::string_view name, std::int32_t isLeader, std::int32_t isCreator,
+                         std::int32_t queueIndex, std::string_view unused);
+
+  /// The attribute list of a message is the element `Attribute_List`; the elements in it are the
+  /// attributes, named by their element names. These operations edit it from lists that are given
+  /// as documents:
+  ///
+  ///     <Attribute_List><Colour>red</Colour><Size unit="cm">3</Size></Attribute_List>
+  ///     <Path_List><Path>Colour</Path><Path>Size/@unit/..</Path></Path_List>
+  ///
+  /// The list is looked for anywhere in the given text and in the message. A path is an XPath
+  /// expression that starts from the message's `Attribute_List`; one that selects nothing, or is
+  /// malformed, is passed over. With paths, the first attribute goes with the first path and so on,
+  /// and what is left over in the longer list is ignored. Prefixes of names do not count.
+  ///
+  /// A list that is missing or empty is reported and gives -1. Entries that were handled before a
+  /// failure stay.
+
+  /// Appends every attribute to the message's list, which is made if need be under `Data`, which
+  /// must be there. An attribute that is there already is there twice then.
+  int AddAttributes(std::string_view attributes);
+  /// Appends each attribute to what its path selects. A path that is empty ends it with -1.
+  int AddAttributesAtPaths(std::string_view attributes, std::string_view paths);
+
+  /// Removes, for each attribute given, the first in the message's list of the same name; what else
+  /// the given one holds does not count. 0 when at least one was removed, else -1.
+  int DeleteAttributes(std::string_view attributes);
+  /// Removes what the paths select, likewise.
+  int DeleteAttributesAtPaths(std::string_view paths);
+
+  /// Puts each attribute given in the place of the first in the message's list of the same name. 0
+  /// when at least one was replaced, else -1.
+  int UpdateAttributes(std::string_view attributes);
+  /// Puts each attribute in the place of what its path selects, likewise.
+  int UpdateAttributesAtPaths(std::string_view attributes, std::string_view paths);
 
   [[nodiscard]] bool HasDocument() const { return m_document != nullptr; }
 
