@@ -67,6 +67,23 @@ class DomDocument {
   /// Its names keep their namespaces. Both documents are of one factory.
   virtual DomResult AppendChild(DomNode parent, DomNode child) = 0;
 
+  /// Takes a node from its parent. An element then stands nowhere, like one that was just made, and
+  /// its handle and those of what is in it stay good; any other node is gone. A node without a
+  /// parent, as attributes and the document are, is a bad argument.
+  [[nodiscard]] virtual DomResult Remove(DomNode node) = 0;
+
+  /// Puts `replacement` in the place of a node, which is removed. The replacement is brought over
+  /// as a child is in `AppendChild`. When that fails the node stays where it is.
+  [[nodiscard]] virtual DomResult Replace(DomNode node, DomNode replacement) = 0;
+
+  /// The first child of a node, and the node behind a node under the same parent; nothing when
+  /// there is none, as with attributes. Text that is white space alone is passed over.
+  [[nodiscard]] virtual DomResult FirstChild(DomNode node, DomNode& child) = 0;
+  [[nodiscard]] virtual DomResult NextSibling(DomNode node, DomNode& sibling) = 0;
+
+  /// The name of an element without its prefix; nothing for any other node.
+  [[nodiscard]] virtual DomResult BaseName(DomNode node, std::string& name) = 0;
+
   /// The node as an element; nothing when it is none.
   [[nodiscard]] virtual DomResult AsElement(DomNode node, DomNode& element) = 0;
   virtual DomResult SetAttribute(DomNode element, std::string_view name,
@@ -74,6 +91,9 @@ class DomDocument {
   /// An attribute's value; nothing when the element has none of that name.
   [[nodiscard]] virtual DomResult Attribute(DomNode element, std::string_view name,
                                             std::string& value) = 0;
+
+  /// Replaces everything in an element by a text; an empty text leaves it empty.
+  virtual DomResult SetText(DomNode element, std::string_view text) = 0;
 
   /// The first node, in document order, that `path` selects from `context`, which is no attribute;
   /// from the document itself when `context` is null.

@@ -78,6 +78,21 @@ class ScriptedDomDocument final : public DomDocument {
   DomResult AppendChild(DomNode parent, DomNode child) override {
     return m_script.Meet("append", [&] { return m_real->AppendChild(parent, child); });
   }
+  DomResult Remove(DomNode node) override {
+    return m_script.Meet("remove", [&] { return m_real->Remove(node); });
+  }
+  DomResult Replace(DomNode node, DomNode replacement) override {
+    return m_script.Meet("replace", [&] { return m_real->Replace(node, replacement); });
+  }
+  DomResult FirstChild(DomNode node, DomNode& child) override {
+    return m_script.Meet("child", [&] { return m_real->FirstChild(node, child); });
+  }
+  DomResult NextSibling(DomNode node, DomNode& sibling) override {
+    return m_script.Meet("sibling", [&] { return m_real->NextSibling(node, sibling); });
+  }
+  DomResult BaseName(DomNode node, std::string& name) override {
+    return m_script.Meet("base name", [&] { return m_real->BaseName(node, name); });
+  }
   DomResult AsElement(DomNode node, DomNode& element) override {
     return m_script.Meet("element", [&] { return m_real->AsElement(node, element); });
   }
@@ -88,6 +103,10 @@ class ScriptedDomDocument final : public DomDocument {
   DomResult Attribute(DomNode element, std::string_view name, std::string& value) override {
     return m_script.Meet("attribute " + std::string(name),
                          [&] { return m_real->Attribute(element, name, value); });
+  }
+  DomResult SetText(DomNode element, std::string_view text) override {
+    return m_script.Meet("set text " + std::string(text),
+                         [&] { return m_real->SetText(element, text); });
   }
   DomResult SelectNode(DomNode context, std::string_view path, DomNode& node) override {
     return m_script.Meet("select", [&] { return m_real->SelectNode(context, path, node); });

@@ -20,6 +20,11 @@ constexpr unsigned int kParseOptions = pugi::parse_cdata | pugi::parse_comments 
                                        pugi::parse_escapes | pugi::parse_pi |
                                        pugi::parse_wconv_attribute | pugi::parse_ws_pcdata_single;
 
+bool IsBlankText(const pugi::xml_node& node) {
+  if (node.type() != pugi::node_pcdata) return false;
+  return std::string_view(node.value()).find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
 class PugiDocument : public DomDocument {
  public:
   PugiDocument(PugiStorePool& pool, std::unique_ptr<PugiStore> store)
@@ -41,19 +46,31 @@ class PugiDocument : public DomDocument {
   DomResult SetDocumentElement(DomNode element) override;
   DomResult DocumentElement(DomNode& element) override;
   DomResult AppendChild(DomNode parent, DomNode child) override;
+  DomResult Remove(DomNode node) override;
+  DomResult Replace(DomNode node, DomNode replacement) override;
+  DomResult FirstChild(DomNode node, DomNode& child) override;
+  DomResult NextSibling(DomNode node, DomNode& sibling) override;
+  DomResult BaseName(DomNode node, std::string& name) override;
   DomResult AsElement(DomNode node, DomNode& element) override;
   DomResult SetAttribute(DomNode element, std::string_view name, std::string_view value) override;
   DomResult Attribute(DomNode element, std::string_view name, std::string& value) override;
+  DomResult SetText(DomNode element, std::string_view text) override;
   DomResult SelectNode(DomNode context, std::string_view path, DomNode& node) override;
   DomResult Text(DomNode node, std::string& text) override;
   DomResult Xml(DomNode node, std::string& xml) override;
 
  private:
-  pugi::xml_document& Tree() { return m_store->tree; }
+  [[nodiscard]] pugi::xml_document& Tree() const { return m_store->tree; }
   void Clear();
   DomResult Parse(std::string_view text);
   bool TakeName(std::string_view name);
-  DomResult Place(pugi::xml_node parent, pugi::xml_node child, pugi::xml_node& placed);
+  [[nodiscard]] bool IsStray(const pugi::xml_node& node) const;
+  [[nodiscard]] bool HasParent(const pugi::xml_node& node) const;
+  [[nodiscard]] bool MayReplace(const pugi::xml_node& old, const pugi::xml_node& fresh) const;
+  [[nodiscard]] DomNode FirstSeen(pugi::xml_node node) const;
+  DomResult Place(pugi::xml_node parent, const pugi::xml_node& child, const pugi::xml_node& before,
+                  pugi::xml_node& placed);
+  void TakeOut(pugi::xml_node node);
   void WriteDocument(std::string& utf8);
   void WriteNode(DomNode node, std::string& utf8);
 
@@ -127,7 +144,7 @@ DomResult PugiDocument::SetDocumentElement(DomNode element) {
   return Contained([&] {
     const bool replaces = m_root;
     pugi::xml_node placed;
-    const DomResult result = Place(Tree(), child, placed);
+    const DomResult result = Place(Tree(), child, {}, placed);
     if (result != kDomOk) return result;
     m_root = placed;
     if (replaces) ++m_strays;
@@ -145,21 +162,105 @@ DomResult PugiDocument::AppendChild(DomNode parent, DomNode child) {
   const pugi::xml_node added = NodeOf(child);
   if (!element || !added || element.root() != Tree()) return kDomBadArgument;
   pugi::xml_node placed;
-  return Contained([&] { return Place(element, added, placed); });
+  return Contained([&] { return Place(element, added, {}, placed); });
 }
 
-// Moves a node of this tree, or copies one of another, to the end of `parent`.
-DomResult PugiDocument::Place(pugi::xml_node parent, pugi::xml_node child, pugi::xml_node& placed) {
+bool PugiDocument::IsStray(const pugi::xml_node& node) const {
+  return node.type() == pugi::node_element && node.parent() == Tree() && node != m_root;
+}
+
+// Whether a node belongs to this document or one of its strays, and stands somewhere in it.
+bool PugiDocument::HasParent(const pugi::xml_node& node) const {
+  return node && node.root() == Tree() && node.parent() && !IsStray(node);
+}
+
+// Moves a node of this tree, or copies one of another, to its place under `parent`: in front of
+// `before`, or at the end.
+DomResult PugiDocument::Place(pugi::xml_node parent, const pugi::xml_node& child,
+                              const pugi::xml_node& before, pugi::xml_node& placed) {
   const pugi::xml_node scope = child.parent();
-  const bool own = child.root() == Tree();
   const bool wasRoot = child == m_root;
-  const bool wasStray = own && !wasRoot && scope == Tree() && child.type() == pugi::node_element;
-  placed = own ? parent.append_move(child) : parent.append_copy(child);
+  const bool wasStray = IsStray(child);
+  if (child.root() == Tree()) {
+    placed = before ? parent.insert_move_before(child, before) : parent.append_move(child);
+  } else {
+    placed = before ? parent.insert_copy_before(child, before) : parent.append_copy(child);
+  }
   if (!placed) return kDomFailed;
   if (wasRoot) m_root = {};
   if (wasStray) --m_strays;
   if (placed.type() == pugi::node_element) KeepDeclarations(scope, placed);
   return kDomOk;
+}
+
+// Takes a node from its parent. An element stays, as a stray.
+void PugiDocument::TakeOut(pugi::xml_node node) {
+  pugi::xml_node parent = node.parent();
+  if (node.type() != pugi::node_element) {
+    parent.remove_child(node);
+    return;
+  }
+  if (node == m_root) m_root = {};
+  Tree().append_move(node);
+  ++m_strays;
+  KeepDeclarations(parent, node);
+}
+
+DomResult PugiDocument::Remove(DomNode node) {
+  const pugi::xml_node removed = NodeOf(node);
+  if (!HasParent(removed)) return kDomBadArgument;
+  TakeOut(removed);
+  return kDomOk;
+}
+
+// At the top of a document stand comments, processing instructions and one element.
+bool PugiDocument::MayReplace(const pugi::xml_node& old, const pugi::xml_node& fresh) const {
+  if (old.parent() != Tree()) return true;
+  if (fresh.type() == pugi::node_element) return !m_root || old == m_root || fresh == m_root;
+  return fresh.type() == pugi::node_comment || fresh.type() == pugi::node_pi;
+}
+
+DomResult PugiDocument::Replace(DomNode node, DomNode replacement) {
+  const pugi::xml_node old = NodeOf(node);
+  const pugi::xml_node fresh = NodeOf(replacement);
+  if (!HasParent(old) || !fresh || !MayReplace(old, fresh)) return kDomBadArgument;
+  if (old == fresh) return kDomOk;
+  return Contained([&] {
+    const bool atTop = old.parent() == Tree();
+    pugi::xml_node placed;
+    const DomResult result = Place(old.parent(), fresh, old, placed);
+    if (result != kDomOk) return result;
+    TakeOut(old);
+    if (atTop && placed.type() == pugi::node_element) m_root = placed;
+    return result;
+  });
+}
+
+// The node, or the next one behind it that is to be seen: no stray, nor blanks between elements.
+DomNode PugiDocument::FirstSeen(pugi::xml_node node) const {
+  while (IsStray(node) || IsBlankText(node)) node = node.next_sibling();
+  return HandleOf(node);
+}
+
+DomResult PugiDocument::FirstChild(DomNode node, DomNode& child) {
+  child = FirstSeen(NodeOf(node).first_child());
+  return child != nullptr ? kDomOk : kDomNothing;
+}
+
+DomResult PugiDocument::NextSibling(DomNode node, DomNode& sibling) {
+  const pugi::xml_node before = NodeOf(node);
+  sibling = IsStray(before) ? nullptr : FirstSeen(before.next_sibling());
+  return sibling != nullptr ? kDomOk : kDomNothing;
+}
+
+DomResult PugiDocument::BaseName(DomNode node, std::string& name) {
+  const pugi::xml_node element = ElementOf(node);
+  if (!element) return kDomNothing;
+  return Contained([&] {
+    const std::string_view whole = element.name();
+    m_store->text.FromTree(whole.substr(whole.find(':') + 1), name);
+    return kDomOk;
+  });
 }
 
 DomResult PugiDocument::AsElement(DomNode node, DomNode& element) {
@@ -189,6 +290,24 @@ DomResult PugiDocument::Attribute(DomNode element, std::string_view name, std::s
     const pugi::xml_attribute attribute = owner.attribute(m_store->name.c_str());
     if (!attribute) return kDomNothing;
     m_store->text.FromTree(attribute.value(), value);
+    return kDomOk;
+  });
+}
+
+DomResult PugiDocument::SetText(DomNode element, std::string_view text) {
+  pugi::xml_node owner = ElementOf(element);
+  if (!owner) return kDomBadArgument;
+  return Contained([&] {
+    m_store->text.ToTreeValue(text, m_store->value);
+    pugi::xml_node fresh;
+    if (!m_store->value.empty()) {
+      fresh = owner.append_child(pugi::node_pcdata);
+      if (!fresh.set_value(m_store->value.c_str())) {
+        owner.remove_child(fresh);
+        return kDomOutOfMemory;
+      }
+    }
+    while (owner.first_child() != fresh) owner.remove_child(owner.first_child());
     return kDomOk;
   });
 }
