@@ -16,6 +16,13 @@ struct LocalTime {
   int millisecond = 0;
 };
 
+/// Times in units of 100 nanoseconds: now, since the beginning of 1601 UTC, and the processor time
+/// that the process has used, its own and the system's for it.
+struct ProcessTimes {
+  std::int64_t now = 0;
+  std::int64_t processor = 0;
+};
+
 /// What the process finds around itself. Safe to call from any thread.
 class Surroundings {
  public:
@@ -39,7 +46,11 @@ class Surroundings {
   /// Milliseconds since some fixed moment; never steps back.
   [[nodiscard]] virtual std::uint64_t TickCount() const = 0;
 
+  /// Sleeps; 0 lets other threads that are ready run first.
   virtual void Sleep(std::uint32_t milliseconds) = 0;
+
+  /// False when the system does not tell.
+  [[nodiscard]] virtual bool ReadProcessTimes(ProcessTimes& times) const = 0;
 };
 
 }  // namespace tlk

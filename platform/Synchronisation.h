@@ -18,14 +18,18 @@ enum class WaitResult : std::uint32_t {
   kFailed = 0xFFFFFFFF,  ///< `Synchronisation::LastError` tells why.
 };
 
-/// A mutex with an owner. The owner may take it again and then releases it as often. Destroying the
-/// object closes it; a named mutex lives on while another process or object has it open.
-class SystemMutex {
+/// Something that the system lets a thread wait for.
+class Waitable {
  public:
-  virtual ~SystemMutex() = default;
+  virtual ~Waitable() = default;
 
   [[nodiscard]] virtual WaitResult Wait(std::uint32_t milliseconds) = 0;
+};
 
+/// A mutex with an owner. The owner may take it again and then releases it as often. Destroying the
+/// object closes it; a named mutex lives on while another process or object has it open.
+class SystemMutex : public Waitable {
+ public:
   /// Gives one hold back; false, with the last error set, when the calling thread is not the owner.
   [[nodiscard]] virtual bool Release() = 0;
 };
@@ -33,28 +37,34 @@ class SystemMutex {
 /// An event. An auto-reset event lets one waiter go and is then no longer signalled; a manual-reset
 /// event stays signalled until it is reset. Setting an event makes everything that the setter wrote
 /// before visible to the waiter that it lets go.
-class SystemEvent {
+class SystemEvent : public Waitable {
  public:
-  virtual ~SystemEvent() = default;
-
-  [[nodiscard]] virtual WaitResult Wait(std::uint32_t milliseconds) = 0;
   virtual void Set() = 0;
   virtual void Reset() = 0;
 };
 
 enum class ResetMode { kAutomatic, kManual };
 
-/// A thread. It is created suspended. Destroying the object lets a thread that was resumed run on,
-/// and ends one that never was without running its work.
-class SystemThread {
+/// A thread; waiting for it is waiting for its end. It is created suspended. Destroying the object
+/// lets a thread that was resumed run on, and ends one that never was without running its work.
+class SystemThread : public Waitable {
  public:
-  virtual ~SystemThread() = default;
-
   [[nodiscard]] virtual std::uint32_t Id() const = 0;
   virtual void Resume() = 0;
 
-  /// Waits for the thread's end.
-  [[nodiscard]] virtual WaitResult Wait(std::uint32_t milliseconds) = 0;
+  /// From here on the end of the object leaves the system's own handle of the thread open, where
+  /// the system has such handles.
+  virtual void LeaveOpen() = 0;
+};
+
+/// A place for one pointer that each thread has for itself, empty at first. At a thread's end its
+/// pointer is just forgotten.
+class ThreadSlot {
+ public:
+  virtual ~ThreadSlot() = default;
+
+  [[nodiscard]] virtual void* Get() const noexcept = 0;
+  virtual void Set(void* pointer) noexcept = 0;
 };
 
 /// Makes the system's mutexes, events and threads. Safe to call from any thread. A maker returns
@@ -82,6 +92,12 @@ class Synchronisation {
 
   /// A suspended thread that will run `work`, which must not throw.
   [[nodiscard]] virtual std::unique_ptr<SystemThread> NewThread(std::function<void()> work) = 0;
+
+  /// The calling thread, which is running already. The object closes its handle at its end, unless
+  /// told otherwise.
+  [[nodiscard]] virtual std::unique_ptr<SystemThread> OpenCurrentThread() = 0;
+
+  [[nodiscard]] virtual std::unique_ptr<ThreadSlot> NewThreadSlot() = 0;
 
   [[nodiscard]] virtual std::uint32_t CurrentThreadId() const = 0;
 

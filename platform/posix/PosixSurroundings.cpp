@@ -38,6 +38,13 @@ seconds UnpackedOffset(std::uint64_t packed) {
   return seconds(static_cast<std::int64_t>(packed & kMask) - kOffsetMiddle);
 }
 
+constexpr std::int64_t kUnitsPerSecond = 10'000'000;
+constexpr std::int64_t k1601To1970 = 11'644'473'600 * kUnitsPerSecond;
+
+std::int64_t HundredNanoseconds(const timespec& time) {
+  return time.tv_sec * kUnitsPerSecond + time.tv_nsec / 100;
+}
+
 }  // namespace
 
 std::uint32_t PosixSurroundings::TemporaryFolder(std::span<char> buffer) const {
@@ -90,7 +97,18 @@ std::uint64_t PosixSurroundings::TickCount() const {
 }
 
 void PosixSurroundings::Sleep(std::uint32_t milliseconds) {
+  if (milliseconds == 0) return std::this_thread::yield();
   std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+bool PosixSurroundings::ReadProcessTimes(ProcessTimes& times) const {
+  timespec now{};
+  timespec processor{};
+  if (clock_gettime(CLOCK_REALTIME, &now) != 0) return false;
+  if (clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &processor) != 0) return false;
+  times = {.now = k1601To1970 + HundredNanoseconds(now),
+           .processor = HundredNanoseconds(processor)};
+  return true;
 }
 
 }  // namespace tlk

@@ -20,6 +20,7 @@ class PosixSurroundings final : public Surroundings {
   [[nodiscard]] LocalTime Now() const override;
   [[nodiscard]] std::uint64_t TickCount() const override;
   void Sleep(std::uint32_t milliseconds) override;
+  [[nodiscard]] bool ReadProcessTimes(ProcessTimes& times) const override;
 
   /// The local time at a moment. The zone's offset is asked for once a minute; a process that
   /// changes its time zone (and calls `tzset`) sees that in the next one.

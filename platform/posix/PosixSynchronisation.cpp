@@ -5,7 +5,9 @@
 #include "platform/posix/PosixEvent.h"
 #include "platform/posix/PosixMutex.h"
 #include "platform/posix/PosixNamedMutex.h"
+#include "platform/posix/PosixOpenedThread.h"
 #include "platform/posix/PosixThread.h"
+#include "platform/posix/PosixThreadSlot.h"
 #include "platform/posix/ThreadContext.h"
 
 namespace tlk {
@@ -32,6 +34,14 @@ WaitResult PosixSynchronisation::WaitEither(SystemEvent& first, SystemEvent& sec
 
 std::unique_ptr<SystemThread> PosixSynchronisation::NewThread(std::function<void()> work) {
   return PosixThread::Create(std::move(work));
+}
+
+std::unique_ptr<SystemThread> PosixSynchronisation::OpenCurrentThread() {
+  return std::make_unique<PosixOpenedThread>();
+}
+
+std::unique_ptr<ThreadSlot> PosixSynchronisation::NewThreadSlot() {
+  return PosixThreadSlot::Create();
 }
 
 std::uint32_t PosixSynchronisation::CurrentThreadId() const { return CurrentThreadNumber(); }

@@ -18,6 +18,8 @@ class PosixSynchronisation final : public Synchronisation {
   [[nodiscard]] WaitResult WaitEither(SystemEvent& first, SystemEvent& second,
                                       std::uint32_t milliseconds) override;
   [[nodiscard]] std::unique_ptr<SystemThread> NewThread(std::function<void()> work) override;
+  [[nodiscard]] std::unique_ptr<SystemThread> OpenCurrentThread() override;
+  [[nodiscard]] std::unique_ptr<ThreadSlot> NewThreadSlot() override;
   [[nodiscard]] std::uint32_t CurrentThreadId() const override;
   [[nodiscard]] int LastError() const override;
 };

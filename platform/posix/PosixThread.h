@@ -25,6 +25,7 @@ class PosixThread final : public SystemThread {
   [[nodiscard]] std::uint32_t Id() const override;
   void Resume() override;
   [[nodiscard]] WaitResult Wait(std::uint32_t milliseconds) override;
+  void LeaveOpen() override {}
 
  private:
   struct State;

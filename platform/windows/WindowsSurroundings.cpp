@@ -3,6 +3,13 @@
 #include <windows.h>
 
 namespace tlk {
+namespace {
+
+std::int64_t Count(const FILETIME& time) {
+  return static_cast<std::int64_t>(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime);
+}
+
+}  // namespace
 
 std::uint32_t WindowsSurroundings::TemporaryFolder(std::span<char> buffer) const {
   // Asked without room first: given too little, the system may write into it all the same.
@@ -28,5 +35,17 @@ LocalTime WindowsSurroundings::Now() const {
 std::uint64_t WindowsSurroundings::TickCount() const { return ::GetTickCount64(); }
 
 void WindowsSurroundings::Sleep(std::uint32_t milliseconds) { ::Sleep(milliseconds); }
+
+bool WindowsSurroundings::ReadProcessTimes(ProcessTimes& times) const {
+  FILETIME created{};
+  FILETIME ended{};
+  FILETIME kernel{};
+  FILETIME user{};
+  if (!::GetProcessTimes(::GetCurrentProcess(), &created, &ended, &kernel, &user)) return false;
+  FILETIME now{};
+  ::GetSystemTimeAsFileTime(&now);
+  times = {.now = Count(now), .processor = Count(kernel) + Count(user)};
+  return true;
+}
 
 }  // namespace tlk

@@ -14,6 +14,7 @@ class WindowsSurroundings final : public Surroundings {
   [[nodiscard]] LocalTime Now() const override;
   [[nodiscard]] std::uint64_t TickCount() const override;
   void Sleep(std::uint32_t milliseconds) override;
+  [[nodiscard]] bool ReadProcessTimes(ProcessTimes& times) const override;
 };
 
 }  // namespace tlk

@@ -4,7 +4,9 @@
 #include <utility>
 
 #include "platform/windows/OwnedHandle.h"
+#include "platform/windows/WindowsOpenedThread.h"
 #include "platform/windows/WindowsThread.h"
+#include "platform/windows/WindowsThreadSlot.h"
 
 namespace tlk {
 namespace {
@@ -81,6 +83,14 @@ WaitResult WindowsSynchronisation::WaitEither(SystemEvent& first, SystemEvent& s
 
 std::unique_ptr<SystemThread> WindowsSynchronisation::NewThread(std::function<void()> work) {
   return WindowsThread::Create(std::move(work));
+}
+
+std::unique_ptr<SystemThread> WindowsSynchronisation::OpenCurrentThread() {
+  return WindowsOpenedThread::OpenCurrent();
+}
+
+std::unique_ptr<ThreadSlot> WindowsSynchronisation::NewThreadSlot() {
+  return WindowsThreadSlot::Create();
 }
 
 std::uint32_t WindowsSynchronisation::CurrentThreadId() const { return ::GetCurrentThreadId(); }

@@ -69,9 +69,12 @@ HMODULE WindowsThread::RunAndRelease(void* argument) noexcept {
 }
 
 WindowsThread::~WindowsThread() {
-  if (!m_handle || m_isResumed) return;
-  m_state->work = nullptr;
-  ::ResumeThread(m_handle.get());
+  if (!m_handle) return;
+  if (!m_isResumed) {
+    m_state->work = nullptr;
+    ::ResumeThread(m_handle.get());
+  }
+  if (m_isLeftOpen) static_cast<void>(m_handle.release());
 }
 
 void WindowsThread::Resume() {

@@ -23,6 +23,7 @@ class WindowsThread final : public SystemThread {
   [[nodiscard]] std::uint32_t Id() const override { return m_id; }
   void Resume() override;
   [[nodiscard]] WaitResult Wait(std::uint32_t milliseconds) override;
+  void LeaveOpen() override { m_isLeftOpen = true; }
 
  private:
   struct State;
@@ -36,6 +37,7 @@ class WindowsThread final : public SystemThread {
   OwnedHandle m_handle;
   unsigned m_id = 0;
   bool m_isResumed = false;
+  bool m_isLeftOpen = false;
 };
 
 }  // namespace tlk

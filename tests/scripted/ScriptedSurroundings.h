@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -54,6 +55,17 @@ class ScriptedSurroundings final : public Surroundings {
     m_ticks += milliseconds;
   }
 
+  void SetProcessTimes(std::optional<ProcessTimes> times) {
+    const std::lock_guard lock(m_mutex);
+    m_processTimes = times;
+  }
+
+  [[nodiscard]] bool ReadProcessTimes(ProcessTimes& times) const override {
+    const std::optional<ProcessTimes> told = Copy(m_processTimes);
+    if (told) times = *told;
+    return told.has_value();
+  }
+
  private:
   template <typename T>
   [[nodiscard]] T Copy(const T& value) const {
@@ -65,6 +77,7 @@ class ScriptedSurroundings final : public Surroundings {
   std::string m_folder = "/tmp/";
   LocalTime m_now{2026, 11, 16};
   std::uint64_t m_ticks = 1'000'000;
+  std::optional<ProcessTimes> m_processTimes;
   std::vector<std::string> m_debugTexts;
   std::vector<std::uint32_t> m_sleeps;
 };

@@ -39,6 +39,15 @@ class ScriptedSynchronisation final : public Synchronisation {
   bool refusesThreads = false;
   bool refusesNamedMutexes = false;
 
+  bool refusesCurrentThread = false;
+  bool refusesThreadSlots = false;
+
+  /// How many threads have been told to leave their handle open, how many objects of threads that
+  /// ran already are there, and how many slots.
+  std::atomic<int> leftOpen{0};
+  std::atomic<int> openedThreads{0};
+  std::atomic<int> threadSlots{0};
+
   /// How many threads are in a wait for one event.
   std::atomic<int> waitingForEvents{0};
 
@@ -77,7 +86,18 @@ class ScriptedSynchronisation final : public Synchronisation {
   // Whoever asks for a thread has to resume it.
   std::unique_ptr<SystemThread> NewThread(std::function<void()> work) override {
     if (refusesThreads) return nullptr;
-    return std::make_unique<Thread>(m_threads.emplace_back(m_real.NewThread(std::move(work))));
+    const auto& thread = m_threads.emplace_back(m_real.NewThread(std::move(work)));
+    return std::make_unique<Thread>(leftOpen, thread);
+  }
+
+  std::unique_ptr<SystemThread> OpenCurrentThread() override {
+    if (refusesCurrentThread) return nullptr;
+    return std::make_unique<OpenedThread>(openedThreads, leftOpen, m_real.OpenCurrentThread());
+  }
+
+  std::unique_ptr<ThreadSlot> NewThreadSlot() override {
+    if (refusesThreadSlots) return nullptr;
+    return std::make_unique<Slot>(threadSlots, m_real.NewThreadSlot());
   }
 
   std::uint32_t CurrentThreadId() const override { return m_real.CurrentThreadId(); }
@@ -115,14 +135,49 @@ class ScriptedSynchronisation final : public Synchronisation {
     const std::unique_ptr<SystemEvent> real;
   };
 
-  struct Thread final : SystemThread {
-    explicit Thread(std::shared_ptr<SystemThread> thread) : real(std::move(thread)) {}
+  /// Counts itself for as long as it lives.
+  struct Counted {
+    explicit Counted(std::atomic<int>& counter) : count(counter) { ++count; }
+    ~Counted() { --count; }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
+
+    std::atomic<int>& count;
+  };
+
+  struct Thread : SystemThread {
+    Thread(std::atomic<int>& counter, std::shared_ptr<SystemThread> thread)
+        : left(counter), real(std::move(thread)) {}
 
     std::uint32_t Id() const override { return real->Id(); }
     void Resume() override { real->Resume(); }
     WaitResult Wait(std::uint32_t milliseconds) override { return real->Wait(milliseconds); }
+    void LeaveOpen() override {
+      ++left;
+      real->LeaveOpen();
+    }
 
+    std::atomic<int>& left;
     const std::shared_ptr<SystemThread> real;
+  };
+
+  struct OpenedThread final : Thread {
+    OpenedThread(std::atomic<int>& counter, std::atomic<int>& leftCounter,
+                 std::shared_ptr<SystemThread> thread)
+        : Thread(leftCounter, std::move(thread)), counted(counter) {}
+
+    const Counted counted;
+  };
+
+  struct Slot final : ThreadSlot {
+    Slot(std::atomic<int>& counter, std::unique_ptr<ThreadSlot> slot)
+        : counted(counter), real(std::move(slot)) {}
+
+    void* Get() const noexcept override { return real->Get(); }
+    void Set(void* pointer) noexcept override { real->Set(pointer); }
+
+    const Counted counted;
+    const std::unique_ptr<ThreadSlot> real;
   };
 
   std::unique_ptr<SystemMutex> Wrap(std::unique_ptr<SystemMutex> real) {

@@ -1,0 +1,44 @@
+#include "thread/ThreadLayer.h"
+
+#include <atomic>
+#include <cstdint>
+#include <exception>
+#include <memory>
+
+#include "thread/MainThread.h"
+
+namespace tlk {
+
+namespace {
+
+constinit std::uint32_t sScopes = 0;
+constinit std::atomic<const Platform*> sPorts = nullptr;
+
+// A module that runs out of memory while it is loaded does without the record.
+void MakeMainThread() noexcept {
+  try {
+    static_cast<void>(std::make_unique<MainThread__>().release());
+  } catch (const std::exception&) {
+  }
+}
+
+}  // namespace
+
+ThreadLayer::ThreadLayer(const Platform& platform) noexcept {
+  if (sScopes++ > 0) return;
+  sPorts = &platform;
+  MakeMainThread();
+}
+
+ThreadLayer::~ThreadLayer() {
+  if (--sScopes > 0) return;
+  const std::unique_ptr<ZThread> ended(ZThread::MainThread());
+  sPorts = nullptr;
+}
+
+const Platform& ThreadLayer::Ports() noexcept {
+  const Platform* const ports = sPorts;
+  return ports != nullptr ? *ports : SystemPlatform();
+}
+
+}  // namespace tlk
