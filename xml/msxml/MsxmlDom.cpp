@@ -44,15 +44,23 @@ Element ElementOf(DomNode handle) {
   return element;
 }
 
-bool IsAttribute(IXMLDOMNode* node) {
+DOMNodeType TypeOf(IXMLDOMNode* node) {
   DOMNodeType type = NODE_INVALID;
-  return node->get_nodeType(&type) == S_OK && type == NODE_ATTRIBUTE;
+  return node->get_nodeType(&type) == S_OK ? type : NODE_INVALID;
 }
+
+bool IsAttribute(IXMLDOMNode* node) { return TypeOf(node) == NODE_ATTRIBUTE; }
 
 Node ParentOf(IXMLDOMNode* node) {
   Node parent;
-  node->get_parentNode(parent.Put());
+  if (!IsAttribute(node)) node->get_parentNode(parent.Put());
   return parent;
+}
+
+bool IsBlankText(IXMLDOMNode* node) {
+  Variant value;
+  return TypeOf(node) == NODE_TEXT && node->get_nodeValue(value.Put()) == S_OK &&
+         value.Text().find_first_not_of(u" \t\r\n") == std::u16string_view::npos;
 }
 
 bool IsForbidden(char16_t unit) {
@@ -91,9 +99,15 @@ class MsxmlDocument : public DomDocument {
   DomResult SetDocumentElement(DomNode element) override;
   DomResult DocumentElement(DomNode& element) override;
   DomResult AppendChild(DomNode parent, DomNode child) override;
+  DomResult Remove(DomNode node) override;
+  DomResult Replace(DomNode node, DomNode replacement) override;
+  DomResult FirstChild(DomNode node, DomNode& child) override;
+  DomResult NextSibling(DomNode node, DomNode& sibling) override;
+  DomResult BaseName(DomNode node, std::string& name) override;
   DomResult AsElement(DomNode node, DomNode& element) override;
   DomResult SetAttribute(DomNode element, std::string_view name, std::string_view value) override;
   DomResult Attribute(DomNode element, std::string_view name, std::string& value) override;
+  DomResult SetText(DomNode element, std::string_view text) override;
   DomResult SelectNode(DomNode context, std::string_view path, DomNode& node) override;
   DomResult Text(DomNode node, std::string& text) override;
   DomResult Xml(DomNode node, std::string& xml) override;
@@ -106,6 +120,8 @@ class MsxmlDocument : public DomDocument {
   DomResult Hold(HRESULT result, Node node, DomNode& handle);
   [[nodiscard]] bool Holds(DomNode handle) const;
   bool IsAtOrAbove(DomNode node, DomNode place);
+  bool MayReplace(IXMLDOMNode* parent, IXMLDOMNode* old, IXMLDOMNode* fresh);
+  DomResult HoldFirstSeen(HRESULT result, Node node, DomNode& handle);
   DomResult Bring(DomNode child, Node& brought);
   HRESULT Serialise(IXMLDOMNode* node);
 
@@ -243,12 +259,12 @@ bool MsxmlDocument::IsAtOrAbove(DomNode node, DomNode place) {
   return static_cast<bool>(found);
 }
 
-// Brings an element out of the middle of another document with its namespaces: as a copy that is
-// read from text. Everything else can be taken as it is.
+// Brings an element of another document with the namespaces that are declared above it: as a copy
+// that is read from text. Everything else can be taken as it is.
 DomResult MsxmlDocument::Bring(DomNode child, Node& brought) {
   brought = Node(NodeOf(child));
   if (Holds(child) || !ElementOf(child)) return kDomOk;
-  if (!ElementOf(reinterpret_cast<DomNode>(ParentOf(brought.Get()).Get()))) return kDomOk;
+  if (!InheritsDeclarations(brought.Get())) return kDomOk;
   Document copy;
   DomResult result = MakeDocument(copy);
   if (result != kDomOk) return result;
@@ -262,6 +278,78 @@ DomResult MsxmlDocument::Bring(DomNode child, Node& brought) {
   result = Result(copy->get_documentElement(root.Put()));
   brought = Node(root.Get());
   return result;
+}
+
+DomResult MsxmlDocument::Remove(DomNode node) {
+  if (node == nullptr) return kDomBadArgument;
+  const Node parent = ParentOf(NodeOf(node));
+  return parent ? Result(parent->removeChild(NodeOf(node), nullptr)) : kDomBadArgument;
+}
+
+// At the top of a document stand comments, processing instructions and one element. Not every
+// version of this DOM sees to that.
+bool MsxmlDocument::MayReplace(IXMLDOMNode* parent, IXMLDOMNode* old, IXMLDOMNode* fresh) {
+  if (TypeOf(parent) != NODE_DOCUMENT) return true;
+  const DOMNodeType type = TypeOf(fresh);
+  if (type != NODE_ELEMENT) return type == NODE_COMMENT || type == NODE_PROCESSING_INSTRUCTION;
+  Element root;
+  return TypeOf(old) == NODE_ELEMENT || m_document->get_documentElement(root.Put()) != S_OK;
+}
+
+DomResult MsxmlDocument::Replace(DomNode node, DomNode replacement) {
+  if (node == nullptr || replacement == nullptr) return kDomBadArgument;
+  return Contained([&] {
+    IXMLDOMNode* const old = NodeOf(node);
+    const Node parent = ParentOf(old);
+    if (!parent || !MayReplace(parent.Get(), old, NodeOf(replacement))) return kDomBadArgument;
+    if (IsAtOrAbove(replacement, node)) return kDomBadArgument;
+    Node brought;
+    const DomResult result = Bring(replacement, brought);
+    if (result != kDomOk) return result;
+    KeepInNoNamespace(brought.Get(), parent.Get());
+    return Result(parent->replaceChild(brought.Get(), old, nullptr));
+  });
+}
+
+// Keeps the node, or the next one behind it that is to be seen: no blanks between elements.
+DomResult MsxmlDocument::HoldFirstSeen(HRESULT result, Node node, DomNode& handle) {
+  while (node && IsBlankText(node.Get())) {
+    Node next;
+    result = node->get_nextSibling(next.Put());
+    node = std::move(next);
+  }
+  return Hold(result, std::move(node), handle);
+}
+
+DomResult MsxmlDocument::FirstChild(DomNode node, DomNode& child) {
+  child = nullptr;
+  if (node == nullptr || IsAttribute(NodeOf(node))) return kDomNothing;
+  return Contained([&] {
+    Node first;
+    const HRESULT result = NodeOf(node)->get_firstChild(first.Put());
+    return HoldFirstSeen(result, std::move(first), child);
+  });
+}
+
+DomResult MsxmlDocument::NextSibling(DomNode node, DomNode& sibling) {
+  sibling = nullptr;
+  if (node == nullptr || IsAttribute(NodeOf(node))) return kDomNothing;
+  return Contained([&] {
+    Node next;
+    const HRESULT result = NodeOf(node)->get_nextSibling(next.Put());
+    return HoldFirstSeen(result, std::move(next), sibling);
+  });
+}
+
+DomResult MsxmlDocument::BaseName(DomNode node, std::string& name) {
+  const Element element = ElementOf(node);
+  if (!element) return kDomNothing;
+  return Contained([&] {
+    Bstr text;
+    const HRESULT result = element->get_baseName(text.Put());
+    if (result == S_OK) Narrow(text.View(), name);
+    return Result(result);
+  });
 }
 
 DomResult MsxmlDocument::AsElement(DomNode node, DomNode& element) {
@@ -292,6 +380,20 @@ DomResult MsxmlDocument::Attribute(DomNode element, std::string_view name, std::
     result = text.ChangeTo(VT_BSTR);
     if (result == S_OK) Narrow(text.Text(), value);
     return Result(result);
+  });
+}
+
+DomResult MsxmlDocument::SetText(DomNode element, std::string_view text) {
+  const Element owner = ElementOf(element);
+  if (!owner) return kDomBadArgument;
+  return Contained([&] {
+    const Bstr value = Value(text);
+    Node child;
+    while (owner->get_firstChild(child.Put()) == S_OK) {
+      const HRESULT result = owner->removeChild(child.Get(), nullptr);
+      if (result != S_OK) return Result(result);
+    }
+    return value.View().empty() ? kDomOk : Result(owner->put_text(value.Get()));
   });
 }
 

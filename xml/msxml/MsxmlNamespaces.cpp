@@ -91,6 +91,8 @@ Declarations DeclaredAbove(IXMLDOMNode* element) {
 
 }  // namespace
 
+bool InheritsDeclarations(IXMLDOMNode* element) { return !DeclaredAbove(element).empty(); }
+
 void WriteInheritedDeclarations(IXMLDOMNode* element, std::u16string& xml) {
   Declarations declarations = DeclaredAbove(element);
   if (declarations.empty()) return;
