@@ -1,21 +1,98 @@
+// The payloads that the builder writes itself: the status reply and the two lists.
+
+#include "xml/BuilderFailures.h"
+#include "xml/Decimal.h"
 #include "xml/TLK_XMLBuilder.h"
 
 namespace tlk {
 
-int TLK_XMLBuilder::AddStatus(std::string_view /*value*/, std::string_view /*description*/) {
-  return -1;
+struct PayloadList {
+  std::string_view path;
+  std::string_view entry;
+  Failure noData;
+  Failure noEntry;
+};
+
+struct NamedValue {
+  std::string_view name;
+  std::string_view value;
+};
+
+namespace {
+
+constexpr PayloadList kConferences = {"//Conference_List", "Conference", failures::kConferenceData,
+                                      failures::kConference};
+constexpr PayloadList kParticipants = {"//Participant_List", "Participant",
+                                       failures::kParticipantData, failures::kParticipant};
+
+std::string_view Truth(std::int32_t flag) { return flag != 0 ? "TRUE" : "FALSE"; }
+
+}  // namespace
+
+int TLK_XMLBuilder::AddStatus(std::string_view value, std::string_view description) {
+  if (!HasDocument()) return -1;
+  DomNode data = nullptr;
+  DomNode element = nullptr;
+  if (FindOrMakeData(data) != kDomOk) {
+    Report(failures::kStatusData);
+  } else if (m_document->AsElement(data, element) != kDomOk) {
+    Report(failures::kStatusDataElement);
+  } else if (const DomNode status = NewPart("Status", failures::kStatus)) {
+    Append(element, status);
+    if (AddText(status, "Value", value, failures::kStatusValue))
+      AddText(status, "Description", description, failures::kStatusDescription);
+  }
+  return 0;
 }
 
-int TLK_XMLBuilder::AddConferenceList(std::string_view /*name*/, std::int32_t /*participantCount*/,
-                                      std::string_view /*creator*/,
-                                      std::uint32_t /*elapsedTime*/) {
-  return -1;
+int TLK_XMLBuilder::AddConferenceList(std::string_view name, std::int32_t participantCount,
+                                      std::string_view creator, std::uint32_t elapsedTime) {
+  const Digits count = Decimal(participantCount);
+  const Digits elapsed = Decimal(elapsedTime);
+  const NamedValue attributes[] = {{"Name", name},
+                                   {"ParticipantCount", count.data()},
+                                   {"Creator", creator},
+                                   {"EllapsedTime", elapsed.data()}};
+  return AddToList(kConferences, attributes);
 }
 
-int TLK_XMLBuilder::AddParticipantList(std::string_view /*name*/, std::int32_t /*isLeader*/,
-                                       std::int32_t /*isCreator*/, std::int32_t /*queueIndex*/,
+int TLK_XMLBuilder::AddParticipantList(std::string_view name, std::int32_t isLeader,
+                                       std::int32_t isCreator, std::int32_t queueIndex,
                                        std::string_view /*unused*/) {
-  return -1;
+  const Digits index = Decimal(queueIndex);
+  const NamedValue attributes[] = {{"Name", name},
+                                   {"Creator", Truth(isCreator)},
+                                   {"Leader", Truth(isLeader)},
+                                   {"Queue_Index", index.data()}};
+  return AddToList(kParticipants, attributes);
+}
+
+int TLK_XMLBuilder::AddToList(const PayloadList& kind, std::span<const NamedValue> attributes) {
+  if (!HasDocument()) return -1;
+  const DomNode list = FindOrMakeList(kind.path, kind.noData);
+  if (list == nullptr) return 0;
+  const DomNode entry = NewPart(kind.entry, kind.noEntry);
+  if (entry == nullptr) return 0;
+  for (const auto& [name, value] : attributes) SetAttribute(entry, name, value);
+  Append(list, entry);
+  return 0;
+}
+
+// An element for a payload. That it cannot be made is reported twice: as for any element, then as
+// what it was to be.
+DomNode TLK_XMLBuilder::NewPart(std::string_view name, const Failure& failure) {
+  DomNode part = nullptr;
+  if (CreateElement(name, part) != 0) Report(failure);
+  return part;
+}
+
+bool TLK_XMLBuilder::AddText(DomNode parent, std::string_view name, std::string_view text,
+                             const Failure& failure) {
+  const DomNode part = NewPart(name, failure);
+  if (part == nullptr) return false;
+  m_document->SetText(part, text);
+  Append(parent, part);
+  return true;
 }
 
 }  // namespace tlk

@@ -1,65 +1,20 @@
 #include "xml/TLK_XMLBuilder.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdio>
 #include <utility>
 
-#include "xml/DocumentLoader.h"
+#include "xml/BuilderFailures.h"
+#include "xml/Decimal.h"
 #include "xml/NodeAccess.h"
 #include "xml/TLK_XMLParser.h"
 
 namespace tlk {
 namespace {
 
-constexpr const char* kSource = "TLK_XMLBuilder";
-
-constexpr LoadFailures kConstructFailures = {SetUpTexts({38, 46, 54, 62}), ParseTexts(77)};
-
-constexpr LoadFailures kLoadXmlFailures = {
-    LoadXmlSetUpTexts({112, 119, 126, 133}),
-    {"Failed to load XML.\n", "Failed to load XML. Error code: %x", FailureValues::kCode, 143}};
-
-constexpr SetUpFailures kCreateMessageFailures = SetUpTexts({178, 186, 194, 202});
-
-constexpr Failure kRootElementFailure = {"Failed to create root element.\n",
-                                         "Failed to create root element. Error code: %x\n",
-                                         FailureValues::kCode, 211};
-
-// These texts speak of `From` whatever element could not be made.
-constexpr Failure ElementFailure(std::int32_t line) {
-  return {"Failed to create From element.\n", "Failed to create From element. Error code: %x\n",
-          FailureValues::kCode, line};
-}
-
-constexpr Failure RootFailure(std::int32_t line) {
-  return {"Failed to get document element.\n", "Failed to get document element. Error code: %x\n",
-          FailureValues::kCode, line};
-}
-
-constexpr Failure kFromFailure = ElementFailure(230);
-constexpr Failure kToFailure = ElementFailure(246);
-constexpr Failure kCreateElementFailure = ElementFailure(291);
-constexpr Failure kSetLengthFailure = RootFailure(336);
-constexpr Failure kEnsureDataRootFailure = RootFailure(391);
-constexpr Failure kEnsureDataFailure = {"Failed to get document element.\n",
-                                        "Failed to get create data element.\n",
-                                        FailureValues::kNone, 409};
-constexpr Failure kAppendDataFailure = RootFailure(445);
-constexpr std::int32_t kNotAnElementLine = 368;
-
 constexpr std::string_view kBeforeStamp = "<TLK_Message Length=\"";
 constexpr std::string_view kEmptyStamp = "0000000";
-
-// A number as attributes hold it: 32 bits in decimal, or the stamp's digits.
-using Digits = std::array<char, 24>;
-
-Digits Decimal(std::int32_t number) {
-  Digits digits{};
-  std::snprintf(digits.data(), digits.size(), "%d", number);
-  return digits;
-}
 
 Digits Stamp(std::size_t length) {
   Digits digits{};
@@ -82,20 +37,21 @@ bool PatchStamp(std::string& text, std::string_view stamp) {
 TLK_XMLBuilder::TLK_XMLBuilder(const Codec& codec) : m_codec(codec) {}
 
 TLK_XMLBuilder::TLK_XMLBuilder(const Codec& codec, std::string_view source)
-    : m_codec(codec), m_document(LoadWellFormed(codec, kSource, kConstructFailures, source)) {}
+    : m_codec(codec),
+      m_document(LoadWellFormed(codec, failures::kSource, failures::kConstruct, source)) {}
 
 TLK_XMLBuilder::~TLK_XMLBuilder() = default;
 
 int TLK_XMLBuilder::LoadXml(std::string_view source) {
   Replace(nullptr);
-  Replace(LoadAnyText(m_codec, kSource, kLoadXmlFailures, source));
+  Replace(LoadAnyText(m_codec, failures::kSource, failures::kLoadXml, source));
   return HasDocument() ? 0 : -1;
 }
 
 int TLK_XMLBuilder::CreateMessage(std::string_view type, std::int32_t sender,
                                   std::int32_t receiver) {
   Replace(nullptr);
-  Replace(SetUpDocument(m_codec, kSource, kCreateMessageFailures));
+  Replace(SetUpDocument(m_codec, failures::kSource, failures::kCreateMessage));
   if (!HasDocument()) return -1;
   if (BuildEnvelope(type, sender, receiver)) return 0;
   Replace(nullptr);
@@ -125,7 +81,7 @@ int TLK_XMLBuilder::SetLength() {
   DomNode root = nullptr;
   const DomResult found = m_document->DocumentElement(root);
   if (!Succeeded(found) || root == nullptr) {
-    ReportFailure(m_codec, kSource, kSetLengthFailure, found);
+    Report(failures::kSetLength, found);
     return -1;
   }
   const DomResult stamped = m_document->SetAttribute(root, "Length", stamp.data());
@@ -143,8 +99,8 @@ int TLK_XMLBuilder::GetNodeText(std::string_view path, std::string& text) {
 
 int TLK_XMLBuilder::SetNodeAttribute(std::string_view path, std::string_view name,
                                      std::string_view value) {
-  const DomNode element =
-      SelectElement(m_codec, kSource, kNotAnElementLine, m_document.get(), path);
+  const DomNode element = SelectElement(m_codec, failures::kSource, failures::kNotAnElementLine,
+                                        m_document.get(), path);
   return element == nullptr ? -1 : SetAttribute(element, name, value);
 }
 
@@ -153,7 +109,7 @@ int TLK_XMLBuilder::EnsureDataElement() {
   DomNode root = nullptr;
   const DomResult found = m_document->DocumentElement(root);
   if (!Succeeded(found) || root == nullptr) {
-    ReportFailure(m_codec, kSource, kEnsureDataRootFailure, found);
+    Report(failures::kEnsureDataRoot, found);
     return -1;
   }
   DomNode data = nullptr;
@@ -161,7 +117,7 @@ int TLK_XMLBuilder::EnsureDataElement() {
   if (CreateElement("Data", data) == 0) {
     Append(root, data);
   } else {
-    ReportFailure(m_codec, kSource, kEnsureDataFailure, kDomOk);
+    Report(failures::kEnsureData);
   }
   return 0;
 }
@@ -169,13 +125,9 @@ int TLK_XMLBuilder::EnsureDataElement() {
 int TLK_XMLBuilder::AppendData(std::string_view payload) {
   if (!HasDocument()) return -1;
   DomNode data = nullptr;
-  DomResult found = SelectSingleNode("//Data", data);
+  const DomResult found = FindOrMakeData(data);
   if (found != kDomOk) {
-    EnsureDataElement();
-    found = SelectSingleNode("//Data", data);
-  }
-  if (found != kDomOk) {
-    ReportFailure(m_codec, kSource, kAppendDataFailure, found);
+    Report(failures::kAppendData, found);
     return -1;
   }
   TLK_XMLParser parser(m_codec, payload);
@@ -193,7 +145,7 @@ void TLK_XMLBuilder::Replace(std::unique_ptr<DomDocument> document) {
 bool TLK_XMLBuilder::NewElement(std::string_view name, const Failure& failure, DomNode& element) {
   const DomResult result = m_document->CreateElement(name, element);
   if (Succeeded(result) && element != nullptr) return true;
-  ReportFailure(m_codec, kSource, failure, result);
+  Report(failure, result);
   element = nullptr;
   return false;
 }
@@ -201,12 +153,13 @@ bool TLK_XMLBuilder::NewElement(std::string_view name, const Failure& failure, D
 bool TLK_XMLBuilder::BuildEnvelope(std::string_view type, std::int32_t sender,
                                    std::int32_t receiver) {
   DomNode root = nullptr;
-  if (!NewElement("TLK_Message", kRootElementFailure, root)) return false;
+  if (!NewElement("TLK_Message", failures::kRootElement, root)) return false;
   SetAttribute(root, "Length", kEmptyStamp);
   SetAttribute(root, "xmlns", "");
   SetAttribute(root, "Type", type);
   m_document->SetDocumentElement(root);
-  return AddParty(root, "From", sender, kFromFailure) && AddParty(root, "To", receiver, kToFailure);
+  return AddParty(root, "From", sender, failures::kFrom) &&
+         AddParty(root, "To", receiver, failures::kTo);
 }
 
 bool TLK_XMLBuilder::AddParty(DomNode root, std::string_view name, std::int32_t id,
@@ -221,7 +174,7 @@ bool TLK_XMLBuilder::AddParty(DomNode root, std::string_view name, std::int32_t 
 int TLK_XMLBuilder::CreateElement(std::string_view name, DomNode& element) {
   element = nullptr;
   if (!HasDocument()) return -1;
-  return NewElement(name, kCreateElementFailure, element) ? 0 : -1;
+  return NewElement(name, failures::kCreateElement, element) ? 0 : -1;
 }
 
 int TLK_XMLBuilder::SetAttribute(DomNode element, std::string_view name, std::string_view value) {
@@ -237,6 +190,32 @@ void TLK_XMLBuilder::Append(DomNode parent, DomNode child) {
 
 DomResult TLK_XMLBuilder::SelectSingleNode(std::string_view path, DomNode& node) {
   return SelectFirst(m_document.get(), path, node);
+}
+
+DomResult TLK_XMLBuilder::FindOrMakeData(DomNode& data) {
+  const DomResult found = SelectSingleNode("//Data", data);
+  if (found == kDomOk) return found;
+  EnsureDataElement();
+  return SelectSingleNode("//Data", data);
+}
+
+// A list is made under `Data`, which must be there; null when there is no list then.
+DomNode TLK_XMLBuilder::FindOrMakeList(std::string_view path, const Failure& noData) {
+  DomNode list = nullptr;
+  if (SelectSingleNode(path, list) == kDomOk) return list;
+  DomNode made = nullptr;
+  if (CreateElement(path.substr(path.rfind('/') + 1), made) != 0) return nullptr;
+  DomNode data = nullptr;
+  if (SelectSingleNode("//Data", data) != kDomOk) {
+    Report(noData);
+    return nullptr;
+  }
+  Append(data, made);
+  return SelectSingleNode(path, list) == kDomOk ? list : nullptr;
+}
+
+void TLK_XMLBuilder::Report(const Failure& failure, DomResult code) const {
+  ReportFailure(m_codec, failures::kSource, failure, code);
 }
 
 int TLK_XMLBuilder::Serialise(std::string& xml) const {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -10,6 +11,11 @@
 #include "xml/Failures.h"
 
 namespace tlk {
+
+struct AttributeEdit;
+struct GivenLists;
+struct NamedValue;
+struct PayloadList;
 
 /// Builds a message document: the envelope
 ///
@@ -84,8 +90,9 @@ class TLK_XMLBuilder {
   int AddConferenceList(std::string_view name, std::int32_t participantCount,
                         std::string_view creator, std::uint32_t elapsedTime);
 
-  /// The same for the `Participant_List`. The arguments name the leader before the creator, the wire
-  /// the creator before the leader. The flags are true when they are not 0; `unused` is not read:
+  /// The same for the `Participant_List`. The arguments name the leader before the creator, the
+  /// wire the creator before the leader. The flags are true when they are not 0; `unused` is not
+  /// read:
   ///
   ///     <Participant Name="a" Creator="FALSE" Leader="TRUE" Queue_Index="-1"/>
   int AddParticipantList(std::string_view name, std::int32_t isLeader, std::int32_t isCreator,
@@ -127,15 +134,33 @@ class TLK_XMLBuilder {
   [[nodiscard]] bool HasDocument() const { return m_document != nullptr; }
 
  private:
+  // The envelope
   void Replace(std::unique_ptr<DomDocument> document);
   bool NewElement(std::string_view name, const Failure& failure, DomNode& element);
   bool BuildEnvelope(std::string_view type, std::int32_t sender, std::int32_t receiver);
   bool AddParty(DomNode root, std::string_view name, std::int32_t id, const Failure& failure);
+  int Serialise(std::string& xml) const;
+
+  // Payloads
+  int AddToList(const PayloadList& kind, std::span<const NamedValue> attributes);
+  DomNode NewPart(std::string_view name, const Failure& failure);
+  bool AddText(DomNode parent, std::string_view name, std::string_view text,
+               const Failure& failure);
+
+  // Attribute lists
+  int EditAttributes(const AttributeEdit& edit, std::string_view attributes,
+                     std::string_view paths);
+  DomNode FindAttributeList(const AttributeEdit& edit);
+  int WalkAttributes(const AttributeEdit& edit, GivenLists& given, DomNode list);
+
+  // Shared by all of them
   int CreateElement(std::string_view name, DomNode& element);
   int SetAttribute(DomNode element, std::string_view name, std::string_view value);
   void Append(DomNode parent, DomNode child);
   DomResult SelectSingleNode(std::string_view path, DomNode& node);
-  int Serialise(std::string& xml) const;
+  DomResult FindOrMakeData(DomNode& data);
+  DomNode FindOrMakeList(std::string_view path, const Failure& noData);
+  void Report(const Failure& failure, DomResult code = kDomOk) const;
 
   Codec m_codec;
   std::unique_ptr<DomDocument> m_document;

@@ -59,6 +59,9 @@ class TLK_XMLParser {
 
   DomResult SelectSingleNode(std::string_view path, DomNode& node);
 
+  /// The document, for what is not offered here; null without one.
+  [[nodiscard]] DomDocument* Document() const { return m_document.get(); }
+
  private:
   bool FindRoot(DomNode& root) const;
 
