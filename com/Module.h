@@ -5,6 +5,7 @@
 #include <atomic>
 
 #include "log/QNLogger.h"
+#include "thread/ThreadLayer.h"
 #include "xml/Gate.h"
 #include "xml/msxml/MsxmlDom.h"
 
@@ -48,6 +49,7 @@ class Module {
 
   HINSTANCE m_instance = nullptr;
   std::atomic<long> m_holds{0};
+  const ThreadLayer m_threadLayer;  // Stands before the log and outlasts it.
   MsxmlDomFactory m_dom;
   const XmlGate m_gate;
   QNLogger m_traceLog;

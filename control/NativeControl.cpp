@@ -2,6 +2,7 @@
 
 #include "log/QNLogger.h"
 #include "platform/posix/PosixStringTable.h"
+#include "thread/ThreadLayer.h"
 #include "xml/Gate.h"
 #include "xml/pugixml/PugiDom.h"
 
@@ -34,6 +35,7 @@ SystemXml& Xml() {
 }  // namespace
 
 iLogger& TraceLog() {
+  static const ThreadLayer threadLayer;  // Stands before the log and outlasts it.
   static QNLogger logger = [] {
     RegisterModuleStrings();
     return QNLogger(kLogName, kLogThreshold);
