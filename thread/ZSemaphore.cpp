@@ -1,0 +1,133 @@
+#include "thread/ZSemaphore.h"
+
+#include <algorithm>
+
+#include "platform/Surroundings.h"
+#include "thread/Deadline.h"
+#include "thread/ThreadLayer.h"
+#include "thread/ZThread.h"
+
+namespace tlk {
+
+ZSemaphore::ZSemaphore(const char* name, std::int32_t count)
+    : fName(name), fWord(static_cast<std::uint32_t>(std::max(count, 0))) {}
+
+ZSemaphore::~ZSemaphore() {
+  WaiterQueue destroyed;
+  {
+    const SpinLock lock(fSpin);
+    while (!fQueue.IsEmpty()) {
+      static_cast<void>(PopAndSettle(LockResult::kDestroyed, destroyed));
+    }
+  }
+  destroyed.WakeAll();
+  while (HasLeavers()) ThreadLayer::Ports().surroundings.Sleep(1);
+}
+
+LockResult ZSemaphore::WaitOrThrow(std::int32_t units, std::int64_t limit) {
+  const LockResult result = Wait(units, limit);
+  if (result == LockResult::kDestroyed) throw ZThread::Disposed();
+  return result;
+}
+
+LockResult ZSemaphore::WaitInTurn(std::int32_t units, std::int64_t limit) {
+  if (limit <= 0) return LockResult::kTimedOut;
+  const Deadline deadline(limit);
+  SemaphoreWaiter self(static_cast<std::uint32_t>(units));
+  Queue(self);
+  if (self.IsSettled()) return LockResult::kAcquired;
+  if (self.SleepUntil(deadline)) return self.Outcome();
+  if (self.Settle(LockResult::kTimedOut)) {
+    Leave(self);
+  } else {
+    // Somebody was faster and is about to wake this thread.
+    static_cast<void>(self.SleepUntil(Deadline(kForever)));
+  }
+  return self.Outcome();
+}
+
+bool ZSemaphore::Signal(std::int32_t units) {
+  if (units <= 0) return true;
+  const auto more = static_cast<std::uint32_t>(units);
+  std::uint32_t word = fWord.load(std::memory_order_relaxed);
+  while (word < kContended) {
+    if (word + more >= kContended) return false;
+    if (fWord.compare_exchange_weak(word, word + more, std::memory_order_release,
+                                    std::memory_order_relaxed)) {
+      return true;
+    }
+  }
+  return SignalInTurn(more);
+}
+
+bool ZSemaphore::SignalInTurn(std::uint32_t units) {
+  bool fits = false;
+  WaiterQueue served;
+  {
+    const SpinLock lock(fSpin);
+    const std::uint32_t count = TakeWord();
+    fits = units <= kMaxCount - count;
+    served = Serve(fits ? count + units : count);
+  }
+  served.WakeAll();
+  return fits;
+}
+
+std::int32_t ZSemaphore::Waiters() const {
+  const SpinLock lock(fSpin);
+  return fQueue.Size();
+}
+
+// Whoever stood in the queue before is served already: only the new waiter can be.
+void ZSemaphore::Queue(SemaphoreWaiter& waiter) {
+  const SpinLock lock(fSpin);
+  const std::uint32_t count = TakeWord();
+  fQueue.PushBack(waiter);
+  static_cast<void>(Serve(count));
+}
+
+// Those behind the waiter may need less than it did.
+void ZSemaphore::Leave(SemaphoreWaiter& waiter) {
+  WaiterQueue served;
+  {
+    const SpinLock lock(fSpin);
+    const std::uint32_t count = TakeWord();
+    if (!fQueue.Remove(waiter)) --fLeavers;
+    served = Serve(count);
+  }
+  served.WakeAll();
+}
+
+bool ZSemaphore::HasLeavers() const {
+  const SpinLock lock(fSpin);
+  return fLeavers > 0;
+}
+
+// It may have been uncontended until now, so that others still changed it.
+std::uint32_t ZSemaphore::TakeWord() {
+  return fWord.fetch_or(kContended, std::memory_order_acquire) & ~kContended;
+}
+
+bool ZSemaphore::PopAndSettle(LockResult outcome, WaiterQueue& settled) {
+  SemaphoreWaiter& waiter = fQueue.PopFront();
+  const bool isFirst = waiter.Settle(outcome);
+  if (isFirst) {
+    settled.PushBack(waiter);
+  } else {
+    ++fLeavers;
+  }
+  return isFirst;
+}
+
+// Gives the word back, too. Released, so that whoever takes what is left sees what its givers did.
+WaiterQueue ZSemaphore::Serve(std::uint32_t count) {
+  WaiterQueue served;
+  while (!fQueue.IsEmpty() && fQueue.Front().Need() <= count) {
+    const std::uint32_t need = fQueue.Front().Need();
+    if (PopAndSettle(LockResult::kAcquired, served)) count -= need;
+  }
+  fWord.store(fQueue.IsEmpty() ? count : count | kContended, std::memory_order_release);
+  return served;
+}
+
+}  // namespace tlk
