@@ -1,0 +1,51 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "thread/ZMutexBase.h"
+#include "thread/ZSemaphore.h"
+
+namespace tlk {
+
+/// Whether the thread that makes a mutex holds it from the beginning.
+enum class CreatedHeld : bool { kNo = false, kYes = true };
+
+/// A mutex with an owner, handed on in the order in which threads came for it.
+///
+/// A thread that waits for it when it is destroyed gets `kDestroyed` and touches it no more. The
+/// owner may destroy it.
+class ZMutex final : public ZMutexBase {
+ public:
+  explicit ZMutex(const char* name, CreatedHeld createdHeld = CreatedHeld::kNo);
+
+  [[nodiscard]] LockResult Acquire(std::int64_t limit) override;
+  [[nodiscard]] LockResult Acquire() override { return ZMutex::Acquire(kForever); }
+
+  /// Not checked: a thread that releases what another holds releases it.
+  void Release() noexcept override;
+
+  [[nodiscard]] bool IsHeld() const override;
+
+  /// Gives up all holds of the calling thread, to wait for a condition, and returns how many they
+  /// were: 0, with nothing done, when it does not own the mutex.
+  [[nodiscard]] std::int32_t ReleaseFully();
+
+  /// Takes the mutex again, however long that lasts, with so many holds; nothing for less than 1.
+  LockResult Reacquire(std::int32_t holds);
+
+  /// How many threads wait for it in this moment.
+  [[nodiscard]] std::int32_t Waiters() const { return fSemaphore.Waiters(); }
+
+ private:
+  /// Lets the next one in, who may destroy the mutex at once.
+  void Free();
+
+  /// Only ever equal to a thread's number when that thread itself has written it, so it orders
+  /// nothing: the semaphore does.
+  std::atomic<std::uint32_t> fOwner;
+  ZSemaphore fSemaphore;
+  std::uint32_t fRecursion;
+};
+
+}  // namespace tlk
