@@ -1,0 +1,120 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+#include "thread/ZMutexBase.h"
+#include "thread/ZSemaphore.h"
+
+namespace tlk {
+
+/// A mutex for short bookkeeping: one atomic operation while nobody competes. It has no owner and
+/// cannot be taken twice.
+class LightMutex {
+ public:
+  explicit LightMutex(const char* name) : fSemaphore(name, 0) {}
+
+  /// Throws `ZThread::Disposed` to a thread that waits when the mutex is destroyed.
+  void Acquire();
+  void Release();
+
+ private:
+  /// The holder and those who wait.
+  std::atomic<std::int32_t> fCount{0};
+  ZSemaphore fSemaphore;
+};
+
+/// Many threads read, or one writes. Waiting writers go before readers that come later, but a
+/// thread that reads already gets the read side again at once. Reading and writing may be nested,
+/// and the writer may take the read side as well; it gives one hold back for each release, of
+/// either side. A reader that asks for the write side waits for itself.
+///
+/// Two habits of it are kept because they are relied on: the read side knows no limit, and a writer
+/// whose limit runs out takes the lock all the same, beside those who hold it.
+///
+/// Taking either side succeeds or throws: `ZThread::Disposed` to threads that wait while the lock
+/// is destroyed and must not touch it any more, and `std::bad_alloc`, with nothing changed, when
+/// there is no room to note one more reader.
+class ZRWLock {
+ public:
+  class Read final : public ZMutexBase {
+   public:
+    /// The limit is not used.
+    [[nodiscard]] LockResult Acquire(std::int64_t limit) override;
+    [[nodiscard]] LockResult Acquire() override;
+    void Release() noexcept override;
+    [[nodiscard]] bool IsHeld() const override;
+
+   private:
+    friend class ZRWLock;
+    explicit Read(ZRWLock& lock) : ZMutexBase("ZRWLock::Read"), fLock(lock) {}
+
+    ZRWLock& fLock;
+  };
+
+  class Write final : public ZMutexBase {
+   public:
+    /// A limit that runs out ends the wait, not the attempt.
+    [[nodiscard]] LockResult Acquire(std::int64_t limit) override;
+    [[nodiscard]] LockResult Acquire() override;
+    void Release() noexcept override;
+    [[nodiscard]] bool IsHeld() const override;
+
+   private:
+    friend class ZRWLock;
+    explicit Write(ZRWLock& lock) : ZMutexBase("ZRWLock::Write"), fLock(lock) {}
+
+    ZRWLock& fLock;
+  };
+
+  ZRWLock() = default;
+  ZRWLock(const ZRWLock&) = delete;
+  ZRWLock& operator=(const ZRWLock&) = delete;
+
+  [[nodiscard]] Read& ReadSide() { return fRead; }
+  [[nodiscard]] Write& WriteSide() { return fWrite; }
+
+  /// How many threads wait for either side in this moment.
+  [[nodiscard]] std::int32_t Waiters() const;
+
+ private:
+  enum class Admission { kEntered, kFirstWaiting, kLaterWaiting };
+
+  void AcquireRead();
+  void AcquireWrite(std::int64_t limit);
+  void Release();
+  [[nodiscard]] bool IsReadHeld() const;
+  [[nodiscard]] bool IsWriteHeld() const;
+
+  [[nodiscard]] Admission AskToRead(std::uint32_t self);
+  void LetReadersIn();
+
+  // These run with the structure lock.
+  [[nodiscard]] bool IsReader(std::uint32_t thread) const;
+  void MakeRoomForReader();
+  [[nodiscard]] bool EndRead(std::uint32_t self);
+  [[nodiscard]] bool EndWrite();
+
+  mutable LightMutex fMutex_Structure{"ZRWLock::fMutex_Structure"};
+
+  /// Whoever has its unit, the readers together or the writer, owns the data.
+  ZSemaphore fSem_Access{"ZRWLock::fSem_Access", 1};
+
+  /// Lets in the readers that came behind the first one that waits.
+  ZSemaphore fSem_SubsequentReaders{"ZRWLock::fSem_SubsequentReaders", 0};
+
+  std::int32_t fWaitingWriters = 0;
+  std::int32_t fWriterRecursion = 0;
+  std::uint32_t fWriter = 0;
+  std::int32_t fWaitingReaders = 0;
+  std::int32_t fActiveReaders = 0;
+
+  /// A thread stands here as often as it reads.
+  std::vector<std::uint32_t> fReaderThreads;
+
+  Read fRead{*this};
+  Write fWrite{*this};
+};
+
+}  // namespace tlk
