@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdlib>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,16 @@ TEST(SurroundingsContract, TheTickClockCountsTheMillisecondsOfASleep) {
   const std::uint64_t slept = System().TickCount() - start;
   EXPECT_GE(slept, 43U);
   EXPECT_LT(slept, 30'000U);
+}
+
+TEST(SurroundingsContract, TellsTheTimesOfTheProcess) {
+  ProcessTimes first;
+  ASSERT_TRUE(System().ReadProcessTimes(first));
+  EXPECT_LE(std::abs(first.now / 10'000'000 - 11'644'473'600 - std::time(nullptr)), 2);
+  ProcessTimes last = first;
+  while (last.now - first.now < 2'000'000) ASSERT_TRUE(System().ReadProcessTimes(last));
+  EXPECT_GT(last.processor, first.processor);
+  EXPECT_LT(last.processor - first.processor, 2 * (last.now - first.now));
 }
 
 }  // namespace

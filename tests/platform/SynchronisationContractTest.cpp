@@ -244,5 +244,26 @@ TEST(ThreadContract, RunsItsWorkOnlyAndAlwaysOnceItIsResumed) {
   EXPECT_EQ(hasEnded->Wait(kLongEnough), kSignalled);
 }
 
+TEST(ThreadContract, IsOpenedByItselfWhoeverMadeIt) {
+  std::unique_ptr<SystemThread> opened;
+  OnThreads(1, [&](int) {
+    opened = System().OpenCurrentThread();
+    EXPECT_EQ(opened->Id(), System().CurrentThreadId());
+    EXPECT_EQ(opened->Wait(10), kTimedOut);
+  });
+  EXPECT_EQ(opened->Wait(kLongEnough), kSignalled);
+}
+
+TEST(ThreadSlotContract, IsEmptyAtFirstForEachThread) {
+  const auto slot = System().NewThreadSlot();
+  EXPECT_EQ(slot->Get(), nullptr);
+  slot->Set(slot.get());
+  OnThreads(1, [&](int number) {
+    EXPECT_EQ(slot->Get(), nullptr);
+    slot->Set(&number);
+  });
+  EXPECT_EQ(slot->Get(), slot.get());
+}
+
 }  // namespace
 }  // namespace tlk

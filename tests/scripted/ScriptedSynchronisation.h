@@ -42,10 +42,8 @@ class ScriptedSynchronisation final : public Synchronisation {
   bool refusesCurrentThread = false;
   bool refusesThreadSlots = false;
 
-  /// How many threads have been told to leave their handle open, how many objects of threads that
-  /// ran already are there, and how many slots.
+  /// How many threads have been told to leave their handle open, and how many slots there are.
   std::atomic<int> leftOpen{0};
-  std::atomic<int> openedThreads{0};
   std::atomic<int> threadSlots{0};
 
   /// How many threads are in a wait for one event.
@@ -92,7 +90,7 @@ class ScriptedSynchronisation final : public Synchronisation {
 
   std::unique_ptr<SystemThread> OpenCurrentThread() override {
     if (refusesCurrentThread) return nullptr;
-    return std::make_unique<OpenedThread>(openedThreads, leftOpen, m_real.OpenCurrentThread());
+    return std::make_unique<Thread>(leftOpen, m_real.OpenCurrentThread());
   }
 
   std::unique_ptr<ThreadSlot> NewThreadSlot() override {
@@ -135,17 +133,7 @@ class ScriptedSynchronisation final : public Synchronisation {
     const std::unique_ptr<SystemEvent> real;
   };
 
-  /// Counts itself for as long as it lives.
-  struct Counted {
-    explicit Counted(std::atomic<int>& counter) : count(counter) { ++count; }
-    ~Counted() { --count; }
-    Counted(const Counted&) = delete;
-    Counted& operator=(const Counted&) = delete;
-
-    std::atomic<int>& count;
-  };
-
-  struct Thread : SystemThread {
+  struct Thread final : SystemThread {
     Thread(std::atomic<int>& counter, std::shared_ptr<SystemThread> thread)
         : left(counter), real(std::move(thread)) {}
 
@@ -161,22 +149,19 @@ class ScriptedSynchronisation final : public Synchronisation {
     const std::shared_ptr<SystemThread> real;
   };
 
-  struct OpenedThread final : Thread {
-    OpenedThread(std::atomic<int>& counter, std::atomic<int>& leftCounter,
-                 std::shared_ptr<SystemThread> thread)
-        : Thread(leftCounter, std::move(thread)), counted(counter) {}
-
-    const Counted counted;
-  };
-
   struct Slot final : ThreadSlot {
     Slot(std::atomic<int>& counter, std::unique_ptr<ThreadSlot> slot)
-        : counted(counter), real(std::move(slot)) {}
+        : count(counter), real(std::move(slot)) {
+      ++count;
+    }
+    ~Slot() override { --count; }
+    Slot(const Slot&) = delete;
+    Slot& operator=(const Slot&) = delete;
 
     void* Get() const noexcept override { return real->Get(); }
     void Set(void* pointer) noexcept override { real->Set(pointer); }
 
-    const Counted counted;
+    std::atomic<int>& count;
     const std::unique_ptr<ThreadSlot> real;
   };
 

@@ -1,0 +1,133 @@
+#include "thread/ZThread.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <thread>
+
+#include "tests/scripted/ScriptedSurroundings.h"
+#include "tests/scripted/ScriptedSynchronisation.h"
+#include "thread/SpinWord.h"
+#include "thread/ThreadLayer.h"
+
+namespace tlk {
+namespace {
+
+class ZThreadTest : public testing::Test {
+ protected:
+  struct Worker final : ZThread {
+    explicit Worker(ZThreadTest& owner) : ZThread("worker"), test(owner) {}
+    ~Worker() override { test.m_endedOn = Current(); }
+    void Run() override { test.m_work(); }
+    ZThreadTest& test;
+  };
+
+  /// True when the thread of the work had its object to the end.
+  bool Run(std::function<void()> work) {
+    m_work = std::move(work);
+    m_worker = new Worker(*this);
+    const auto handle = m_worker->Handle();
+    EXPECT_EQ(handle->Wait(10), WaitResult::kTimedOut);
+    m_worker->Start();
+    EXPECT_EQ(handle->Wait(kNoLimit), WaitResult::kSignalled);
+    return m_endedOn == m_worker;
+  }
+
+  std::function<void()> m_work;
+  Worker* m_worker = nullptr;
+  const ZThread* m_endedOn = nullptr;
+  test::ScriptedSurroundings m_surroundings;
+  test::ScriptedSynchronisation m_system;
+  const Platform m_platform{SystemPlatform().text, SystemPlatform().strings, m_system,
+                            m_surroundings, SystemPlatform().files};
+  std::optional<ThreadLayer> m_layer{std::in_place, m_platform};
+};
+
+TEST_F(ZThreadTest, RunsOnceItIsStartedAndThenDestroysItself) {
+  EXPECT_TRUE(Run([&] { EXPECT_EQ(m_worker->Id(), m_system.CurrentThreadId()); }));
+  EXPECT_EQ(m_system.leftOpen, 1);
+  std::thread([] { EXPECT_EQ(ZThread::Current(), nullptr); }).join();
+  m_system.refusesThreads = true;
+  EXPECT_THROW(Worker refused(*this), std::bad_alloc);
+}
+
+TEST_F(ZThreadTest, ReportsWhatItsWorkThrows) {
+  testing::internal::CaptureStderr();
+  EXPECT_TRUE(Run([] { throw std::runtime_error("boom %s"); }));
+  EXPECT_TRUE(Run([] { throw 7; }));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "Uncaught exception: boom %s, ZThread:468\n"
+            "Uncaught exception, unknown type, ZThread:472\n");
+}
+
+TEST_F(ZThreadTest, SleepsInPiecesOfWholeMilliseconds) {
+  for (const auto count : {2'500LL, 0LL, -1LL, 999LL, 2'147'484'648LL}) ZThread::Sleep(count);
+  EXPECT_THAT(m_surroundings.Sleeps(), testing::ElementsAre(2, 0, 1'073'741, 1'073'741, 1));
+}
+
+TEST_F(ZThreadTest, WaitsInStepsUntilTheDeadline) {
+  struct Steps final : Waitable {
+    WaitResult Wait(std::uint32_t milliseconds) override {
+      ThreadLayer::Ports().surroundings.Sleep(milliseconds + 1);
+      return --waitsLeft == 0 ? WaitResult::kSignalled : WaitResult::kTimedOut;
+    }
+    int waitsLeft = 6;
+  } steps;
+  const std::int64_t now = ZThread::TickMicroseconds();
+  for (const std::int64_t deadline : {INT64_MIN, now, now + 900, now + 2'500'900})
+    EXPECT_FALSE(ZThread::WaitUntil(steps, deadline));
+  EXPECT_TRUE(ZThread::WaitUntil(steps, INT64_MAX));
+  EXPECT_THAT(m_surroundings.Sleeps(), testing::ElementsAre(1, 1001, 1001, 498, 1001, 1001));
+}
+
+TEST_F(ZThreadTest, TellsTheTimesOfTheProcessInMicroseconds) {
+  std::array<std::int64_t, 4> read{-1, -1};
+  ZThread::ProcessTimes(read[0], read[1]);
+  m_surroundings.SetProcessTimes({{.now = 9'000'000'000'000'009, .processor = 129}});
+  ZThread::ProcessTimes(read[2], read[3]);
+  EXPECT_THAT(read, testing::ElementsAre(0, 0, 900'000'000'000'000, 12));
+}
+
+TEST_F(ZThreadTest, HasARecordOfTheMainThreadInTheOutermostScope) {
+  const ZThread* const record = ZThread::MainThread();
+  const std::weak_ptr<Waitable> handle = record->Handle();
+  { const ThreadLayer inner; }
+  EXPECT_EQ(ZThread::Current(), record);
+  EXPECT_EQ(record->Id(), m_system.CurrentThreadId());
+  EXPECT_TRUE(record->IsStarted() && !handle.expired() && m_system.threadSlots == 1);
+  m_layer.reset();
+  EXPECT_TRUE(handle.expired() && m_system.leftOpen == 0 && m_system.threadSlots == 0);
+  EXPECT_EQ(ZThread::Current(), nullptr);
+  m_system.refusesCurrentThread = m_system.refusesThreadSlots = true;
+  m_layer.emplace(m_platform);
+  EXPECT_FALSE(Run([] {}));
+}
+
+TEST_F(ZThreadTest, YieldsUntilTheSpinWordIsFree) {
+  SpinWord word;
+  int count = 0;
+  const auto addThousand = [&] {
+    for (int i = 0; i < 1000; ++i) {
+      const SpinLock lock(word);
+      ++count;
+    }
+  };
+  word.Acquire();
+  std::thread other(addThousand);
+  while (m_surroundings.Sleeps().empty()) std::this_thread::yield();
+  word.Release();
+  addThousand();
+  other.join();
+  EXPECT_EQ(count, 2000);
+  EXPECT_THAT(m_surroundings.Sleeps(), testing::Each(0));
+}
+
+TEST(SpinWordDeathTest, EndsTheProcessWhenNobodyHadIt) {
+  EXPECT_EXIT(SpinWord().Release(), testing::ExitedWithCode(0),
+              "^Assertion failed: priorValue == 1, ZThread:518\n$");
+}
+
+}  // namespace
+}  // namespace tlk
