@@ -35,9 +35,14 @@ TEST_F(BuilderTest, TakesItsStepsInTheirOrder) {
   EXPECT_THAT(m_script.calls,
               ElementsAre("xml", "get root", "set Length=" + wire.substr(kBeforeStamp.size(), 7)));
   m_script.calls.clear();
-  ASSERT_EQ(builder->LoadXml("<a/>"), 0);
+  ASSERT_EQ(builder->LoadXml("<Attribute_List/>"), 0);
   EXPECT_THAT(m_script.calls,
               ElementsAre("new", "async off", "validate off", "resolve off", "xpath", "load"));
+  m_script.calls.clear();
+  ASSERT_EQ(builder->AddAttributes("<Attribute_List><b/><c/></Attribute_List>"), 0);
+  m_script.calls.erase(m_script.calls.begin(), m_script.calls.begin() + 6);
+  EXPECT_THAT(m_script.calls, ElementsAre("xpath", "select", "child", "xpath", "select", "sibling",
+                                          "append", "sibling", "append"));
 }
 
 TEST_F(BuilderTest, StampsTheLengthOfWhatItSends) {
@@ -164,6 +169,9 @@ TEST_F(BuilderTest, IsSilentWithoutADocument) {
     EXPECT_EQ(builder.GetXml(out), -1);
     EXPECT_EQ(builder.EnsureDataElement(), -1);
     EXPECT_EQ(builder.AppendData("<a/>"), -1);
+    EXPECT_EQ(builder.AddStatus("1", "d"), -1);
+    EXPECT_EQ(builder.AddParticipantList("a", 1, 0, 2, ""), -1);
+    EXPECT_EQ(builder.AddAttributesAtPaths("<a>", "<b>"), -1);
     EXPECT_EQ(builder.GetNodeText("//a", out), -1);
     EXPECT_EQ(builder.SetNodeAttribute("//a", "b", "c"), -1);
   });

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "tests/xml/CodecTest.h"
 
 namespace tlk {
@@ -44,6 +46,18 @@ constexpr Operation kGetType = [](Subject& s) { return s.parser.GetType(s.out); 
 constexpr Operation kGetId = [](Subject& s) { return s.parser.GetReceiverId(s.id); };
 constexpr Operation kGet = [](Subject& s) {
   return s.parser.GetNodeAttribute("//To", "Id", s.out);
+};
+constexpr Operation kPayloads = [](Subject& s) {
+  return std::min({s.builder.CreateMessage("Status", 1, 0, 2, "d"),
+                   s.builder.AddConferenceList("c", 1, "d", 2),
+                   s.builder.AddParticipantList("c", 1, 0, 2, "d")});
+};
+constexpr const char* kList = "<Attribute_List><a/></Attribute_List>";
+constexpr Operation kAdd = [](Subject& s) { return s.builder.AddAttributes(kList); };
+constexpr Operation kUpdateAndDelete = [](Subject& s) {
+  s.builder.AppendData(kList);
+  const int updated = s.builder.UpdateAttributes(kList);
+  return 10 * updated + s.builder.DeleteAttributes(kList);
 };
 constexpr Operation kGetRoot = [](Subject& s) {
   DomNode root = nullptr;
@@ -188,6 +202,33 @@ TEST_F(CodecFailuresTest, OfADocumentThatIsThere) {
       {kGetRoot, "get root", kDomFailed, 0},
   };
   for (const Row& row : parserRows) Check(row, "TLK_XMLParser");
+}
+
+TEST_F(CodecFailuresTest, OfLists) {
+  const std::string noFrom = "Failed to create From element.";
+  const std::string noRoot = "Failed to get document element.\n";
+  const std::string noData = "Failed to find Data element.\nFailed to find Data element.\n";
+  const std::string nothing = "Failed to find DataElement.\n" + noData;
+  const std::string failed = " Error code: 80004005\n";
+  const Row rows[] = {
+      {kPayloads, "select", kDomNothing, 0, nothing, nothing},
+      {kPayloads, "get root", kDomNothing, 0, noRoot + nothing,
+       "Failed to get document element. Error code: 1\n" + nothing},
+      {kPayloads, "element", kDomNothing, 0, noRoot, "Failed to get create data element.\n"},
+      {kPayloads, "set", kDomFailed, 0},
+      {kPayloads, "create Participant_L", kDomFailed, 0, noFrom + "\n", noFrom + failed},
+      {kAdd, "create", kDomFailed, -1, noFrom + "\n", noFrom + failed},
+      {kUpdateAndDelete, "base name", kDomFailed, -11},
+      {kUpdateAndDelete, "remove", kDomFailed, -1},
+      {kUpdateAndDelete, "replace", kDomFailed, -10},
+  };
+  for (const Row& row : rows) Check(row, "TLK_XMLBuilder");
+  for (const std::string part : {"Status", "Value", "Description", "Conference", "Participant"}) {
+    const std::string call = "create " + part + "$";
+    const std::string text = "Failed to create " + part + " element.\n";
+    Check({kPayloads, call.c_str(), kDomFailed, 0, noFrom + "\n" + text, noFrom + failed + text},
+          "TLK_XMLBuilder");
+  }
 }
 
 TEST_F(CodecFailuresTest, OfTheGateNameThePlace) {
