@@ -8,6 +8,7 @@
 #include "platform/windows/Bstr.h"
 #include "platform/windows/ComPtr.h"
 #include "platform/windows/Variant.h"
+#include "xml/msxml/MsxmlNodes.h"
 #include "xml/msxml/SerialisedXml.h"
 
 namespace tlk {
@@ -21,18 +22,6 @@ using Declarations = std::vector<std::pair<std::u16string, std::u16string>>;
 bool Declares(const Declarations& declarations, std::u16string_view name) {
   return std::any_of(declarations.begin(), declarations.end(),
                      [name](const auto& declaration) { return declaration.first == name; });
-}
-
-ComPtr<IXMLDOMNode> ParentOf(IXMLDOMNode* node) {
-  ComPtr<IXMLDOMNode> parent;
-  node->get_parentNode(parent.Put());
-  return parent;
-}
-
-ComPtr<IXMLDOMElement> AsElement(IXMLDOMNode* node) {
-  ComPtr<IXMLDOMElement> element;
-  if (node != nullptr) node->QueryInterface(IID_IXMLDOMElement, element.PutVoid());
-  return element;
 }
 
 template <typename Interface>

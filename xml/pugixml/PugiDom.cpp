@@ -1,11 +1,12 @@
 #include "xml/pugixml/PugiDom.h"
 
-#include <cstddef>
 #include <pugixml.hpp>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "xml/Contained.h"
+#include "xml/pugixml/PugiDocument.h"
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"
 #include "xml/pugixml/PugiStore.h"
@@ -25,64 +26,7 @@ bool IsBlankText(const pugi::xml_node& node) {
   return std::string_view(node.value()).find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
-class PugiDocument : public DomDocument {
- public:
-  PugiDocument(PugiStorePool& pool, std::unique_ptr<PugiStore> store)
-      : m_pool(pool), m_store(std::move(store)) {}
-  ~PugiDocument() override { m_pool.Return(std::move(m_store)); }
-
-  PugiDocument(const PugiDocument&) = delete;
-  PugiDocument& operator=(const PugiDocument&) = delete;
-
-  // This DOM does nothing else.
-  DomResult SetAsync(bool /*on*/) override { return kDomOk; }
-  DomResult SetValidateOnParse(bool /*on*/) override { return kDomOk; }
-  DomResult SetResolveExternals(bool /*on*/) override { return kDomOk; }
-  DomResult SelectXPath() override { return kDomOk; }
-
-  DomResult LoadXml(std::string_view text, bool& loaded) override;
-  DomResult ParseErrorReason(std::string& reason) override;
-  DomResult CreateElement(std::string_view name, DomNode& element) override;
-  DomResult SetDocumentElement(DomNode element) override;
-  DomResult DocumentElement(DomNode& element) override;
-  DomResult AppendChild(DomNode parent, DomNode child) override;
-  DomResult Remove(DomNode node) override;
-  DomResult Replace(DomNode node, DomNode replacement) override;
-  DomResult FirstChild(DomNode node, DomNode& child) override;
-  DomResult NextSibling(DomNode node, DomNode& sibling) override;
-  DomResult BaseName(DomNode node, std::string& name) override;
-  DomResult AsElement(DomNode node, DomNode& element) override;
-  DomResult SetAttribute(DomNode element, std::string_view name, std::string_view value) override;
-  DomResult Attribute(DomNode element, std::string_view name, std::string& value) override;
-  DomResult SetText(DomNode element, std::string_view text) override;
-  DomResult SelectNode(DomNode context, std::string_view path, DomNode& node) override;
-  DomResult Text(DomNode node, std::string& text) override;
-  DomResult Xml(DomNode node, std::string& xml) override;
-
- private:
-  [[nodiscard]] pugi::xml_document& Tree() const { return m_store->tree; }
-  void Clear();
-  DomResult Parse(std::string_view text);
-  bool TakeName(std::string_view name);
-  [[nodiscard]] bool IsStray(const pugi::xml_node& node) const;
-  [[nodiscard]] bool HasParent(const pugi::xml_node& node) const;
-  [[nodiscard]] bool MayReplace(const pugi::xml_node& old, const pugi::xml_node& fresh) const;
-  [[nodiscard]] DomNode FirstSeen(pugi::xml_node node) const;
-  DomResult Place(pugi::xml_node parent, const pugi::xml_node& child, const pugi::xml_node& before,
-                  pugi::xml_node& placed);
-  void TakeOut(pugi::xml_node node);
-  void WriteDocument(std::string& utf8);
-  void WriteNode(DomNode node, std::string& utf8);
-
-  PugiStorePool& m_pool;
-  std::unique_ptr<PugiStore> m_store;
-  const char* m_parseError = "";
-
-  // pugixml has no elements that stand nowhere. They wait at the top of the tree, beside the
-  // document element, and are passed over there.
-  pugi::xml_node m_root;
-  std::size_t m_strays = 0;
-};
+}  // namespace
 
 DomResult PugiDocument::LoadXml(std::string_view text, bool& loaded) {
   loaded = false;
@@ -119,121 +63,13 @@ DomResult PugiDocument::ParseErrorReason(std::string& reason) {
   });
 }
 
-// Takes a name over into the scratch space; false for what cannot be a name.
-bool PugiDocument::TakeName(std::string_view name) {
-  m_store->text.ToTreeValue(name, m_store->name);
-  return m_store->text.IsName(m_store->name);
-}
-
-DomResult PugiDocument::CreateElement(std::string_view name, DomNode& element) {
-  element = nullptr;
-  return Contained([&] {
-    if (!TakeName(name)) return kDomBadArgument;
-    const pugi::xml_node made = Tree().append_child(m_store->name.c_str());
-    if (!made) return kDomOutOfMemory;
-    ++m_strays;
-    element = HandleOf(made);
-    return kDomOk;
-  });
-}
-
-DomResult PugiDocument::SetDocumentElement(DomNode element) {
-  const pugi::xml_node child = ElementOf(element);
-  if (!child) return kDomBadArgument;
-  if (child == m_root) return kDomOk;
-  return Contained([&] {
-    const bool replaces = m_root;
-    pugi::xml_node placed;
-    const DomResult result = Place(Tree(), child, {}, placed);
-    if (result != kDomOk) return result;
-    m_root = placed;
-    if (replaces) ++m_strays;
-    return result;
-  });
-}
-
 DomResult PugiDocument::DocumentElement(DomNode& element) {
   element = HandleOf(m_root);
   return m_root ? kDomOk : kDomNothing;
 }
 
-DomResult PugiDocument::AppendChild(DomNode parent, DomNode child) {
-  const pugi::xml_node element = ElementOf(parent);
-  const pugi::xml_node added = NodeOf(child);
-  if (!element || !added || element.root() != Tree()) return kDomBadArgument;
-  pugi::xml_node placed;
-  return Contained([&] { return Place(element, added, {}, placed); });
-}
-
 bool PugiDocument::IsStray(const pugi::xml_node& node) const {
   return node.type() == pugi::node_element && node.parent() == Tree() && node != m_root;
-}
-
-// Whether a node belongs to this document or one of its strays, and stands somewhere in it.
-bool PugiDocument::HasParent(const pugi::xml_node& node) const {
-  return node && node.root() == Tree() && node.parent() && !IsStray(node);
-}
-
-// Moves a node of this tree, or copies one of another, to its place under `parent`: in front of
-// `before`, or at the end.
-DomResult PugiDocument::Place(pugi::xml_node parent, const pugi::xml_node& child,
-                              const pugi::xml_node& before, pugi::xml_node& placed) {
-  const pugi::xml_node scope = child.parent();
-  const bool wasRoot = child == m_root;
-  const bool wasStray = IsStray(child);
-  if (child.root() == Tree()) {
-    placed = before ? parent.insert_move_before(child, before) : parent.append_move(child);
-  } else {
-    placed = before ? parent.insert_copy_before(child, before) : parent.append_copy(child);
-  }
-  if (!placed) return kDomFailed;
-  if (wasRoot) m_root = {};
-  if (wasStray) --m_strays;
-  if (placed.type() == pugi::node_element) KeepDeclarations(scope, placed);
-  return kDomOk;
-}
-
-// Takes a node from its parent. An element stays, as a stray.
-void PugiDocument::TakeOut(pugi::xml_node node) {
-  pugi::xml_node parent = node.parent();
-  if (node.type() != pugi::node_element) {
-    parent.remove_child(node);
-    return;
-  }
-  if (node == m_root) m_root = {};
-  Tree().append_move(node);
-  ++m_strays;
-  KeepDeclarations(parent, node);
-}
-
-DomResult PugiDocument::Remove(DomNode node) {
-  const pugi::xml_node removed = NodeOf(node);
-  if (!HasParent(removed)) return kDomBadArgument;
-  TakeOut(removed);
-  return kDomOk;
-}
-
-// At the top of a document stand comments, processing instructions and one element.
-bool PugiDocument::MayReplace(const pugi::xml_node& old, const pugi::xml_node& fresh) const {
-  if (old.parent() != Tree()) return true;
-  if (fresh.type() == pugi::node_element) return !m_root || old == m_root || fresh == m_root;
-  return fresh.type() == pugi::node_comment || fresh.type() == pugi::node_pi;
-}
-
-DomResult PugiDocument::Replace(DomNode node, DomNode replacement) {
-  const pugi::xml_node old = NodeOf(node);
-  const pugi::xml_node fresh = NodeOf(replacement);
-  if (!HasParent(old) || !fresh || !MayReplace(old, fresh)) return kDomBadArgument;
-  if (old == fresh) return kDomOk;
-  return Contained([&] {
-    const bool atTop = old.parent() == Tree();
-    pugi::xml_node placed;
-    const DomResult result = Place(old.parent(), fresh, old, placed);
-    if (result != kDomOk) return result;
-    TakeOut(old);
-    if (atTop && placed.type() == pugi::node_element) m_root = placed;
-    return result;
-  });
 }
 
 // The node, or the next one behind it that is to be seen: no stray, nor blanks between elements.
@@ -268,20 +104,6 @@ DomResult PugiDocument::AsElement(DomNode node, DomNode& element) {
   return element != nullptr ? kDomOk : kDomNothing;
 }
 
-DomResult PugiDocument::SetAttribute(DomNode element, std::string_view name,
-                                     std::string_view value) {
-  pugi::xml_node owner = ElementOf(element);
-  if (!owner) return kDomBadArgument;
-  return Contained([&] {
-    if (!TakeName(name)) return kDomBadArgument;
-    m_store->text.ToTreeValue(value, m_store->value);
-    pugi::xml_attribute attribute = owner.attribute(m_store->name.c_str());
-    if (!attribute) attribute = owner.append_attribute(m_store->name.c_str());
-    const bool set = attribute.set_value(m_store->value.c_str());
-    return set ? kDomOk : kDomOutOfMemory;
-  });
-}
-
 DomResult PugiDocument::Attribute(DomNode element, std::string_view name, std::string& value) {
   const pugi::xml_node owner = ElementOf(element);
   if (!owner) return kDomBadArgument;
@@ -290,24 +112,6 @@ DomResult PugiDocument::Attribute(DomNode element, std::string_view name, std::s
     const pugi::xml_attribute attribute = owner.attribute(m_store->name.c_str());
     if (!attribute) return kDomNothing;
     m_store->text.FromTree(attribute.value(), value);
-    return kDomOk;
-  });
-}
-
-DomResult PugiDocument::SetText(DomNode element, std::string_view text) {
-  pugi::xml_node owner = ElementOf(element);
-  if (!owner) return kDomBadArgument;
-  return Contained([&] {
-    m_store->text.ToTreeValue(text, m_store->value);
-    pugi::xml_node fresh;
-    if (!m_store->value.empty()) {
-      fresh = owner.append_child(pugi::node_pcdata);
-      if (!fresh.set_value(m_store->value.c_str())) {
-        owner.remove_child(fresh);
-        return kDomOutOfMemory;
-      }
-    }
-    while (owner.first_child() != fresh) owner.remove_child(owner.first_child());
     return kDomOk;
   });
 }
@@ -372,8 +176,6 @@ void PugiDocument::WriteNode(DomNode node, std::string& utf8) {
     AppendXml(NodeOf(node), utf8);
   }
 }
-
-}  // namespace
 
 PugiDomFactory::PugiDomFactory(const AnsiText& text)
     : m_pool(std::make_unique<PugiStorePool>(text)) {}

@@ -12,12 +12,17 @@ namespace {
 
 constexpr std::string_view kAnywhere = "//";
 
-bool BelongsToWord(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
+bool BeginsWord(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
+
+bool ContinuesWord(char c) {
+  return BeginsWord(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+}
 
 // Whether a path is nothing but a name, of the plainest kind. Nearly every path is, behind "//" or
 // not, and needs no XPath.
 bool IsWord(std::string_view path) {
-  return !path.empty() && std::all_of(path.begin(), path.end(), BelongsToWord);
+  return !path.empty() && BeginsWord(path.front()) &&
+         std::all_of(path.begin(), path.end(), ContinuesWord);
 }
 
 // pugixml finds nodes of any kind by name.

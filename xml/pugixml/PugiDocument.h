@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <pugixml.hpp>
+#include <string>
+
+#include "xml/Dom.h"
+#include "xml/pugixml/PugiStore.h"
+
+namespace tlk {
+
+/// A document held by pugixml. What reads it lies in one source file, what changes it in another.
+class PugiDocument : public DomDocument {
+ public:
+  PugiDocument(PugiStorePool& pool, std::unique_ptr<PugiStore> store)
+      : m_pool(pool), m_store(std::move(store)) {}
+  ~PugiDocument() override { m_pool.Return(std::move(m_store)); }
+
+  PugiDocument(const PugiDocument&) = delete;
+  PugiDocument& operator=(const PugiDocument&) = delete;
+
+  // This DOM does nothing else.
+  DomResult SetAsync(bool /*on*/) override { return kDomOk; }
+  DomResult SetValidateOnParse(bool /*on*/) override { return kDomOk; }
+  DomResult SetResolveExternals(bool /*on*/) override { return kDomOk; }
+  DomResult SelectXPath() override { return kDomOk; }
+
+  DomResult LoadXml(std::string_view text, bool& loaded) override;
+  DomResult ParseErrorReason(std::string& reason) override;
+  DomResult CreateElement(std::string_view name, DomNode& element) override;
+  DomResult SetDocumentElement(DomNode element) override;
+  DomResult DocumentElement(DomNode& element) override;
+  DomResult AppendChild(DomNode parent, DomNode child) override;
+  DomResult Remove(DomNode node) override;
+  DomResult Replace(DomNode node, DomNode replacement) override;
+  DomResult FirstChild(DomNode node, DomNode& child) override;
+  DomResult NextSibling(DomNode node, DomNode& sibling) override;
+  DomResult BaseName(DomNode node, std::string& name) override;
+  DomResult AsElement(DomNode node, DomNode& element) override;
+  DomResult SetAttribute(DomNode element, std::string_view name, std::string_view value) override;
+  DomResult Attribute(DomNode element, std::string_view name, std::string& value) override;
+  DomResult SetText(DomNode element, std::string_view text) override;
+  DomResult SelectNode(DomNode context, std::string_view path, DomNode& node) override;
+  DomResult Text(DomNode node, std::string& text) override;
+  DomResult Xml(DomNode node, std::string& xml) override;
+
+ private:
+  [[nodiscard]] pugi::xml_document& Tree() const { return m_store->tree; }
+  void Clear();
+  DomResult Parse(std::string_view text);
+  bool TakeName(std::string_view name);
+  [[nodiscard]] bool IsStray(const pugi::xml_node& node) const;
+  [[nodiscard]] bool HasParent(const pugi::xml_node& node) const;
+  [[nodiscard]] bool MayReplace(const pugi::xml_node& old, const pugi::xml_node& fresh) const;
+  [[nodiscard]] DomNode FirstSeen(pugi::xml_node node) const;
+  DomResult Place(pugi::xml_node parent, const pugi::xml_node& child, const pugi::xml_node& before,
+                  pugi::xml_node& placed);
+  void TakeOut(pugi::xml_node node);
+  void WriteDocument(std::string& utf8);
+  void WriteNode(DomNode node, std::string& utf8);
+
+  PugiStorePool& m_pool;
+  std::unique_ptr<PugiStore> m_store;
+  const char* m_parseError = "";
+
+  // pugixml has no elements that stand nowhere. They wait at the top of the tree, beside the
+  // document element, and are passed over there.
+  pugi::xml_node m_root;
+  std::size_t m_strays = 0;
+};
+
+}  // namespace tlk
