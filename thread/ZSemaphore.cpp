@@ -1,7 +1,5 @@
 #include "thread/ZSemaphore.h"
 
-#include <algorithm>
-
 #include "platform/Surroundings.h"
 #include "thread/Deadline.h"
 #include "thread/ThreadLayer.h"
@@ -10,7 +8,7 @@
 namespace tlk {
 
 ZSemaphore::ZSemaphore(const char* name, std::int32_t count)
-    : fName(name), fWord(static_cast<std::uint32_t>(std::max(count, 0))) {}
+    : fName(name), fInitial(static_cast<std::uint32_t>(std::max(count, 0))), fWord(fInitial) {}
 
 ZSemaphore::~ZSemaphore() {
   WaiterQueue destroyed;
@@ -44,20 +42,6 @@ LockResult ZSemaphore::WaitInTurn(std::int32_t units, std::int64_t limit) {
     static_cast<void>(self.SleepUntil(Deadline(kForever)));
   }
   return self.Outcome();
-}
-
-bool ZSemaphore::Signal(std::int32_t units) {
-  if (units <= 0) return true;
-  const auto more = static_cast<std::uint32_t>(units);
-  std::uint32_t word = fWord.load(std::memory_order_relaxed);
-  while (word < kContended) {
-    if (word + more >= kContended) return false;
-    if (fWord.compare_exchange_weak(word, word + more, std::memory_order_release,
-                                    std::memory_order_relaxed)) {
-      return true;
-    }
-  }
-  return SignalInTurn(more);
 }
 
 bool ZSemaphore::SignalInTurn(std::uint32_t units) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 
@@ -39,7 +40,19 @@ class ZSemaphore {
 
   /// Gives so many units, none for 0 or less. False, and none is given, when the count would go
   /// past `kMaxCount` even for a moment.
-  bool Signal(std::int32_t units);
+  bool Signal(std::int32_t units) {
+    if (units <= 0) return true;
+    const auto more = static_cast<std::uint32_t>(units);
+    std::uint32_t word = fInitial - std::min(more, fInitial);
+    do {
+      if (word + more >= kContended) return false;
+      if (fWord.compare_exchange_weak(word, word + more, std::memory_order_release,
+                                      std::memory_order_relaxed)) {
+        return true;
+      }
+    } while (word < kContended);
+    return SignalInTurn(more);
+  }
 
   /// How many threads wait in this moment.
   [[nodiscard]] std::int32_t Waiters() const;
@@ -53,13 +66,13 @@ class ZSemaphore {
   [[nodiscard]] bool TryTake(std::int32_t units) {
     if (units <= 0) return true;
     const auto need = static_cast<std::uint32_t>(units);
-    std::uint32_t word = fWord.load(std::memory_order_relaxed);
-    while (word >= need && word < kContended) {
+    std::uint32_t word = std::max(need, fInitial);
+    do {
       if (fWord.compare_exchange_weak(word, word - need, std::memory_order_acquire,
                                       std::memory_order_relaxed)) {
         return true;
       }
-    }
+    } while (word >= need && word < kContended);
     return false;
   }
 
@@ -79,6 +92,10 @@ class ZSemaphore {
   [[nodiscard]] WaiterQueue Serve(std::uint32_t count);
 
   const char* const fName;
+
+  /// What the count is while nobody has units. It is guessed from, as reading the word itself would
+  /// have to wait for what the thread did to it last.
+  const std::uint32_t fInitial;
   std::atomic<std::uint32_t> fWord;
   mutable SpinWord fSpin;
   WaiterQueue fQueue;
