@@ -1,4 +1,4 @@
-#include "tools/tlk/serve/FrameExtractor.h"
+#include "tools/tlk/FrameExtractor.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 
 #include "tests/tools/Frames.h"
 
-namespace tlk::serve {
+namespace tlk {
 namespace {
 
 TEST(FrameExtractor, CutsTheSameFramesHoweverTheStreamIsSplitUpToAFault) {
@@ -23,7 +23,8 @@ TEST(FrameExtractor, CutsTheSameFramesHoweverTheStreamIsSplitUpToAFault) {
     }
     ASSERT_THAT(taken, testing::ElementsAre(first, second, first)) << "in pieces of " << piece;
     ASSERT_EQ(frames.Error(), "no length stamp in the first 30 bytes");
-    ASSERT_EQ(frames.Waiting(), 0U);
+    ASSERT_EQ(frames.ErrorOffset(), first.size() + second.size() + first.size());
+    ASSERT_EQ(frames.Rest(), "");
   }
 }
 
@@ -51,4 +52,4 @@ TEST(FrameExtractor, RefusesAFaultyPrefixAtItsThirtiethByte) {
 }
 
 }  // namespace
-}  // namespace tlk::serve
+}  // namespace tlk

@@ -5,7 +5,7 @@
 
 #include "transport/Framing.h"
 
-namespace tlk::serve {
+namespace tlk {
 
 /// A text with its own length in place of the seven digits of its stamp.
 inline std::string Stamped(std::string text) {
@@ -22,4 +22,4 @@ inline std::string Message(const std::string& type, const std::string& data, int
                  "</TLK_Message>");
 }
 
-}  // namespace tlk::serve
+}  // namespace tlk

@@ -88,7 +88,6 @@ class FakeControlDriver : public ControlDriver {
     return canRead;
   }
   bool ReadInput(std::string& /*bytes*/) override { return false; }
-  bool InputIsTerminal() override { return false; }
   std::uint64_t TickCount() override { return m_now; }
 
  private:

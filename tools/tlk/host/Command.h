@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <memory>
-#include <string>
-#include <vector>
+
+#include "tools/tlk/CommandForm.h"
 
 namespace tlk::host {
 
@@ -26,14 +26,14 @@ enum class CommandKind {
 enum class EventKind : std::size_t { kStatus, kMessage };
 inline constexpr std::size_t kEventKinds = 2;
 
-/// One command of the console, its words checked. Which fields it fills is said by its form in
-/// CommandReader.cpp; no command has two numbers.
+/// One command of the console, its words checked by its form in CommandReader.cpp.
 struct Command {
   CommandKind kind = CommandKind::kQuit;
-  std::vector<std::string> texts;          ///< SERVER, or TYPE and DATA, as narrow ANSI text.
-  std::int32_t number = 0;                 ///< PORT, TIMEOUT_MS, MS or N.
-  EventKind event = EventKind::kStatus;    ///< What `wait` and `on` wait for.
+  Arguments arguments;                     ///< As its form says; text is narrow ANSI text.
   std::shared_ptr<const Command> handler;  ///< What `on` runs.
+
+  /// What `wait` and `on` wait for.
+  [[nodiscard]] EventKind Event() const { return static_cast<EventKind>(arguments[0].number); }
 };
 
 }  // namespace tlk::host

@@ -75,9 +75,6 @@ class ControlDriver {
   /// Appends what standard input holds to `bytes`; false at its end. Waits when it holds nothing.
   virtual bool ReadInput(std::string& bytes) = 0;
 
-  /// Whether somebody types at a terminal.
-  [[nodiscard]] virtual bool InputIsTerminal() = 0;
-
   /// Milliseconds since some fixed moment; never steps back.
   [[nodiscard]] virtual std::uint64_t TickCount() = 0;
 };
@@ -85,7 +82,6 @@ class ControlDriver {
 /// What is settled before the system is first used.
 struct DriverOptions {
   bool showLogLines = true;  ///< Whether each line of the trace log is echoed.
-  std::string codePage;      ///< Linux: name of the ANSI code page; empty for the system's own.
   std::string module;        ///< Windows: file with the control; empty for the registered one.
   bool showWindow = false;   ///< Windows: whether a control's container is on the screen.
 };

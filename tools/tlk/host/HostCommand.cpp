@@ -2,19 +2,15 @@
 
 #include <CLI/CLI.hpp>
 #include <fstream>
-#include <iostream>
 #include <memory>
 
 #include "tools/tlk/OwnOutput.h"
 #include "tools/tlk/host/HostSession.h"
-#include "tools/tlk/host/LineReader.h"
 
 namespace tlk {
 namespace {
 
-using host::ControlDriver;
 using host::HostSession;
-using host::LineReader;
 
 constexpr const char* kHelp =
     "Commands, one per line:\n"
@@ -49,49 +45,9 @@ struct Options {
   host::DriverOptions driver;
 };
 
-void RunLines(HostSession& session, LineReader& lines, const std::string& prompt) {
-  auto& output = OwnOutput::Get();
-  std::string line;
-  while (!session.Ended()) {
-    if (!prompt.empty()) output.Text(prompt);
-    if (!lines.Next(line) || session.Ended()) break;
-    session.RunLine(line);
-  }
-}
-
-void RunInput(ControlDriver& driver, HostSession& session) {
-  LineReader lines(
-      [&](std::string& bytes) { return session.WaitForInput() && driver.ReadInput(bytes); });
-  const bool isConversation = driver.InputIsTerminal() && OwnOutput::Get().IsTerminal();
-  RunLines(session, lines, isConversation ? "> " : "");
-}
-
-void RunScript(std::istream& script, HostSession& session) {
-  LineReader lines([&](std::string& bytes) {
-    constexpr std::size_t kReadSize = 65536;
-    const std::size_t size = bytes.size();
-    bytes.resize(size + kReadSize);
-    script.read(bytes.data() + size, kReadSize);
-    bytes.resize(size + static_cast<std::size_t>(script.gcount()));
-    return bytes.size() > size;
-  });
-  RunLines(session, lines, "");
-}
-
-/// Opens the script; false, with a word on standard error, when it cannot be read.
-bool OpenScript(const std::string& path, std::ifstream& script) {
-  script.open(path, std::ios::binary);
-  if (script.is_open() && (script.peek(), !script.bad())) {
-    script.clear();
-    return true;
-  }
-  std::cerr << "tlk host: cannot read the script " << path << '\n';
-  return false;
-}
-
 int Host(Options& options) {
   std::ifstream script;
-  if (!options.script.empty() && !OpenScript(options.script, script)) return 1;
+  if (!options.script.empty() && !OpenScript("tlk host", options.script, script)) return 1;
 
   options.driver.showLogLines = !options.quiet;
   const auto driver = host::NewSystemDriver(options.driver);
@@ -99,7 +55,9 @@ int Host(Options& options) {
   if (script.is_open()) {
     RunScript(script, session);
   } else {
-    RunInput(*driver, session);
+    RunStandardInput(
+        [&](std::string& bytes) { return session.WaitForInput() && driver->ReadInput(bytes); },
+        session);
   }
   return session.ExitStatus();
 }

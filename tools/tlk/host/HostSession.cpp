@@ -33,7 +33,7 @@ struct HostSession::Action {
 };
 
 HostSession::HostSession(ControlDriver& driver, Print print)
-    : m_driver(driver), m_print(std::move(print)) {
+    : CommandSession(std::move(print)), m_driver(driver) {
   m_inUse = MakeControl();
   if (m_inUse == nullptr) Fail(kNoneMade);
 }
@@ -48,12 +48,12 @@ void HostSession::RunLine(std::string_view line) {
 }
 
 bool HostSession::WaitForInput() {
-  while (!m_ended) {
+  while (!Ended()) {
     const bool canRead = m_driver.DeliverOnceOrInput();
     FreeDestroyed();
     if (canRead) break;
   }
-  return !m_ended;
+  return !Ended();
 }
 
 void HostSession::Run(const Command& command, SessionControl* target) {
@@ -83,45 +83,48 @@ void HostSession::Run(const Command& command, SessionControl* target) {
 }
 
 void HostSession::Connect(const Command& command, SessionControl* target) {
-  const ConnectResult result = (*target)->Connect(command.texts[0], command.number);
+  const ConnectResult result =
+      (*target)->Connect(command.arguments[0].text, command.arguments[1].Signed());
   const std::string value = result.value ? std::to_string(*result.value) : "-";
-  m_print("connect" + Hr(result.hr) + " pVal=" + value);
+  PrintLine("connect" + Hr(result.hr) + " pVal=" + value);
 }
 
 void HostSession::Disconnect(const Command& /*command*/, SessionControl* target) {
-  m_print("disconnect" + Hr((*target)->Disconnect()));
+  PrintLine("disconnect" + Hr((*target)->Disconnect()));
 }
 
 void HostSession::Status(const Command& /*command*/, SessionControl* target) {
   const StatusResult result = (*target)->ConnectionStatus();
-  m_print("status" + Hr(result.hr) + " value=" + std::to_string(result.value));
+  PrintLine("status" + Hr(result.hr) + " value=" + std::to_string(result.value));
 }
 
 void HostSession::Send(const Command& command, SessionControl* target) {
-  m_print("send" + Hr((*target)->Send(command.texts[0], command.texts[1])));
+  const auto& words = command.arguments;
+  const std::string data = words.size() > 1 ? words[1].text : std::string();
+  PrintLine("send" + Hr((*target)->Send(words[0].text, data)));
 }
 
 void HostSession::Request(const Command& command, SessionControl* target) {
-  const RequestResult result =
-      (*target)->Request(command.texts[0], command.texts[1], command.number);
-  m_print("request" + Hr(result.hr) + " type=" + QuoteIfWritten(result.type) +
-          " data=" + QuoteIfWritten(result.data));
+  const auto& words = command.arguments;
+  const RequestResult result = (*target)->Request(words[0].text, words[1].text, words[2].Signed());
+  PrintLine("request" + Hr(result.hr) + " type=" + QuoteIfWritten(result.type) +
+            " data=" + QuoteIfWritten(result.data));
 }
 
 void HostSession::Pump(const Command& command, SessionControl* /*target*/) {
-  Deliver(command.number, [] { return false; });
-  m_print("pump");
+  Deliver(command.arguments[0].Signed(), [] { return false; });
+  PrintLine("pump");
 }
 
 void HostSession::Wait(const Command& command, SessionControl* target) {
-  const std::uint64_t before = target->EventCount(command.event);
-  const auto seen = [&] { return target->EventCount(command.event) != before; };
-  Deliver(command.number, seen);
-  m_print(seen() ? "wait ok" : "wait timeout");
+  const std::uint64_t before = target->EventCount(command.Event());
+  const auto seen = [&] { return target->EventCount(command.Event()) != before; };
+  Deliver(command.arguments[1].Signed(), seen);
+  PrintLine(seen() ? "wait ok" : "wait timeout");
 }
 
 void HostSession::On(const Command& command, SessionControl* target) {
-  target->AddHandler(command.event, command.handler);
+  target->AddHandler(command.Event(), command.handler);
 }
 
 void HostSession::New(const Command& /*command*/, SessionControl* /*target*/) {
@@ -131,37 +134,33 @@ void HostSession::New(const Command& /*command*/, SessionControl* /*target*/) {
     return;
   }
   m_inUse = made;
-  m_print("new " + std::to_string(made->Number()));
+  PrintLine("new " + std::to_string(made->Number()));
 }
 
 void HostSession::Use(const Command& command, SessionControl* /*target*/) {
-  SessionControl* const found = FindControl(command.number);
+  const std::int32_t number = command.arguments[0].Signed();
+  SessionControl* const found = FindControl(number);
   if (found == nullptr) {
-    Fail("there is no control " + std::to_string(command.number));
+    Fail("there is no control " + std::to_string(number));
     return;
   }
   m_inUse = found;
-  m_print("use " + std::to_string(command.number));
+  PrintLine("use " + std::to_string(number));
 }
 
 void HostSession::Destroy(const Command& /*command*/, SessionControl* target) {
   target->Destroy();
   if (m_inUse == target) m_inUse = nullptr;
-  m_print("destroy " + std::to_string(target->Number()));
+  PrintLine("destroy " + std::to_string(target->Number()));
 }
 
-void HostSession::Quit(const Command& /*command*/, SessionControl* /*target*/) { m_ended = true; }
+void HostSession::Quit(const Command& /*command*/, SessionControl* /*target*/) { End(); }
 
 void HostSession::OnEvent(SessionControl& control, EventKind event, const std::string& text) {
-  m_print(text);
-  if (m_ended) return;
+  PrintLine(text);
+  if (Ended()) return;
   const std::shared_ptr<const Command> handler = control.TakeHandler(event);
   if (handler != nullptr) Run(*handler, &control);
-}
-
-void HostSession::Fail(std::string_view text) {
-  m_exitStatus = 1;
-  m_print("error: " + std::string(text));
 }
 
 SessionControl* HostSession::MakeControl() {
@@ -194,7 +193,7 @@ void HostSession::Deliver(std::int32_t milliseconds, const std::function<bool()>
     now = std::min(m_driver.TickCount(), end);
     m_driver.DeliverOnce(static_cast<std::uint32_t>(end - now));
     FreeDestroyed();
-  } while (now < end && !m_ended && !done());
+  } while (now < end && !Ended() && !done());
 }
 
 }  // namespace tlk::host

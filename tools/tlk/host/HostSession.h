@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/tlk/CommandSession.h"
 #include "tools/tlk/host/Command.h"
 #include "tools/tlk/host/ControlDriver.h"
 #include "tools/tlk/host/SessionControl.h"
@@ -26,28 +27,15 @@ namespace tlk::host {
 /// After `quit` no handler runs any more and no wait lasts any longer.
 ///
 /// Used by one thread. The driver outlives the session.
-class HostSession {
+class HostSession : public CommandSession {
  public:
-  /// Takes one line of output, without its line end.
-  using Print = std::function<void(std::string_view line)>;
-
   HostSession(ControlDriver& driver, Print print);
-  ~HostSession();
+  ~HostSession() override;
 
-  HostSession(const HostSession&) = delete;
-  HostSession& operator=(const HostSession&) = delete;
-
-  /// Runs one line of input.
-  void RunLine(std::string_view line);
+  void RunLine(std::string_view line) override;
 
   /// Delivers until standard input can be read; false when the session has ended meanwhile.
   bool WaitForInput();
-
-  /// Whether `quit` was run.
-  [[nodiscard]] bool Ended() const { return m_ended; }
-
-  /// 0, or 1 when a line was refused.
-  [[nodiscard]] int ExitStatus() const { return m_exitStatus; }
 
  private:
   struct Action;
@@ -69,19 +57,15 @@ class HostSession {
   void Quit(const Command& command, SessionControl* target);
 
   void OnEvent(SessionControl& control, EventKind event, const std::string& text);
-  void Fail(std::string_view text);
   SessionControl* MakeControl();
   [[nodiscard]] SessionControl* FindControl(std::int32_t number) const;
   void FreeDestroyed();
   void Deliver(std::int32_t milliseconds, const std::function<bool()>& done);
 
   ControlDriver& m_driver;
-  const Print m_print;
   std::vector<std::unique_ptr<SessionControl>> m_controls;
   SessionControl* m_inUse = nullptr;
   std::int32_t m_lastNumber = 0;
-  bool m_ended = false;
-  int m_exitStatus = 0;
 };
 
 }  // namespace tlk::host

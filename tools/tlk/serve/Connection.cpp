@@ -54,7 +54,7 @@ void Connection::OnBytes(std::string_view bytes) {
 void Connection::OnReadFailed(const asio::error_code& error) {
   if (error != asio::error::eof) {
     End("lost: " + error.message());
-  } else if (m_frames.Waiting() != 0) {
+  } else if (!m_frames.Rest().empty()) {
     End("lost: the stream ends within a message");
   } else if (m_queue.empty()) {
     End("closed");

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/tlk/serve/FrameExtractor.h"
+#include "tools/tlk/FrameExtractor.h"
 
 namespace tlk::serve {
 

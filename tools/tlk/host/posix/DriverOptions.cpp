@@ -1,13 +1,8 @@
-#include <CLI/CLI.hpp>
-
 #include "tools/tlk/host/ControlDriver.h"
+#include "tools/tlk/posix/CodePage.h"
 
 namespace tlk::host {
 
-void AddDriverOptions(CLI::App& command, DriverOptions& options) {
-  command
-      .add_option("--code-page", options.codePage, "The system's ANSI code page, such as CP1252")
-      ->type_name("NAME");
-}
+void AddDriverOptions(CLI::App& command, DriverOptions& /*options*/) { AddCodePageOption(command); }
 
 }  // namespace tlk::host

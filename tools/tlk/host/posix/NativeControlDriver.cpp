@@ -5,8 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 #include <limits>
 
 #include "control/NativeControl.h"
@@ -14,11 +12,10 @@
 #include "platform/AnsiText.h"
 #include "platform/Platform.h"
 #include "platform/Surroundings.h"
+#include "tools/tlk/StandardInput.h"
 
 namespace tlk::host {
 namespace {
-
-constexpr std::size_t kReadSize = 65536;
 
 // Values that no call writes: what still holds one afterwards was left alone.
 constexpr std::int32_t kUnwrittenNumber = std::numeric_limits<std::int32_t>::min();
@@ -114,22 +111,12 @@ bool NativeControlDriver::DeliverOnceOrInput() {
   return InputWaits() || m_loop.DispatchOnceOrReadable(STDIN_FILENO, -1);
 }
 
-bool NativeControlDriver::ReadInput(std::string& bytes) {
-  const std::size_t size = bytes.size();
-  bytes.resize(size + kReadSize);
-  const ssize_t count = read(STDIN_FILENO, bytes.data() + size, kReadSize);
-  const bool tryAgain = count < 0 && (errno == EINTR || errno == EAGAIN);
-  bytes.resize(size + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-  return count > 0 || tryAgain;
-}
-
-bool NativeControlDriver::InputIsTerminal() { return isatty(STDIN_FILENO) == 1; }
+bool NativeControlDriver::ReadInput(std::string& bytes) { return ReadStandardInput(bytes); }
 
 std::uint64_t NativeControlDriver::TickCount() { return SystemPlatform().surroundings.TickCount(); }
 
 std::unique_ptr<ControlDriver> NewSystemDriver(const DriverOptions& options) {
   FillStandardInput();
-  if (!options.codePage.empty()) setenv("TLK_CODE_PAGE", options.codePage.c_str(), 1);
   if (!options.showLogLines) TraceLog().SetConsoleEcho(false);
   return std::make_unique<NativeControlDriver>();
 }

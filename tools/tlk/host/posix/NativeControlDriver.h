@@ -12,7 +12,6 @@ class NativeControlDriver : public ControlDriver {
   void DeliverOnce(std::uint32_t milliseconds) override;
   bool DeliverOnceOrInput() override;
   bool ReadInput(std::string& bytes) override;
-  [[nodiscard]] bool InputIsTerminal() override;
   [[nodiscard]] std::uint64_t TickCount() override;
 
  private:

@@ -54,11 +54,6 @@ bool ComControlDriver::DeliverOnceOrInput() {
 
 bool ComControlDriver::ReadInput(std::string& bytes) { return Input().Read(bytes); }
 
-bool ComControlDriver::InputIsTerminal() {
-  DWORD mode = 0;
-  return GetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), &mode) != 0;
-}
-
 std::uint64_t ComControlDriver::TickCount() { return GetTickCount64(); }
 
 InputReader& ComControlDriver::Input() {

@@ -19,7 +19,6 @@ class ComControlDriver : public ControlDriver {
   void DeliverOnce(std::uint32_t milliseconds) override;
   bool DeliverOnceOrInput() override;
   bool ReadInput(std::string& bytes) override;
-  [[nodiscard]] bool InputIsTerminal() override;
   [[nodiscard]] std::uint64_t TickCount() override;
 
  private:

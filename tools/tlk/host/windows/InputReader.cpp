@@ -1,44 +1,15 @@
 #include "tools/tlk/host/windows/InputReader.h"
 
-#include <array>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+#include <utility>
 
-#include "platform/AnsiText.h"
-#include "platform/Platform.h"
-#include "platform/windows/Bstr.h"
 #include "platform/windows/OwnedHandle.h"
+#include "tools/tlk/StandardInput.h"
 #include "tools/tlk/host/windows/ComFailure.h"
 
 namespace tlk::host {
-namespace {
-
-constexpr DWORD kReadSize = 16384;
-constexpr wchar_t kEndKey = L'\x1A';  // Ctrl+Z at the start of a line
-
-/// Each reader of a piece returns it, empty at the end.
-std::string ReadBytes(HANDLE input) {
-  std::string bytes(kReadSize, '\0');
-  DWORD count = 0;
-  if (!ReadFile(input, bytes.data(), kReadSize, &count, nullptr)) count = 0;
-  bytes.resize(count);
-  return bytes;
-}
-
-/// A console gives bytes of its own code page, so it is asked for characters.
-std::string ReadTyped(HANDLE console) {
-  std::array<wchar_t, kReadSize> typed;
-  DWORD count = 0;
-  if (!ReadConsoleW(console, typed.data(), kReadSize, &count, nullptr)) return {};
-  if (count != 0 && typed[0] == kEndKey) return {};
-  std::string narrow;
-  SystemPlatform().text.Narrow(ToUtf16({typed.data(), count}), narrow);
-  return narrow;
-}
-
-}  // namespace
-
 /// What the two threads pass to each other, a piece at a time.
 class InputReader::Exchange {
  public:
@@ -79,11 +50,11 @@ class InputReader::Exchange {
 
 InputReader::InputReader() : m_exchange(std::make_shared<Exchange>()) {
   std::thread([exchange = m_exchange] {
-    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-    DWORD mode = 0;
-    const auto read = GetConsoleMode(input, &mode) ? ReadTyped : ReadBytes;
-    while (exchange->Give(read(input))) {
-    }
+    std::string piece;
+    do {
+      piece.clear();
+      ReadStandardInput(piece);
+    } while (exchange->Give(std::move(piece)));
   }).detach();
 }
 

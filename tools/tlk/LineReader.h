@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-namespace tlk::host {
+namespace tlk {
 
 /// Cuts bytes that arrive in pieces of any size into lines.
 class LineReader {
@@ -27,4 +27,4 @@ class LineReader {
   std::size_t m_searched = 0;  ///< No line end lies between the start and here.
 };
 
-}  // namespace tlk::host
+}  // namespace tlk

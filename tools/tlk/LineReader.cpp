@@ -1,9 +1,9 @@
-#include "tools/tlk/host/LineReader.h"
+#include "tools/tlk/LineReader.h"
 
 #include <algorithm>
 #include <utility>
 
-namespace tlk::host {
+namespace tlk {
 
 LineReader::LineReader(More more) : m_more(std::move(more)) {}
 
@@ -30,4 +30,4 @@ void LineReader::Take(std::size_t end, std::string& line) {
   m_start = m_searched = std::min(end + 1, m_bytes.size());
 }
 
-}  // namespace tlk::host
+}  // namespace tlk

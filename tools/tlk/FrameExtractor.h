@@ -1,13 +1,20 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "transport/Framing.h"
 
-namespace tlk::serve {
+namespace tlk {
+
+/// What every message begins with, up to its stamp.
+inline constexpr std::string_view kMessageOpening = "<TLK_Message Length=\"";
+
+/// How many of the first bytes are those that every message begins with.
+[[nodiscard]] std::size_t MatchOpening(std::string_view bytes);
 
 /// Cuts a stream into messages by their length stamps: bytes go in, frames come out.
 ///
@@ -28,19 +35,31 @@ class FrameExtractor {
   /// What is wrong with the stream; empty while nothing is.
   [[nodiscard]] const std::string& Error() const { return m_error; }
 
+  /// Where in the stream the fault lies: at a byte of the stamp, or where the beginning of the
+  /// message is not that of a message.
+  [[nodiscard]] std::uint64_t ErrorOffset() const { return m_errorOffset; }
+
+  /// Where in the stream the next message begins, or the faulty one.
+  [[nodiscard]] std::uint64_t Offset() const { return m_offset; }
+
   /// The bytes that no frame has taken yet.
-  [[nodiscard]] std::size_t Waiting() const { return m_bytes.size() - m_taken; }
+  [[nodiscard]] std::string_view Rest() const { return std::string_view(m_bytes).substr(m_taken); }
+
+  /// Length of the message that the rest begins; 0 while its stamp is unknown.
+  [[nodiscard]] std::size_t Length() const { return m_length; }
 
  private:
   bool FindLength();
-  void Fail(std::string error);
+  bool Fail(std::string error, std::size_t position);
   void Take(std::size_t count);
 
   std::size_t m_maxLength;
   std::string m_bytes;
   std::size_t m_taken = 0;   ///< Bytes at the front of `m_bytes` that are done with.
   std::size_t m_length = 0;  ///< Length of the message at hand; 0 while unknown.
+  std::uint64_t m_offset = 0;
   std::string m_error;
+  std::uint64_t m_errorOffset = 0;
 };
 
-}  // namespace tlk::serve
+}  // namespace tlk

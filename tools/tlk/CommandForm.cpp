@@ -1,0 +1,107 @@
+#include "tools/tlk/CommandForm.h"
+
+#include <charconv>
+#include <fstream>
+
+#include "tools/tlk/InputFile.h"
+#include "tools/tlk/Words.h"
+
+namespace tlk {
+namespace {
+
+std::size_t CountWords(const CommandForm& form) {
+  const auto* const end =
+      std::find_if(form.words.begin(), form.words.end(),
+                   [](const WordForm& word) { return word.kind == WordKind::kNone; });
+  return static_cast<std::size_t>(end - form.words.begin());
+}
+
+std::string Usage(const CommandForm& form) {
+  std::string usage(form.name);
+  const std::size_t count = CountWords(form);
+  for (std::size_t i = 0; i < count; ++i) {
+    usage += i == form.needed ? " [" : " ";
+    usage += form.words[i].name;
+  }
+  return count > form.needed ? usage + "]" : usage;
+}
+
+bool CountFits(const CommandForm& form, std::size_t given) {
+  const std::size_t count = CountWords(form);
+  const bool endless = count > 0 && form.words[count - 1].kind == WordKind::kRest;
+  return given == form.needed || given == count || (endless && given > form.needed);
+}
+
+/// Each reader of a word returns what is wrong with it, or nothing.
+std::string ReadNumber(const WordForm& form, const std::string& word, std::int64_t& number) {
+  const char* const end = word.data() + word.size();
+  const auto [stop, code] = std::from_chars(word.data(), end, number);
+  if (code == std::errc{} && stop == end && number >= form.least && number <= form.most) return {};
+  return std::string(form.name) + " must be a whole number from " + std::to_string(form.least) +
+         " to " + std::to_string(form.most) + ", not " + Quote(word);
+}
+
+std::string ReadChoice(const WordForm& form, const std::string& word, std::int64_t& number) {
+  const auto* const found = std::find(form.choices.begin(), form.choices.end(), word);
+  if (found == form.choices.end()) {
+    return std::string(form.name) + " must be " + std::string(form.choices[0]) + " or " +
+           std::string(form.choices[1]) + ", not " + Quote(word);
+  }
+  number = found - form.choices.begin();
+  return {};
+}
+
+std::string ReadDocument(const std::string& word, std::string& text) {
+  if (!word.starts_with('@')) {
+    text = word;
+    return {};
+  }
+  std::ifstream file;
+  const bool opened = OpenToRead(word.substr(1), file);
+  while (opened && ReadPiece(file, text)) {
+  }
+  return opened && !file.bad() ? std::string() : "cannot read the file " + Quote(word.substr(1));
+}
+
+std::string ReadWord(const WordForm& form, const std::string& word, Argument& argument) {
+  switch (form.kind) {
+    case WordKind::kNumber:
+      return ReadNumber(form, word, argument.number);
+    case WordKind::kChoice:
+      return ReadChoice(form, word, argument.number);
+    case WordKind::kDocument:
+      return ReadDocument(word, argument.text);
+    case WordKind::kText:
+      argument.text = word;
+      break;
+    case WordKind::kNone:
+    case WordKind::kRest:
+      break;
+  }
+  return {};
+}
+
+}  // namespace
+
+bool SplitCommand(std::string_view line, std::vector<std::string>& words, std::string& error) {
+  words.clear();
+  const std::size_t start = line.find_first_not_of(" \t");
+  if (start == std::string_view::npos || line[start] == '#') return true;
+  return SplitWords(line, words, error);
+}
+
+std::string ReadArguments(const CommandForm& form, std::span<const std::string> words,
+                          Arguments& arguments) {
+  if (!CountFits(form, words.size())) return "wrong number of words: " + Usage(form);
+  for (std::size_t i = 0; i < words.size() && form.words[i].kind != WordKind::kRest; ++i) {
+    Argument argument;
+    std::string error = ReadWord(form.words[i], words[i], argument);
+    if (!error.empty()) return error;
+    arguments.push_back(std::move(argument));
+  }
+  return {};
+}
+
+std::string UnknownCommand(std::string_view name) { return "unknown command " + Quote(name); }
+
+}  // namespace tlk

@@ -1,0 +1,22 @@
+#include "tools/tlk/InputFile.h"
+
+namespace tlk {
+
+// A folder can be opened on some systems, but not read.
+bool OpenToRead(const std::string& path, std::ifstream& file) {
+  file.open(path, std::ios::binary);
+  if (!file.is_open() || (file.peek(), file.bad())) return false;
+  file.clear();
+  return true;
+}
+
+bool ReadPiece(std::istream& input, std::string& bytes) {
+  constexpr std::size_t kReadSize = 65536;
+  const std::size_t size = bytes.size();
+  bytes.resize(size + kReadSize);
+  input.read(bytes.data() + size, kReadSize);
+  bytes.resize(size + static_cast<std::size_t>(input.gcount()));
+  return bytes.size() > size;
+}
+
+}  // namespace tlk
