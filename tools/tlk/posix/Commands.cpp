@@ -1,6 +1,7 @@
 #include "tools/tlk/Commands.h"
 
 #include "tools/tlk/host/HostCommand.h"
+#include "tools/tlk/message/MessageCommand.h"
 #include "tools/tlk/serve/ServeCommand.h"
 
 namespace tlk {
@@ -8,10 +9,13 @@ namespace tlk {
 const char* const kExamples =
     "  tlk serve --port 1371              answer every message with itself\n"
     "  tlk host                           type commands, see events\n"
-    "  tlk host --script commands.txt     run commands from a file\n";
+    "  tlk host --script commands.txt     run commands from a file\n"
+    "  tlk message                        build and read messages by hand\n"
+    "  tlk message --check captured.bin   find the fault in a stream\n";
 
 void AddCommands(CLI::App& app, int& exitStatus) {
   AddHostCommand(app, exitStatus);
+  AddMessageCommand(app, exitStatus);
   AddServeCommand(app, exitStatus);
 }
 

@@ -2,16 +2,20 @@
 
 #include "tools/tlk/doctor/DoctorCommand.h"
 #include "tools/tlk/host/HostCommand.h"
+#include "tools/tlk/message/MessageCommand.h"
 
 namespace tlk {
 
 const char* const kExamples =
     "  tlk doctor                         see whether the control is registered well\n"
     "  tlk host                           type commands, see events\n"
-    "  tlk host --module TlkC2.dll        the same with a control that is not registered\n";
+    "  tlk host --module TlkC2.dll        the same with a control that is not registered\n"
+    "  tlk message                        build and read messages by hand\n"
+    "  tlk message --check captured.bin   find the fault in a stream\n";
 
 void AddCommands(CLI::App& app, int& exitStatus) {
   AddHostCommand(app, exitStatus);
+  AddMessageCommand(app, exitStatus);
   AddDoctorCommand(app, exitStatus);
 }
 
