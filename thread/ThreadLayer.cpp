@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <utility>
 
 #include "thread/MainThread.h"
 
@@ -12,12 +13,13 @@ namespace tlk {
 namespace {
 
 constinit std::uint32_t sScopes = 0;
+constinit MainThread__* sRecord = nullptr;
 constinit std::atomic<const Platform*> sPorts = nullptr;
 
 // A module that runs out of memory while it is loaded does without the record.
 void MakeMainThread() noexcept {
   try {
-    static_cast<void>(std::make_unique<MainThread__>().release());
+    sRecord = std::make_unique<MainThread__>().release();
   } catch (const std::exception&) {
   }
 }
@@ -32,7 +34,7 @@ ThreadLayer::ThreadLayer(const Platform& platform) noexcept {
 
 ThreadLayer::~ThreadLayer() {
   if (--sScopes > 0) return;
-  const std::unique_ptr<ZThread> ended(ZThread::MainThread());
+  const std::unique_ptr<ZThread> ended(std::exchange(sRecord, nullptr));
   sPorts = nullptr;
 }
 

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <exception>
 #include <new>
-#include <utility>
 
 #include "platform/Surroundings.h"
 #include "platform/Synchronisation.h"
@@ -42,8 +41,8 @@ void ReportUncaught(const std::exception& exception) {
 
 }  // namespace
 
-constinit ZThread* ZThread::sMainThread = nullptr;
-constinit ThreadSlot* ZThread::sSlot = nullptr;
+constinit std::atomic<ZThread*> ZThread::sMainThread = nullptr;
+constinit std::atomic<ThreadSlot*> ZThread::sSlot = nullptr;
 
 ZThread::ZThread(const char* name)
     : fName(name),
@@ -57,8 +56,9 @@ ZThread::ZThread(Synchronisation& synchronisation)
       fIsStarted(true),
       fName(kMainThreadName),
       fHandle(synchronisation.OpenCurrentThread()) {
-  sSlot = synchronisation.NewThreadSlot().release();
-  if (sSlot != nullptr) sSlot->Set(this);
+  ThreadSlot* const slot = synchronisation.NewThreadSlot().release();
+  if (slot != nullptr) slot->Set(this);
+  sSlot = slot;
   sMainThread = this;
 }
 
@@ -72,7 +72,7 @@ ZThread::~ZThread() {
 
 void ZThread::ForgetMainThread() noexcept {
   sMainThread = nullptr;
-  const std::unique_ptr<ThreadSlot> ended(std::exchange(sSlot, nullptr));
+  const std::unique_ptr<ThreadSlot> ended(sSlot.exchange(nullptr));
 }
 
 void ZThread::Start() {
@@ -84,7 +84,7 @@ void ZThread::Start() {
 
 void ZThread::RunShim(ZThread* object) noexcept {
   const std::unique_ptr<ZThread> owned(object);
-  if (sSlot != nullptr) sSlot->Set(object);
+  if (ThreadSlot* const slot = sSlot) slot->Set(object);
   object->RunReported();
 }
 
@@ -101,7 +101,8 @@ void ZThread::RunReported() noexcept {
 std::shared_ptr<Waitable> ZThread::Handle() const { return fHandle; }
 
 ZThread* ZThread::Current() noexcept {
-  return sSlot != nullptr ? static_cast<ZThread*>(sSlot->Get()) : nullptr;
+  const ThreadSlot* const slot = sSlot;
+  return slot != nullptr ? static_cast<ZThread*>(slot->Get()) : nullptr;
 }
 
 void ZThread::Sleep(std::int64_t microseconds) {

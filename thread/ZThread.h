@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -70,7 +71,7 @@ class ZThread {
   /// Makes the record of the main thread out of the calling thread.
   explicit ZThread(Synchronisation& synchronisation);
 
-  static ZThread* sMainThread;
+  static std::atomic<ZThread*> sMainThread;
 
  private:
   /// What each of the layer's threads runs, from its start to its end.
@@ -78,7 +79,7 @@ class ZThread {
   void RunReported() noexcept;
   static void ForgetMainThread() noexcept;
 
-  static ThreadSlot* sSlot;
+  static std::atomic<ThreadSlot*> sSlot;
 
   std::uint32_t fId = 0;
   bool fIsStarted = false;

@@ -27,16 +27,15 @@ class ZThreadTest : public testing::Test {
   /// True when the thread of the work had its object to the end.
   bool Run(std::function<void()> work) {
     m_work = std::move(work);
-    m_worker = new Worker(*this);
-    const auto handle = m_worker->Handle();
+    auto* const worker = new Worker(*this);
+    const auto handle = worker->Handle();
     EXPECT_EQ(handle->Wait(10), WaitResult::kTimedOut);
-    m_worker->Start();
+    worker->Start();
     EXPECT_EQ(handle->Wait(kNoLimit), WaitResult::kSignalled);
-    return m_endedOn == m_worker;
+    return m_endedOn == worker;
   }
 
   std::function<void()> m_work;
-  Worker* m_worker = nullptr;
   const ZThread* m_endedOn = nullptr;
   test::ScriptedSurroundings m_surroundings;
   test::ScriptedSynchronisation m_system;
@@ -46,7 +45,7 @@ class ZThreadTest : public testing::Test {
 };
 
 TEST_F(ZThreadTest, RunsOnceItIsStartedAndThenDestroysItself) {
-  EXPECT_TRUE(Run([&] { EXPECT_EQ(m_worker->Id(), m_system.CurrentThreadId()); }));
+  EXPECT_TRUE(Run([&] { EXPECT_EQ(ZThread::Current()->Id(), m_system.CurrentThreadId()); }));
   EXPECT_EQ(m_system.leftOpen, 1);
   std::thread([] { EXPECT_EQ(ZThread::Current(), nullptr); }).join();
   m_system.refusesThreads = true;
@@ -75,9 +74,8 @@ TEST_F(ZThreadTest, WaitsInStepsUntilTheDeadline) {
     }
     int waitsLeft = 6;
   } steps;
-  const std::int64_t now = ZThread::TickMicroseconds();
-  for (const std::int64_t deadline : {INT64_MIN, now, now + 900, now + 2'500'900})
-    EXPECT_FALSE(ZThread::WaitUntil(steps, deadline));
+  const std::array<std::int64_t, 4> ends{INT64_MIN, 1'000'000'000, 1'000'000'900, 1'002'500'900};
+  for (const std::int64_t deadline : ends) EXPECT_FALSE(ZThread::WaitUntil(steps, deadline));
   EXPECT_TRUE(ZThread::WaitUntil(steps, INT64_MAX));
   EXPECT_THAT(m_surroundings.Sleeps(), testing::ElementsAre(1, 1001, 1001, 498, 1001, 1001));
 }
