@@ -15,6 +15,7 @@ namespace {
 TEST(MessageSession, RunsEachCommandWithItsWordsInTheirOrder) {
   const auto file = std::filesystem::temp_directory_path() / "tlk message test.xml";
   std::ofstream(file, std::ios::binary) << "<m Type='T'><To Id='5x'>t</To></m>\n";
+  const std::string given = Quote(std::string("@") + file.string());
   const std::pair<std::string, testing::Matcher<std::string>> steps[] = {
       {"create Chat -2147483648 5 7 \"a <b>\"", "create 0"},
       {"xml", testing::StartsWith(R"(xml 0 "<TLK_Message Length=\"0000000\" xmlns=\"\" Type=\"C)")},
@@ -44,10 +45,10 @@ TEST(MessageSession, RunsEachCommandWithItsWordsInTheirOrder) {
       {"set-node-attribute //B Colour red", "set-node-attribute 0"},
       {"node-text //@Colour", R"(node-text 0 "red")"},
       {"set-length", "set-length 0"},
-      {"load " + Quote("@" + file.string()), "load 0"},
+      {std::string("load ") + given, "load 0"},
       {"node-text @Type", "node-text -1"},
       {"type", "error: nothing was parsed yet: parse TEXT comes first"},
-      {"parse " + Quote("@" + file.string()), "parse loaded"},
+      {std::string("parse ") + given, "parse loaded"},
       {"type", R"(type 0 "T")"},
       {"receiver", "receiver 0 5"},
       {"node To text", R"(node 0 "t")"},

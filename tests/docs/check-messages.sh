@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# check-messages.sh TLK DOCUMENT: whether each session in the document runs as it stands there. A session
+# is a fenced block that begins with a line "$ COMMAND"; its lines "> INPUT" are what the command reads,
+# and all others what it prints. Nothing may be left behind in the temporary folder.
+set -euo pipefail
+PATH=$(cd "$(dirname "$1")" && pwd):$PATH
+document=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export TMPDIR=$work/left-behind
+mkdir "$TMPDIR"
+
+awk -v work="$work" '
+  /^```/ { session = ""; opened = !opened; next }
+  opened && /^\$ / { session = sprintf("%s/%03d.session", work, ++count) }
+  session != "" { print > session }' "$document"
+
+failed=0 played=0 commands=0
+for session in "$work"/*.session; do
+  command=$(sed -n '1s/^\$ //p' "$session")
+  sed -n 's/^> //p' "$session" >"$work/input"
+  sed -e 1d -e '/^> /d' "$session" >"$work/expected"
+  if ! bash -c "$command" <"$work/input" >"$work/printed" 2>"$work/errors"; then
+    echo "the session $command failed:" && cat "$work/errors" && failed=1
+  fi
+  diff "$work/expected" "$work/printed" || failed=1
+  played=$((played + 1)) commands=$((commands + $(wc -l <"$work/input")))
+done
+
+echo "$played sessions with $commands commands"
+[ "$played" -ge 9 ] && [ "$played" -eq "$(grep -c '^\$ ' "$document")" ] || failed=1
+[ "$commands" -eq "$(grep -c '^> ' "$document")" ] || failed=1
+rmdir "$TMPDIR" || failed=1
+exit "$failed"
