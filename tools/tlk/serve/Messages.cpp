@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include "log/QNLogger.h"
 #include "platform/Platform.h"
 #include "transport/Framing.h"
 #include "xml/TLK_XMLBuilder.h"
@@ -10,15 +9,6 @@
 
 namespace tlk::serve {
 namespace {
-
-/// A log that drops every record, for the server's own documents are to leave no trace in the
-/// user's log. It is never destroyed, because that would wait for a writer which has nothing to
-/// write.
-iLogger& SilentLog() {
-  constexpr std::int32_t kBelowEveryLevel = -1;
-  static auto& log = *new QNLogger("TLK_Client.log", kBelowEveryLevel);
-  return log;
-}
 
 constexpr std::string_view kRoot = "/TLK_Message";
 constexpr std::string_view kFrom = "/TLK_Message/From";
@@ -75,7 +65,7 @@ std::string StampAndSerialise(TLK_XMLBuilder& builder) {
 Messages::Messages()
     : m_dom(SystemPlatform().text),
       m_gate(SystemPlatform().text),
-      m_codec{m_dom, SystemPlatform().text, m_gate, SilentLog()} {}
+      m_codec{m_dom, SystemPlatform().text, m_gate, m_log} {}
 
 std::optional<std::string> Messages::ReadType(std::string_view frame, std::string& fault) {
   const auto verdict = m_gate.Pass(frame);

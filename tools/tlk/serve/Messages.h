@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "tools/tlk/SilentLog.h"
 #include "xml/Codec.h"
 #include "xml/Gate.h"
 #include "xml/pugixml/PugiDom.h"
@@ -31,6 +32,7 @@ class Messages {
  private:
   PugiDomFactory m_dom;
   XmlGate m_gate;
+  SilentLog m_log;
   Codec m_codec;
 };
 
