@@ -15,7 +15,7 @@ using Text = std::string;
 constexpr const char* kEdits = R"(
 add|<M><Data/></M>|<L><b/><a x="1">t<!--c--></a></L>||0|<L><b/><a x="1">t<!--c--></a></L>
 add|<M><L><a/></L></M>|<x><L><a>2</a><?p?>t<n:a xmlns:n="n"/></L></x>||0|<M><L><a/><a>2</a><?p?>t<n:a xmlns:n="n"/></L></M>
-delete|<L><a/><b/><a>2</a></L>|<L><q/><!--b-->t<a>z</a></L>||0|<L><b/><a>2</a></L>
+delete|<L><a/><b/><a>2</a></L>|<L><q/><a>z</a><!--b-->t</L>||0|<L><b/><a>2</a></L>
 delete|<L><a/><div/><a/></L>|<L><n:a xmlns:n="n"/><div/><a/><a/></L>||0|<L/>
 delete|<L><b><a/></b><n:a xmlns:n="n"/></L>|<L><a/><!--b-->b</L>||-1|=
 update|<L><a>1</a><b/><a>2</a></L>|<L><a k="n">9<c/></a><q/><!--b--></L>||0|<L><a k="n">9<c/></a><b/><a>2</a></L>
@@ -104,7 +104,7 @@ TEST_F(ListsTest, EditTheAttributesOfAMessage) {
   table = Replaced(Replaced(table, "(</?)P\\b", "$1Path_List"), "(</?)M\\b", "$1TLK_Message");
   for (const Text& line : Split(table.substr(1, table.size() - 2), '\n')) {
     for (const Text& operation : Split(line.substr(0, line.find('|')), ';')) {
-      SCOPED_TRACE(operation + ": " + line);
+      SCOPED_TRACE(testing::Message() << operation << ": " << line);
       Check(operation, Split(line, '|'));
     }
   }
