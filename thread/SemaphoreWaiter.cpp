@@ -35,8 +35,6 @@ bool SemaphoreWaiter::Settle(LockResult outcome) {
   return fOutcome.compare_exchange_strong(before, outcome, std::memory_order_relaxed);
 }
 
-bool SemaphoreWaiter::IsSettled() const { return Outcome() != kUnsettled; }
-
 LockResult SemaphoreWaiter::Outcome() const { return fOutcome.load(std::memory_order_relaxed); }
 
 void SemaphoreWaiter::Wake() {

@@ -26,8 +26,8 @@ class SemaphoreWaiter {
   /// False when the wait has been settled before.
   [[nodiscard]] bool Settle(LockResult outcome);
 
-  /// How it was settled; not yet is a state of its own.
-  [[nodiscard]] bool IsSettled() const;
+  /// How it was settled. Only for its own thread, and only when that has been woken or has settled
+  /// it itself.
   [[nodiscard]] LockResult Outcome() const;
 
   /// Lets the thread go on, which ends this object: nobody may touch it any more.

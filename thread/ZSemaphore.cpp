@@ -32,8 +32,7 @@ LockResult ZSemaphore::WaitInTurn(std::int32_t units, std::int64_t limit) {
   if (limit <= 0) return LockResult::kTimedOut;
   const Deadline deadline(limit);
   SemaphoreWaiter self(static_cast<std::uint32_t>(units));
-  Queue(self);
-  if (self.IsSettled()) return LockResult::kAcquired;
+  if (IsServedAtOnce(self)) return LockResult::kAcquired;
   if (self.SleepUntil(deadline)) return self.Outcome();
   if (self.Settle(LockResult::kTimedOut)) {
     Leave(self);
@@ -62,12 +61,13 @@ std::int32_t ZSemaphore::Waiters() const {
   return fQueue.Size();
 }
 
-// Whoever stood in the queue before is served already: only the new waiter can be.
-void ZSemaphore::Queue(SemaphoreWaiter& waiter) {
+// Whoever stood in the queue before is served already: only the new waiter can be. Once others may
+// settle its wait, its thread goes on only when it is woken: until then they still touch it.
+bool ZSemaphore::IsServedAtOnce(SemaphoreWaiter& waiter) {
   const SpinLock lock(fSpin);
   const std::uint32_t count = TakeWord();
   fQueue.PushBack(waiter);
-  static_cast<void>(Serve(count));
+  return !Serve(count).IsEmpty();
 }
 
 // Those behind the waiter may need less than it did.

@@ -79,8 +79,8 @@ class ZSemaphore {
   [[nodiscard]] LockResult WaitInTurn(std::int32_t units, std::int64_t limit);
   [[nodiscard]] bool SignalInTurn(std::uint32_t units);
 
-  /// Adds a waiter; its wait is settled at once when it is its turn already.
-  void Queue(SemaphoreWaiter& waiter);
+  /// Adds a waiter; true, and then it stands in no queue, when it is its turn already.
+  [[nodiscard]] bool IsServedAtOnce(SemaphoreWaiter& waiter);
 
   /// What a waiter whose limit ran out does last.
   void Leave(SemaphoreWaiter& waiter);
