@@ -35,8 +35,9 @@ using DomNode = DomNodeTag*;
 /// have no prefix; what cannot be a name is a bad argument.
 ///
 /// A path is an XPath 1.0 expression. A name without a prefix selects what lies in no namespace; a
-/// prefix is bound to nothing and therefore an error. An expression that is not well-formed, or
-/// gives no nodes by its kind, fails.
+/// prefix is bound to nothing and therefore an error. An expression that is not well-formed, is
+/// absurdly long or deep, or gives no nodes by its kind, fails. Nothing bounds the time that one
+/// takes which visits the document once more for each of its nodes.
 class DomDocument {
  public:
   virtual ~DomDocument() = default;
@@ -72,12 +73,16 @@ class DomDocument {
   /// parent, as attributes and the document are, is a bad argument.
   [[nodiscard]] virtual DomResult Remove(DomNode node) = 0;
 
-  /// Puts `replacement` in the place of a node, which is removed. The replacement is brought over
-  /// as a child is in `AppendChild`. When that fails the node stays where it is.
+  /// Puts `replacement` in the place of a node, which is removed as by `Remove`. The replacement is
+  /// brought over as a child is in `AppendChild`. It may come from below the node, but the node
+  /// itself and what is above it fail; and so does, at the top of a document, whatever would not
+  /// leave one element there, or none, among comments and processing instructions. After a failure
+  /// the node stays where it is.
   [[nodiscard]] virtual DomResult Replace(DomNode node, DomNode replacement) = 0;
 
   /// The first child of a node, and the node behind a node under the same parent; nothing when
-  /// there is none, as with attributes. Text that is white space alone is passed over.
+  /// there is none, as with attributes. Text that is white space alone, outside CDATA sections, is
+  /// passed over.
   [[nodiscard]] virtual DomResult FirstChild(DomNode node, DomNode& child) = 0;
   [[nodiscard]] virtual DomResult NextSibling(DomNode node, DomNode& sibling) = 0;
 
@@ -92,7 +97,8 @@ class DomDocument {
   [[nodiscard]] virtual DomResult Attribute(DomNode element, std::string_view name,
                                             std::string& value) = 0;
 
-  /// Replaces everything in an element by a text; an empty text leaves it empty.
+  /// Replaces everything in an element by a text; an empty text leaves it empty. What was in it is
+  /// removed as by `Remove`. White space alone may be lost when the element is written and read.
   virtual DomResult SetText(DomNode element, std::string_view text) = 0;
 
   /// The first node, in document order, that `path` selects from `context`, which is no attribute;

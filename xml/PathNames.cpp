@@ -37,7 +37,7 @@ class PathReader {
     } else if (BeginsName(c)) {
       return Name();
     } else {
-      Symbol(c);
+      return Symbol(c);
     }
     return true;
   }
@@ -49,12 +49,16 @@ class PathReader {
     return true;
   }
 
-  void Symbol(char c) {
+  bool Symbol(char c) {
+    const bool isSign = c == '-' && !m_afterOperand;
+    if (c == '(' || c == '[' || isSign) ++m_nesting;
+    if (c == ')' || c == ']') --m_nesting;
     Copy(1);
     const bool wildcard = c == '*' && !m_afterOperand;
     m_afterOperand = wildcard || c == ')' || c == ']' || c == '.';
     m_afterAt = c == '@';
     m_afterDollar = c == '$';
+    return m_nesting <= kMaxPathNesting;
   }
 
   bool Name() {
@@ -108,6 +112,7 @@ class PathReader {
   std::string_view m_path;
   std::string& m_bound;
   std::size_t m_at = 0;
+  int m_nesting = 0;
   bool m_afterOperand = false;
   bool m_afterAt = false;
   bool m_afterDollar = false;

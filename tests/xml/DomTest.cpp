@@ -42,11 +42,28 @@ class DomTest : public CodecTest {
     return result == kDomOk ? Xml(node) : "<failed>";
   }
 
+  DomNode Node(const std::string& path, DomNode context = nullptr) {
+    DomNode node = nullptr;
+    EXPECT_EQ(m_document->SelectNode(context, path, node), kDomOk) << path;
+    return node;
+  }
+
+  /// A fresh node out of the middle of another document.
+  DomNode Given(const char* path = "/in/n", const char* text = "<in>\n <n/><!--n-->n</in>") {
+    DomNode node = nullptr;
+    bool loaded = false;
+    EXPECT_EQ(m_real.NewDocument(m_source), kDomOk);
+    EXPECT_EQ(m_source->LoadXml(text, loaded), kDomOk);
+    EXPECT_EQ(m_source->SelectNode(nullptr, path, node), kDomOk);
+    return node;
+  }
+
   void ExpectSelected(const std::vector<std::pair<const char*, std::string>>& cases) {
     for (const auto& [path, selected] : cases) EXPECT_EQ(Selected(path), selected) << path;
   }
 
   std::unique_ptr<DomDocument> m_document;
+  std::unique_ptr<DomDocument> m_source;
 };
 
 TEST_F(DomTest, WritesBackWhatItRead) {
@@ -108,18 +125,30 @@ TEST_F(DomTest, SelectsByPath) {
 
 TEST_F(DomTest, FailsOnPathsThatSelectNothingByKind) {
   Load("<r xmlns:p='urn:p'><p:d/></r>");
-  for (const char* path :
-       {"", " ", "r[", "//", "1+1", "'text'", "count(//r)", "true()", "p:d", "//p:*", "/r/@p:x",
-        "$v", "f()", "p:f()", "r r", "'open", "//d[p:x='1']", "child::p:d", "r\x01"})
+  for (const char* path : {"",           " ",      "r[",  "//",    "1+1",          "'text'",
+                           "count(//r)", "true()", "p:d", "//p:*", "/r/@p:x",      "$v",
+                           "f()",        "p:f()",  "r r", "'open", "//d[p:x='1']", "child::p:d",
+                           "r\x01",      "1r",     "-r",  ".r"})
     EXPECT_EQ(Selected(path), "<failed>") << path;
-  const auto times = [](int count, const std::string& piece) {
+}
+
+TEST_F(DomTest, SurvivesPathsThatAreAbsurd) {
+  Load("<r/>");
+  const auto times = [](std::size_t count, const std::string& piece) {
     std::string text;
     while (count-- > 0) text += piece;
     return text;
   };
-  EXPECT_EQ(Selected(times(3'000, "(") + "r" + times(3'000, ")")), "<failed>");
-  EXPECT_EQ(Selected(times(1'200, "r[") + "r" + times(1'200, "]")), "<failed>");
-  EXPECT_EQ(Selected(times(100'000, "-") + "1"), "<failed>");
+  const std::string nested[][3] = {
+      {"(", "r", ")"}, {"r[", "r", "]"}, {"r[not(", "1", ")]"}, {"-", "1", ""}, {"r[", "", ""}};
+  for (const auto& [before, core, behind] : nested) {
+    const std::size_t count = 4'095 / (before + behind).size();
+    EXPECT_EQ(Selected(times(count, before) + core + times(count, behind)), "<failed>") << before;
+  }
+  for (const std::string piece : {"//*", "/r", "|r", "[1]", "/..", "+1", "@", "..", "::", " r"}) {
+    const std::string path = std::string("r") + times(4'095 / piece.size(), piece);
+    EXPECT_THAT(Selected(path), testing::AnyOf("<failed>", "<nothing>", "<r/>")) << piece;
+  }
 }
 
 TEST_F(DomTest, SelectsOnlyWhatIsInNoNamespace) {
@@ -194,16 +223,11 @@ TEST_F(DomTest, BringsNodesOverWithTheirNamespaces) {
       {"<a xmlns=''><b/></a>", "//b", "<b/>"},
       {"<a>x<b/></a>", "/a/text()", "x"},
   };
-  const std::unique_ptr<DomDocument> source = std::move(m_document);
   for (const auto& one : cases) {
-    bool loaded = false;
-    DomNode node = nullptr;
-    ASSERT_EQ(source->LoadXml(one.from, loaded), kDomOk);
-    ASSERT_EQ(source->SelectNode(nullptr, one.path, node), kDomOk);
-    ASSERT_EQ(m_real.NewDocument(m_document), kDomOk);
-    Load("<r xmlns=''/>");
-    ASSERT_EQ(m_document->AppendChild(Root(), node), kDomOk);
-    EXPECT_EQ(Xml(), "<r xmlns=\"\">" + one.expected + "</r>");
+    Load("<r xmlns=''><o/></r>");
+    ASSERT_EQ(m_document->AppendChild(Root(), Given(one.path, one.from)), kDomOk);
+    ASSERT_EQ(m_document->Replace(Node("//o"), Given(one.path, one.from)), kDomOk);
+    EXPECT_EQ(Xml(), "<r xmlns=\"\">" + one.expected + one.expected + "</r>");
   }
 }
 
@@ -214,6 +238,86 @@ TEST_F(DomTest, PutsElementsInNoNamespaceUnderADefaultOne) {
   ASSERT_EQ(m_document->AppendChild(Root(), made), kDomOk);
   EXPECT_EQ(Xml(), "<r xmlns=\"urn:r\"><x xmlns=\"\"/></r>");
   EXPECT_EQ(Selected("//x"), "<x xmlns=\"\"/>");
+}
+
+TEST_F(DomTest, WalksOverEverythingButBlanks) {
+  Load("<!--0--><r k='v'>\n <a/> \n<!--c-->x<p:b xmlns:p='urn:p'/><?i?><![CDATA[ ]]>\n</r>");
+  DomNode node = nullptr;
+  DomNode next = nullptr;
+  std::string walked;
+  ASSERT_EQ(m_document->FirstChild(Root(), node), kDomOk);
+  for (DomResult more = kDomOk; more == kDomOk; node = next) {
+    std::string name;
+    walked += (m_document->BaseName(node, name) == kDomOk ? name : "-") + Xml(node);
+    more = m_document->NextSibling(node, next);
+  }
+  EXPECT_EQ(walked, "a<a/>-<!--c-->-xb<p:b xmlns:p=\"urn:p\"/>-<?i?>-<![CDATA[ ]]>");
+  ASSERT_EQ(m_document->CreateElement("stray", node), kDomOk);
+  EXPECT_EQ(m_document->NextSibling(Root(), next), kDomNothing);
+  EXPECT_EQ(m_document->FirstChild(Node("//@k"), next), kDomNothing);
+}
+
+TEST_F(DomTest, ChangesWhateverAPathSelectsOrFails) {
+  const std::string whole = "<r><l k=\"\">t<a/></l><!--c--></r>";
+  const std::string cases[][4] = {
+      {"a", "<r><l k=\"\">t</l><!--c--></r>", "<r><l k=\"\">t<n/></l><!--c--></r>",
+       "<r><l k=\"\">t<a><n/></a></l><!--c--></r>"},
+      {"text()", "<r><l k=\"\"><a/></l><!--c--></r>", "<r><l k=\"\"><n/><a/></l><!--c--></r>",
+       whole},
+      {"//comment()", "<r><l k=\"\">t<a/></l></r>", "<r><l k=\"\">t<a/></l><n/></r>", whole},
+      {".", "<r><!--c--></r>", "<r><n/><!--c--></r>", "<r><l k=\"\">t<a/><n/></l><!--c--></r>"},
+      {"..", "", "<n/>", "<r><l k=\"\">t<a/></l><!--c--><n/></r>"},
+      {"@k", whole, whole, whole},
+      {"/", whole, whole, whole},
+  };
+  const auto expect = [&](const std::string& path, const std::string& left, const auto& change) {
+    Load(whole);
+    const DomNode list = Node("//l");
+    EXPECT_EQ(Succeeded(change(Node(path, list))), left != whole) << path;
+    EXPECT_EQ(Xml(), left) << path;
+    EXPECT_EQ(Selected("self::l/@k", list), "k=\"\"") << "the list lives on after " << path;
+  };
+  for (const auto& [path, removed, replaced, extended] : cases) {
+    expect(path, removed, [&](DomNode node) { return m_document->Remove(node); });
+    expect(path, replaced, [&](DomNode node) { return m_document->Replace(node, Given()); });
+    expect(path, extended, [&](DomNode node) { return m_document->AppendChild(node, Given()); });
+  }
+}
+
+TEST_F(DomTest, GoesOnWithWhatWasTakenOut) {
+  Load("<r><l><a-1.x><b/></a-1.x></l></r>");
+  const DomNode list = Node("//l");
+  const DomNode inner = Node("b", Node("//a-1.x"));
+  for (const DomNode above : {Root(), list, inner})
+    EXPECT_LT(m_document->Replace(inner, above), 0) << "by what is not below it";
+  ASSERT_EQ(m_document->Remove(list), kDomOk);
+  EXPECT_EQ(m_document->Remove(list), kDomBadArgument);
+  EXPECT_EQ(m_document->AppendChild(list, Given()), kDomOk);
+  EXPECT_EQ(m_document->Replace(Node("a-1.x", list), inner), kDomOk) << "by what is below it";
+  EXPECT_LT(m_document->Replace(Root(), Given("//text()")), 0);
+  EXPECT_EQ(Xml(list) + Xml(), "<l><b/><n/></l><r/>");
+
+  DomNode root = nullptr;
+  EXPECT_EQ(m_document->Replace(Root(), Given("//comment()")), kDomOk);
+  EXPECT_EQ(m_document->DocumentElement(root), kDomNothing);
+  EXPECT_EQ(m_document->Replace(Node("/comment()"), list), kDomOk);
+  EXPECT_EQ(Xml(Root()), "<l><b/><n/></l>");
+}
+
+TEST_F(DomTest, ReadsBackTheTextThatWasSet) {
+  const std::string kept = "a & <b> ]]> \"c\" 'd' &amp; v\tw\nx\r\ny\rz caf\xE9 \x80";
+  const std::pair<std::string, std::string> cases[] = {
+      {"", ""}, {kept, kept}, {"a\x01z\x1F", "a?z?"}, {std::string("a\0b", 3), "a"}};
+  for (const auto& [set, read] : cases) {
+    Load("<r>t<a><b/></a><!--c--></r>");
+    ASSERT_EQ(m_document->SetText(Root(), set), kDomOk);
+    for (int times = 0; times < 2; ++times) {
+      std::string text = "before";
+      EXPECT_EQ(m_document->Text(Root(), text), kDomOk);
+      EXPECT_EQ(text, read) << "written and read again " << times;
+      Load(Xml());
+    }
+  }
 }
 
 TEST_F(DomTest, IsEmptyAfterATextThatCannotBeParsed) {

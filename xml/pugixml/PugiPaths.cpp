@@ -76,6 +76,7 @@ pugi::xpath_node FirstUnder(pugi::xpath_node_set found, const PathStart& start) 
 
 DomResult PugiPaths::Select(const PathStart& start, const std::string& path, bool strays,
                             pugi::xpath_node& found) {
+  if (path.size() > kMaxPathLength) return kDomFailed;
   if (IsWord(path)) {
     found = Child(start, path.c_str());
   } else if (path.starts_with(kAnywhere) &&

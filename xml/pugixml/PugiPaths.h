@@ -20,8 +20,8 @@ struct PathStart {
 class PugiPaths {
  public:
   /// The first node, in document order. Elements that stand at the top of the tree beside `root` do
-  /// not belong to the document; `strays` tells whether there are any. May throw what pugixml
-  /// throws.
+  /// not belong to the document; `strays` tells whether there are any. None is selected, though
+  /// functions that count see them. May throw what pugixml throws.
   [[nodiscard]] DomResult Select(const PathStart& start, const std::string& path, bool strays,
                                  pugi::xpath_node& found);
 
