@@ -28,7 +28,7 @@ constexpr Failure Plain(const char* shown, const char* logged, std::int32_t line
 }
 constexpr Failure Alike(const char* text, std::int32_t line) { return Plain(text, text, line); }
 
-// These two speak of `From`, and of the document element, whatever could not be had.
+// These speak of `From` and of the document element, whatever could not be had.
 constexpr Failure NoElement(std::int32_t line) {
   return Coded("Failed to create From element.\n",
                "Failed to create From element. Error code: %x\n", line);

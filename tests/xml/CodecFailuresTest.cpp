@@ -205,19 +205,19 @@ TEST_F(CodecFailuresTest, OfADocumentThatIsThere) {
 }
 
 TEST_F(CodecFailuresTest, OfLists) {
-  const std::string noFrom = "Failed to create From element.";
+  const std::string noFrom = "Failed to create From element.\n";
+  const std::string noFromRecord = "Failed to create From element. Error code: 80004005\n";
   const std::string noRoot = "Failed to get document element.\n";
   const std::string noData = "Failed to find Data element.\nFailed to find Data element.\n";
   const std::string nothing = "Failed to find DataElement.\n" + noData;
-  const std::string failed = " Error code: 80004005\n";
   const Row rows[] = {
       {kPayloads, "select", kDomNothing, 0, nothing, nothing},
       {kPayloads, "get root", kDomNothing, 0, noRoot + nothing,
        "Failed to get document element. Error code: 1\n" + nothing},
       {kPayloads, "element", kDomNothing, 0, noRoot, "Failed to get create data element.\n"},
       {kPayloads, "set", kDomFailed, 0},
-      {kPayloads, "create Participant_L", kDomFailed, 0, noFrom + "\n", noFrom + failed},
-      {kAdd, "create", kDomFailed, -1, noFrom + "\n", noFrom + failed},
+      {kPayloads, "create Participant_L", kDomFailed, 0, noFrom, noFromRecord},
+      {kAdd, "create", kDomFailed, -1, noFrom, noFromRecord},
       {kUpdateAndDelete, "base name", kDomFailed, -11},
       {kUpdateAndDelete, "remove", kDomFailed, -1},
       {kUpdateAndDelete, "replace", kDomFailed, -10},
@@ -226,7 +226,7 @@ TEST_F(CodecFailuresTest, OfLists) {
   for (const std::string part : {"Status", "Value", "Description", "Conference", "Participant"}) {
     const std::string call = "create " + part + "$";
     const std::string text = "Failed to create " + part + " element.\n";
-    Check({kPayloads, call.c_str(), kDomFailed, 0, noFrom + "\n" + text, noFrom + failed + text},
+    Check({kPayloads, call.c_str(), kDomFailed, 0, noFrom + text, noFromRecord + text},
           "TLK_XMLBuilder");
   }
 }
