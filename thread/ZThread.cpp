@@ -122,7 +122,7 @@ bool ZThread::WaitUntil(Waitable& handle, std::int64_t deadline) {
   for (std::int64_t now = TickMicroseconds(); now < deadline; now = TickMicroseconds()) {
     const std::int64_t step = std::min(deadline - now, kLongestWait);
     const WaitResult result = handle.Wait(WholeMilliseconds(step));
-    if (result == WaitResult::kSignalled || result == WaitResult::kAbandoned) return true;
+    if (result != WaitResult::kTimedOut) return result != WaitResult::kFailed;
   }
   return false;
 }
