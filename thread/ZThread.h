@@ -60,8 +60,8 @@ class ZThread {
   [[nodiscard]] static std::int64_t TickMicroseconds();
 
   /// Waits until something is signalled, or until the tick count has come to the deadline. True
-  /// when it was signalled; false at once when the deadline is not in the future, or when the system
-  /// refuses to wait.
+  /// when it was signalled; false at once when the deadline is not in the future, or when the
+  /// system refuses to wait.
   [[nodiscard]] static bool WaitUntil(Waitable& handle, std::int64_t deadline);
 
   /// The time now, since the beginning of 1601, and the processor time that the process has used,
