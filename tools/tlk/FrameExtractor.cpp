@@ -58,7 +58,10 @@ bool FrameExtractor::FindLength() {
     return Fail("no length stamp in the first " + std::to_string(kLengthPrefix) + " bytes",
                 MatchOpening(prefix));
   }
-  const auto position = static_cast<std::size_t>(stamp.data() - prefix.data());
+  return ReadLength(stamp, static_cast<std::size_t>(stamp.data() - prefix.data()));
+}
+
+bool FrameExtractor::ReadLength(std::string_view stamp, std::size_t position) {
   const auto* const stray = std::find_if_not(stamp.begin(), stamp.end(), IsDigit);
   if (stray != stamp.end()) {
     return Fail("length stamp " + Quote(stamp) + " is not seven digits",

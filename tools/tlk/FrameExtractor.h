@@ -50,6 +50,7 @@ class FrameExtractor {
 
  private:
   bool FindLength();
+  bool ReadLength(std::string_view stamp, std::size_t position);
   bool Fail(std::string error, std::size_t position);
   void Take(std::size_t count);
 

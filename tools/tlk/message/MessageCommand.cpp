@@ -50,14 +50,14 @@ constexpr const char* kHelp =
     "and read another:\n"
     "  parse TEXT                     take the message to read; prints loaded or empty\n"
     "  type, receiver, data           its Type, the Id of its To, its Data\n"
-    "  node XPATH text|xml            the text of a node, or all of it\n"
-    "  attribute XPATH NAME           an XML attribute\n"
+    "  node XPATH text|xml            the text of a node, or all of it; XPATH starts at the root\n"
+    "  attribute XPATH NAME           an XML attribute; XPATH starts at the document\n"
     "  quit                           end, as the end of the input does\n"
     "\n"
     "A word in double quotes may hold blanks and \\\" \\\\ \\n \\r \\t \\xHH, and texts are "
     "printed\n"
-    "so. For TEXT and PATHS, @FILE takes what the file holds. Blank lines and lines that begin\n"
-    "with # are ignored. Failures that the codec reports are on standard error.\n"
+    "so. For TEXT and PATHS, @FILE takes what the file holds; an XPATH is taken as it is. Blank\n"
+    "lines and lines that begin with # are ignored. What the codec reports is on standard error.\n"
     "\n"
     "--check prints a line for each message of a stream, and where it goes wrong, counted in\n"
     "bytes from 0. What follows the first fault may come of it.\n"
@@ -132,15 +132,16 @@ void AddMessageCommand(CLI::App& app, int& exitStatus) {
                            ->add_option("--script", options->script,
                                         "Read the commands from FILE instead of standard input")
                            ->type_name("FILE");
-  command
-      ->add_option("--check", options->checked,
-                   "Check the bytes of a captured stream instead; - for standard input")
-      ->type_name("FILE")
-      ->excludes(script);
+  auto* const check =
+      command
+          ->add_option("--check", options->checked,
+                       "Check the bytes of a captured stream instead; - for standard input")
+          ->type_name("FILE")
+          ->excludes(script);
   message::AddSystemOptions(*command);
   command->footer(kHelp);
-  command->callback([options, &exitStatus] {
-    exitStatus = options->checked.empty() ? Converse(options->script) : Check(options->checked);
+  command->callback([options, check, &exitStatus] {
+    exitStatus = check->empty() ? Converse(options->script) : Check(options->checked);
   });
 }
 

@@ -42,13 +42,11 @@ struct MessageSession::Action {
   bool needsParser = false;
 };
 
-MessageSession::MessageSession(const Codec& codec, Print print)
-    : CommandSession(std::move(print)), m_codec(codec), m_builder(codec) {}
-
-void MessageSession::RunLine(std::string_view line) {
+/// All of them.
+struct MessageSession::Commands {
   using Self = MessageSession;
   using Builder = TLK_XMLBuilder;
-  static constexpr std::array kActions{
+  static constexpr std::array kAll{
       Action{{"create",
               3,
               {Text("TYPE"), Number("FROM"), Number("TO"), Number("STATUS"), Text("DESCRIPTION")}},
@@ -84,12 +82,18 @@ void MessageSession::RunLine(std::string_view line) {
       Action{{"attribute", 2, {kPath, kName}}, &Self::Attribute, true},
       Action{{"quit", 0, {}}, &Self::Quit},
   };
+};
+
+MessageSession::MessageSession(const Codec& codec, Print print)
+    : CommandSession(std::move(print)), m_codec(codec), m_builder(codec) {}
+
+void MessageSession::RunLine(std::string_view line) {
   std::vector<std::string> words;
   std::string error;
   if (!SplitCommand(line, words, error)) return Fail(error);
   if (words.empty()) return;
 
-  const auto command = MatchCommand(kActions, words);
+  const auto command = MatchCommand(Commands::kAll, words);
   if (!command.error.empty()) return Fail(command.error);
   if (command.entry->needsParser && m_parser == nullptr) {
     return Fail("nothing was parsed yet: parse TEXT comes first");

@@ -24,6 +24,7 @@ class MessageSession : public CommandSession {
 
  private:
   struct Action;
+  struct Commands;
 
   // One for each command, and one for each kind of operation that takes texts alone. They return
   // what is printed behind the command's name, or nothing.
