@@ -1,0 +1,119 @@
+#include <atomic>
+#include <memory>
+
+#include "tests/scripted/ScriptedSurroundings.h"
+#include "tests/scripted/ScriptedSynchronisation.h"
+#include "tests/thread/Waiting.h"
+#include "thread/ThreadLayer.h"
+#include "thread/ZLocker.h"
+#include "thread/ZMutex.h"
+#include "thread/ZMutexComposite.h"
+#include "thread/ZThread.h"
+
+namespace tlk::test {
+
+using enum LockResult;
+
+struct ZSemaphoreTest : testing::Test {
+  ScriptedSurroundings clock;  // Only sleeping moves it.
+  ScriptedSynchronisation system;
+  const Platform& real = SystemPlatform();
+  const Platform platform{real.text, real.strings, system, clock, real.files};
+  const ThreadLayer layer{platform};
+};
+
+TEST_F(ZSemaphoreTest, ServesWhoeverCameFirst) {
+  ZSemaphore semaphore("semaphore", 2);
+  auto timed = StartWaiter(semaphore, 1, [&] { return semaphore.Wait(9, 5'000); });
+  auto first = StartWaiter(semaphore, 2, [&] { return semaphore.Wait(3, kForever); });
+  auto second = StartWaiter(semaphore, 3, [&] { return semaphore.Wait(1, kForever); });
+  EXPECT_EQ(semaphore.Wait(1, -1), kTimedOut);  // Two are there, but not for whoever comes last.
+  EXPECT_TRUE(semaphore.Signal(1) && !semaphore.Signal(ZSemaphore::kMaxCount - 2));
+  clock.Sleep(6);
+  EXPECT_TRUE(timed.get() == kTimedOut && first.get() == kAcquired);
+  EXPECT_TRUE(semaphore.Signal(ZSemaphore::kMaxCount) && second.get() == kAcquired);
+  EXPECT_TRUE(!semaphore.Signal(2) && semaphore.Wait(ZSemaphore::kMaxCount - 1, 0) == kAcquired);
+}
+
+TEST_F(ZSemaphoreTest, WaitsInStepsWhereTheSystemRefusesEvents) {
+  ZSemaphore semaphore("semaphore", 0);
+  system.partsToRefusal = 1;
+  EXPECT_EQ(semaphore.Wait(1, 2'000), kTimedOut);
+  EXPECT_EQ(clock.Sleeps(), std::vector<std::uint32_t>(3, 1));
+  system.partsToRefusal = 1;
+  auto waiter = StartWaiter(semaphore, 1, [&] { return semaphore.Wait(1, kForever); });
+  EXPECT_TRUE(semaphore.Signal(1) && waiter.get() == kAcquired);
+}
+
+// What the mutex protects is plain, so that the thread sanitizer sees what the locks do.
+TEST(LocksTest, LoseAndMakeNoUnits) {
+  ZSemaphore semaphore("semaphore", 5);
+  ZMutex mutex("mutex");
+  int inUse = 0;
+  RunOnThreads(5, [&](int n) {
+    for (const int end = n + 2'000; n < end; ++n) {
+      const int units = n % 5 + 1;
+      if (semaphore.Wait(units, n % 7 == 0 ? kForever : n % 3 * 700) != kAcquired) continue;
+      EXPECT_LE((ZLocker(mutex), inUse += units), 5);
+      std::this_thread::yield();
+      EXPECT_GE((ZLocker(mutex), inUse -= units), 0);
+      EXPECT_TRUE(semaphore.Signal(units));
+    }
+  });
+  EXPECT_TRUE(semaphore.Wait(5, 0) == kAcquired && semaphore.Wait(1, 0) == kTimedOut);
+}
+
+TEST(LocksTest, EndWhileLimitsRunOutAndUnitsCome) {
+  for (int round = 0; round < 300; ++round) {
+    auto semaphore = std::make_unique<ZSemaphore>("semaphore", 0);
+    std::atomic<int> results[3]{};
+    const auto wait = [&, gone = semaphore.get()](int n) {
+      ++results[static_cast<int>(gone->Wait(n + 1, n == 2 ? kForever : n * 500 + 500))];
+    };
+    std::jthread waiters([&] { RunOnThreads(3, wait); });
+    ExpectSoon([&] {
+      const int ended = results[2];
+      return ended + semaphore->Waiters() == 3;
+    });
+    std::this_thread::sleep_for(std::chrono::microseconds(round % 9 * 250));
+    semaphore->Signal(2);
+    semaphore.reset();
+    waiters.join();
+    EXPECT_GE(results[1], 1);  // Nobody gives three units.
+  }
+}
+
+TEST(ZMutexTest, IsHandedOverWithAllHoldsOfItsOwner) {
+  ZMutex mutex("mutex", CreatedHeld::kYes);
+  bool isReady = false;
+  EXPECT_EQ(mutex.Acquire(0), kAcquired);
+  const auto other = StartWaiter(mutex, 1, [&] {
+    EXPECT_TRUE(!mutex.IsHeld() && mutex.ReleaseFully() == 0 && mutex.Acquire(0) == kTimedOut);
+    isReady = ZLocker(mutex).HoldsLock();
+  });
+  while (!isReady) {
+    EXPECT_EQ(mutex.ReleaseFully(), 2);
+    EXPECT_TRUE(mutex.Reacquire(0) == kAcquired && !mutex.IsHeld());
+    EXPECT_TRUE(mutex.Reacquire(2) == kAcquired && mutex.IsHeld());
+  }
+  for (int n = 0; n < 2; ++n) RunOnThreads(1, [&](int) { mutex.Release(); });  // Whoever does it.
+  EXPECT_TRUE(!mutex.IsHeld() && mutex.Acquire(0) == kAcquired);
+}
+
+TEST(ZMutexCompositeTest, GivesBackWhatItHasWhenALockRunsOutOrIsDestroyed) {
+  ZMutex first("first");
+  auto last = std::make_unique<ZMutex>("last", CreatedHeld::kYes);
+  ZMutex& gone = *last;
+  ZMutexComposite all("all", {&first, &gone});
+  RunOnThreads(1, [&](int) { EXPECT_EQ(all.Acquire(1'000), kTimedOut); });
+  EXPECT_TRUE(all.Acquire() == kAcquired && all.IsHeld() && first.IsHeld());
+  all.Release();
+  auto composite = StartWaiter(gone, 1, [&] { return all.Acquire(3'600'000'000); });
+  auto quiet = StartWaiter(gone, 2, [&] { return ZLocker(gone).HoldsLock(); });
+  auto throwing = StartWaiter(gone, 3, [&] { ZLocker(gone, OnFailure::kThrow); });
+  last.reset();
+  EXPECT_TRUE(composite.get() == kDestroyed && !quiet.get() && first.Acquire(0) == kAcquired);
+  EXPECT_THROW(throwing.get(), ZThread::Disposed);
+}
+
+}  // namespace tlk::test
