@@ -38,8 +38,8 @@ TEST_F(ZRWLockTest, LetsInAWriterAndThenAtOnceTheReadersBehindIt) {
   read.Release();
 }
 
-// Such a writer protects no data from those who read, which the thread sanitizer would rightly call a
-// race. So this test touches none, and the stress test below sets its writers no limit.
+// Such a writer protects no data from those who read, which the thread sanitizer would rightly call
+// a race. So this test touches none, and the stress test below sets its writers no limit.
 TEST_F(ZRWLockTest, IsTakenByAWriterWhoseLimitRunsOut) {
   const ZLocker reader(read);
   RunOnThreads(1, [&](int) { EXPECT_TRUE(write.Acquire(1'000) == kAcquired && write.IsHeld()); });
