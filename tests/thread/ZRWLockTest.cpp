@@ -1,6 +1,6 @@
 #include "thread/ZRWLock.h"
 
-#include <latch>
+#include <atomic>
 #include <memory>
 
 #include "tests/thread/Waiting.h"
@@ -19,7 +19,7 @@ struct ZRWLockTest : testing::Test {
 
 TEST_F(ZRWLockTest, LetsInAWriterAndThenAtOnceTheReadersBehindIt) {
   int written = 0;
-  std::latch inside(3);
+  std::atomic<int> inside = 0;
   std::vector<std::future<void>> waiters;
   EXPECT_EQ(read.Acquire(), kAcquired);
   waiters.push_back(StartWaiter(*lock, 1, [&] {
@@ -30,7 +30,8 @@ TEST_F(ZRWLockTest, LetsInAWriterAndThenAtOnceTheReadersBehindIt) {
   for (int n = 2; n <= 4; ++n) {
     waiters.push_back(StartWaiter(*lock, n, [&] {
       const ZLocker reader(read);
-      inside.arrive_and_wait();
+      ++inside;
+      ExpectSoon([&] { return inside == 3; });
       EXPECT_TRUE(written == 1 && read.IsHeld() && !write.IsHeld());
     }));
   }
