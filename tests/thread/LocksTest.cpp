@@ -53,7 +53,7 @@ TEST(LocksTest, LoseAndMakeNoUnits) {
   RunOnThreads(5, [&](int n) {
     for (const int end = n + 2'000; n < end; ++n) {
       const int units = n % 5 + 1;
-      if (semaphore.Wait(units, n % 7 == 0 ? kForever : n % 3 * 700) != kAcquired) continue;
+      if (semaphore.Wait(units, n % 7 == 0 ? kForever : n % 3) != kAcquired) continue;
       EXPECT_LE((ZLocker(mutex), inUse += units), 5);
       std::this_thread::yield();
       EXPECT_GE((ZLocker(mutex), inUse -= units), 0);

@@ -33,6 +33,7 @@ template <typename Lock, typename Work>
 template <typename Work>
 void RunOnThreads(int count, const Work& work) {
   std::vector<std::jthread> threads;
+  threads.reserve(static_cast<std::size_t>(count));
   for (int n = 0; n < count; ++n) threads.emplace_back(work, n);
 }
 

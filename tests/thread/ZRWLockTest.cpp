@@ -1,6 +1,5 @@
 #include "thread/ZRWLock.h"
 
-#include <atomic>
 #include <memory>
 
 #include "tests/thread/Waiting.h"
