@@ -1,0 +1,20 @@
+#include "bench/LogDrain.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+namespace tlk::bench {
+
+void AppendByHand(const std::string& path, const std::string& line, int lines) {
+  for (int i = 0; i < lines; ++i) {
+    const int file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+    const bool isWritten =
+        write(file, line.data(), line.size()) == static_cast<ssize_t>(line.size());
+    const off_t size = lseek(file, 0, SEEK_CUR);
+    if (close(file) != 0 || !isWritten || size <= 0) throw std::runtime_error("no line appended");
+  }
+}
+
+}  // namespace tlk::bench
