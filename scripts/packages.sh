@@ -28,6 +28,12 @@ need_test_tools() {
   need_build_tools && need libgtest-dev libgmock-dev libexpat1-dev
 }
 
+# The peers that this project is measured beside, and what makes a table of the figures.
+need_bench_tools() {
+  need_build_tools && need libstrophe-dev libspdlog-dev libboost-dev libboost-thread-dev \
+    libbenchmark-dev jq bsdextrautils
+}
+
 # What builds for Windows, and Wine, with the locales it takes code pages from.
 need_windows_tools() {
   need_build_tools && need g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools \
