@@ -12,11 +12,11 @@
 
 namespace tlk::bench {
 
-/// What messages are built and read with here; its log drops everything.
+/// What messages are built and read with here.
 struct MessageCodec {
   PugiDomFactory dom{SystemPlatform().text};
   XmlGate gate{SystemPlatform().text};
-  QNLogger log{"bench.log", -1};
+  QNLogger log{"bench.log", 0};
   Codec codec{dom, SystemPlatform().text, gate, log};
 };
 
