@@ -1,7 +1,5 @@
 #include "thread/ZRWLock.h"
 
-#include <memory>
-
 #include "tests/thread/Waiting.h"
 #include "thread/ZLocker.h"
 #include "thread/ZThread.h"
@@ -41,7 +39,9 @@ TEST_F(ZRWLockTest, LetsInAWriterAndThenAtOnceTheReadersBehindIt) {
 // Such a writer protects no data from those who read, which the thread sanitizer would rightly call
 // a race. So this test touches none, and the stress test below sets its writers no limit.
 TEST_F(ZRWLockTest, IsTakenByAWriterWhoseLimitRunsOut) {
+  EXPECT_TRUE(ZLocker(write).HoldsLock());
   const ZLocker reader(read);
+  RunOnThreads(1, [&](int) { EXPECT_TRUE(ZLocker(read).HoldsLock()); });
   RunOnThreads(1, [&](int) { EXPECT_TRUE(write.Acquire(1'000) == kAcquired && write.IsHeld()); });
   EXPECT_TRUE(read.IsHeld() && !write.IsHeld());
 }
