@@ -1,16 +1,14 @@
 #include "platform/posix/PosixFiles.h"
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <new>
+#include <string>
 
 #include "platform/posix/OwnedDescriptor.h"
 
@@ -20,55 +18,61 @@ namespace {
 constexpr int kAppendFlags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
 constexpr mode_t kNewFileMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
 
-/// Keeps the signal that goes with a limit on file sizes from ending the process while a line is
-/// written. Where no limit is set, which is nearly everywhere, nothing needs to be done.
-class FileSizeSignalGuard {
- public:
-  FileSizeSignalGuard() {
-    rlimit limit{};
-    if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur == RLIM_INFINITY) return;
-    sigemptyset(&m_signal);
-    sigaddset(&m_signal, SIGXFSZ);
-    m_isActive = pthread_sigmask(SIG_BLOCK, &m_signal, &m_before) == 0 &&
-                 sigismember(&m_before, SIGXFSZ) == 0;
-  }
+/// The size that the calling thread's last line has left a regular file with; -1 for none.
+thread_local off_t t_lastSize = -1;
 
-  ~FileSizeSignalGuard() {
-    if (!m_isActive) return;
-    constexpr timespec kAtOnce{};
-    while (sigtimedwait(&m_signal, nullptr, &kAtOnce) == -1 && errno == EINTR) {
-    }
-    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
-  }
+enum class Place { kFile, kDevice, kNeither };
 
-  FileSizeSignalGuard(const FileSizeSignalGuard&) = delete;
-  FileSizeSignalGuard& operator=(const FileSizeSignalGuard&) = delete;
-
- private:
-  bool m_isActive = false;
-  sigset_t m_signal{};
-  sigset_t m_before{};
-};
-
-bool IsLogFile(const struct stat& status) {
-  return S_ISREG(status.st_mode) || S_ISCHR(status.st_mode);
+/// What is open. A file that has still the size of the last one is taken for that one: whatever
+/// else has a size is asked about, and a pipe has none.
+Place PlaceOf(int descriptor, off_t size) {
+  if (size >= 0 && size == t_lastSize) return Place::kFile;
+  struct stat status {};
+  if (fstat(descriptor, &status) != 0) return Place::kNeither;
+  if (S_ISREG(status.st_mode)) return Place::kFile;
+  return S_ISCHR(status.st_mode) ? Place::kDevice : Place::kNeither;
 }
 
-/// Writes `line` and a line end; returns how many bytes went out.
-size_t WriteLine(int descriptor, std::string_view line) {
-  char lineEnd = '\n';
-  const size_t total = line.size() + 1;
+sigset_t FileSizeSignal() {
+  sigset_t signal;
+  sigemptyset(&signal);
+  sigaddset(&signal, SIGXFSZ);
+  return signal;
+}
+
+/// Keeps the signal that goes with a limit on file sizes from ending the process. It stays blocked
+/// in the calling thread, because who appends one line will append more.
+void BlockFileSizeSignal() {
+  thread_local bool t_isBlocked = false;
+  if (t_isBlocked) return;
+  const sigset_t signal = FileSizeSignal();
+  t_isBlocked = pthread_sigmask(SIG_BLOCK, &signal, nullptr) == 0;
+}
+
+/// Takes the signal that a failed write may have left.
+void TakeFileSizeSignal() {
+  const sigset_t signal = FileSizeSignal();
+  constexpr timespec kAtOnce{};
+  while (sigtimedwait(&signal, nullptr, &kAtOnce) == -1 && errno == EINTR) {
+  }
+}
+
+/// Writes `line` and a line end; returns how many bytes went out. They go out in one piece: two are
+/// slower than their copy.
+size_t WriteLine(int descriptor, std::string_view line) try {
+  std::string text;
+  text.reserve(line.size() + 1);
+  text.append(line).push_back('\n');
   size_t written = 0;
-  while (written < total) {
-    const std::string_view rest = line.substr(std::min(written, line.size()));
-    const std::array<iovec, 2> parts{
-        {{const_cast<char*>(rest.data()), rest.size()}, {&lineEnd, 1}}};
-    const ssize_t count = writev(descriptor, parts.data(), static_cast<int>(parts.size()));
+  while (written < text.size()) {
+    const ssize_t count = write(descriptor, text.data() + written, text.size() - written);
     if (count == -1 && errno == EINTR) continue;
     if (count <= 0) break;
     written += static_cast<size_t>(count);
   }
   return written;
+} catch (const std::bad_alloc&) {
+  return 0;
 }
 
 /// Cuts off the `written` bytes that this descriptor wrote last, if they are the file's last.
@@ -93,17 +97,19 @@ bool RenameByLink(const char* from, const char* to) {
 
 std::int64_t PosixFiles::AppendLine(const std::string& path, std::string_view line) {
   const OwnedDescriptor file(open(path.c_str(), kAppendFlags, kNewFileMode));
-  struct stat status {};
-  if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || !IsLogFile(status))
-    return append_result::kNotOpened;
-  const FileSizeSignalGuard guard;
+  if (!file.IsOpen()) return append_result::kNotOpened;
+  const off_t size = lseek(file.Get(), 0, SEEK_END);
+  const Place place = PlaceOf(file.Get(), size);
+  if (place == Place::kNeither) return append_result::kNotOpened;
+  BlockFileSizeSignal();
   const size_t written = WriteLine(file.Get(), line);
   if (written <= line.size()) {
+    TakeFileSizeSignal();
     if (written > 0) TakeBack(file.Get(), written);
     return append_result::kNotWritten;
   }
-  const off_t size = lseek(file.Get(), 0, SEEK_CUR);
-  return size < 0 ? 0 : size;
+  if (place == Place::kDevice) return 0;
+  return t_lastSize = size + static_cast<off_t>(written);
 }
 
 bool PosixFiles::Remove(const std::string& path) { return unlink(path.c_str()) == 0; }

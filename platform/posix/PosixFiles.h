@@ -9,7 +9,10 @@ namespace tlk {
 class PosixFiles final : public Files {
  public:
   /// A new file gets the mode 0644, less the process's mask. Part of a line that could not be
-  /// written whole is taken back, unless another process has appended behind it meanwhile.
+  /// written whole is taken back, unless another process has appended behind it meanwhile. A line
+  /// that another process appends in the same moment may not be in the size.
+  ///
+  /// The signal of the limit on file sizes (SIGXFSZ) stays blocked in the calling thread.
   [[nodiscard]] std::int64_t AppendLine(const std::string& path, std::string_view line) override;
 
   bool Remove(const std::string& path) override;
