@@ -36,9 +36,10 @@ double LinesPerSecond(const TemporaryFolder& folder, const std::function<void()>
 
 std::string LineToAppend() {
   const Platform& platform = SystemPlatform();
-  return StampedLine(platform.surroundings.Now(), platform.synchronisation.CurrentThreadId(),
-                     {severity_mark::kNormal, kRecordText, " (", kSource, " - ",
-                      std::to_string(kSourceLine), ")\n"});
+  const RecordStamp stamp(platform.surroundings.Now(), platform.synchronisation.CurrentThreadId());
+  std::string line(stamp.View());
+  line.append(severity_mark::kNormal).append(kRecordText).append(" (").append(kSource);
+  return line.append(" - ").append(std::to_string(kSourceLine)).append(")\n");
 }
 
 void CompareDrain(OwnLog& log, const TemporaryFolder& folder) {

@@ -9,27 +9,21 @@ std::shared_ptr<LogQueue> LogQueue::OfProcess() {
   return queue;
 }
 
-void LogQueue::PushBack(std::string line) {
+std::size_t LogQueue::PushBack(std::initializer_list<std::string_view> pieces) {
   const std::lock_guard lock(m_guard);
-  m_lines.push_back(std::move(line));
+  return m_lines.PushBack(pieces);
 }
 
-void LogQueue::PushFront(std::string line) {
+void LogQueue::TakeAll(LineBatch& lines) {
   const std::lock_guard lock(m_guard);
-  m_lines.push_front(std::move(line));
+  std::swap(m_lines, lines);
 }
 
-bool LogQueue::IsEmpty() const {
+void LogQueue::GiveBack(LineBatch& lines) {
   const std::lock_guard lock(m_guard);
-  return m_lines.empty();
-}
-
-std::optional<std::string> LogQueue::TakeFront() {
-  const std::lock_guard lock(m_guard);
-  if (m_lines.empty()) return std::nullopt;
-  std::optional<std::string> line(std::move(m_lines.front()));
-  m_lines.pop_front();
-  return line;
+  lines.PushBack(m_lines);
+  m_lines = std::move(lines);
+  lines = {};
 }
 
 }  // namespace tlk

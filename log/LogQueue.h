@@ -1,34 +1,36 @@
 #pragma once
 
-#include <deque>
+#include <cstddef>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
-#include <optional>
-#include <string>
+#include <string_view>
+
+#include "log/LineBatch.h"
 
 namespace tlk {
 
 /// The lines that wait to be written: one queue for all logs of the process.
 ///
 /// Each log guards its own steps on the queue with a lock of its own, so two logs exclude each
-/// other only by the small mutex in here. It is never held for longer than one insertion or
-/// removal.
+/// other only by the small mutex in here. It is never held for longer than one step.
 class LogQueue {
  public:
   /// The queue of the process. Who may outlive the static objects, as a writer may, keeps a share.
   [[nodiscard]] static std::shared_ptr<LogQueue> OfProcess();
 
-  void PushBack(std::string line);
-  void PushFront(std::string line);
-  [[nodiscard]] bool IsEmpty() const;
+  /// Adds a line put together from its pieces; returns its length.
+  std::size_t PushBack(std::initializer_list<std::string_view> pieces);
 
-  /// The line at the front, or none: with a second log alive, a queue that was not empty may be
-  /// now.
-  [[nodiscard]] std::optional<std::string> TakeFront();
+  /// Moves all lines to an empty batch, whose memory the queue uses from here on.
+  void TakeAll(LineBatch& lines);
+
+  /// Puts lines back in front of those that have come since, and leaves the batch empty.
+  void GiveBack(LineBatch& lines);
 
  private:
-  mutable std::mutex m_guard;
-  std::deque<std::string> m_lines;
+  std::mutex m_guard;
+  LineBatch m_lines;
 };
 
 }  // namespace tlk

@@ -1,11 +1,9 @@
 #include "log/LogWriter.h"
 
 #include <cstdio>
-#include <optional>
 #include <utility>
 
 #include "log/LogLock.h"
-#include "log/LogQueue.h"
 #include "log/QNManageMutex.h"
 #include "platform/Files.h"
 #include "platform/Surroundings.h"
@@ -14,12 +12,12 @@ namespace tlk {
 
 namespace {
 
-constexpr const char* kOverflowLine =
+constexpr std::string_view kOverflowLine =
     "---------------------------- max logger queue size ----------------------------";
-constexpr const char* kClearedLine =
+constexpr std::string_view kClearedLine =
     "---------------------------- logger queue cleared ----------------------------";
 
-std::int32_t Length(const std::string& line) { return static_cast<std::int32_t>(line.size()); }
+std::int32_t Length(std::string_view line) { return static_cast<std::int32_t>(line.size()); }
 
 void Call(const ThreadHook& hook) {
   if (hook.function != nullptr) hook.function(hook.context, "System", "WriteLog");
@@ -60,15 +58,14 @@ bool LogWriter::MakeParts() {
   return true;
 }
 
-void LogWriter::Queue(std::string line) {
+void LogWriter::Queue(std::initializer_list<std::string_view> pieces) {
   if (!m_isUsable) return;
   EnsureStarted();
   (void)m_room->Wait(kNoLimit);
   {
     std::uint32_t status = 0;
     const QNManageMutex guard(m_lock.get(), status, nullptr, m_platform);
-    m_queuedBytes += Length(line);
-    m_queue->PushBack(std::move(line));
+    m_queuedBytes += static_cast<std::int32_t>(m_queue->PushBack(pieces));
   }
   if (!m_hasFailed) EnsureStarted();  // Once more: the writer may have ended on request meanwhile.
   m_work->Set();  // Outside the lock: the writer, if it sleeps, wakes to take it.
@@ -153,37 +150,34 @@ void LogWriter::Drain() {
   do {
     SettleThrottle(RunPass());
   } while (m_isThrottled);
+  if (!m_taken.IsEmpty()) m_queue->GiveBack(m_taken);
 }
 
 LogWriter::PassEnd LogWriter::RunPass() {
   bool isOverflowMarked = false;
   PassEnd end = PassEnd::kDrained;
-  std::string line;
-  while (TakeLine(isOverflowMarked, line, end)) {
-    if (!WriteLine(line)) return PassEnd::kNotOpened;
+  while (HasLine(end)) {
+    MarkThrottle(isOverflowMarked);
+    m_queuedBytes -= Length(m_taken.Front());
+    const bool isOpened = WriteLine(m_taken.Front());
+    m_taken.PopFront();
+    if (!isOpened) return PassEnd::kNotOpened;
   }
   return end;
 }
 
+// The lines are taken all at once, so that the writer hardly ever meets a producer at the lock.
+//
 // The drained event is set under the lock: a flush that has come after the last line was taken must
 // not be let go by a pass from before its own lines.
-bool LogWriter::TakeLine(bool& isOverflowMarked, std::string& line, PassEnd& end) {
+bool LogWriter::HasLine(PassEnd& end) {
+  if (!m_taken.IsEmpty()) return true;
   const LogLock lock(m_lock.get());
-  if (!lock.IsHeld()) {
-    end = PassEnd::kNotLocked;
-    return false;
-  }
-  if (!m_queue->IsEmpty()) MarkThrottle(isOverflowMarked);
-  std::optional<std::string> front = m_queue->TakeFront();
-  if (!front.has_value()) {
-    m_drained->Set();
-    end = PassEnd::kDrained;
-    return false;
-  }
-  m_queuedBytes -= Length(*front);
-  line = std::move(*front);
-  settings.CopyDirectory(m_place.directory);
-  return true;
+  end = lock.IsHeld() ? PassEnd::kDrained : PassEnd::kNotLocked;
+  if (!lock.IsHeld()) return false;
+  m_queue->TakeAll(m_taken);
+  if (m_taken.IsEmpty()) m_drained->Set();
+  return !m_taken.IsEmpty();
 }
 
 void LogWriter::MarkThrottle(bool& isOverflowMarked) {
@@ -191,10 +185,10 @@ void LogWriter::MarkThrottle(bool& isOverflowMarked) {
     m_room->Reset();
     m_isThrottled = true;
     isOverflowMarked = true;
-    m_queue->PushFront(kOverflowLine);
+    m_taken.PushFront(kOverflowLine);
   }
   if (isOverflowMarked && IsBelowHalf()) {
-    m_queue->PushFront(kClearedLine);
+    m_taken.PushFront(kClearedLine);
     isOverflowMarked = false;
     OpenThrottle();
   }
@@ -212,7 +206,8 @@ void LogWriter::OpenThrottle() {
   m_room->Set();
 }
 
-bool LogWriter::WriteLine(const std::string& line) {
+bool LogWriter::WriteLine(std::string_view line) {
+  settings.CopyDirectory(m_place.directory);
   PathInPlace(m_place, m_place.fileName, m_path);
   const std::int64_t size = m_platform.files.AppendLine(m_path, line);
   if (size == append_result::kNotOpened) {
@@ -233,11 +228,11 @@ void LogWriter::KeepSize(std::int64_t size) {
 }
 
 // Without the time, which a console does not need; a marker line has nothing to show.
-void LogWriter::Echo(std::string_view line) const {
+void LogWriter::Echo(std::string_view line) {
   const std::size_t start = line.find('(');
   if (start == std::string_view::npos) return;
-  const std::string shown = std::string(line.substr(start)) + '\n';
-  std::fwrite(shown.data(), 1, shown.size(), stdout);
+  m_shown.assign(line.substr(start)).push_back('\n');
+  std::fwrite(m_shown.data(), 1, m_shown.size(), stdout);
 }
 
 }  // namespace tlk

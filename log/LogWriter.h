@@ -2,19 +2,19 @@
 
 #include <atomic>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
 
 #include "log/LogFiles.h"
+#include "log/LogQueue.h"
 #include "log/LogSettings.h"
 #include "platform/Platform.h"
 #include "platform/Synchronisation.h"
 
 namespace tlk {
-
-class LogQueue;
 
 /// The queue's other end: the lock and the events of one log, and its writer thread.
 ///
@@ -28,9 +28,10 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
 
   LogSettings settings;
 
-  /// Queues a line and wakes the writer thread, starting it if need be. Waits while the queue is
-  /// over its limit. A thread that cannot be started now is tried again with the next line.
-  void Queue(std::string line);
+  /// Queues a line put together from its pieces and wakes the writer thread, starting it if need
+  /// be. Waits while the queue is over its limit. A thread that cannot be started now is tried
+  /// again with the next line.
+  void Queue(std::initializer_list<std::string_view> pieces);
 
   /// Waits until a pass has found the queue empty, or the limit has passed.
   [[nodiscard]] std::uint32_t Flush(std::uint32_t milliseconds);
@@ -56,14 +57,14 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   void EndOnRequest();
   void Drain();
   PassEnd RunPass();
-  bool TakeLine(bool& isOverflowMarked, std::string& line, PassEnd& end);
+  [[nodiscard]] bool HasLine(PassEnd& end);
   void MarkThrottle(bool& isOverflowMarked);
   void SettleThrottle(PassEnd end);
   [[nodiscard]] bool IsBelowHalf() const;
   void OpenThrottle();
-  [[nodiscard]] bool WriteLine(const std::string& line);
+  [[nodiscard]] bool WriteLine(std::string_view line);
   void KeepSize(std::int64_t size);
-  void Echo(std::string_view line) const;
+  void Echo(std::string_view line);
 
   const Platform m_platform;
   const std::shared_ptr<LogQueue> m_queue;
@@ -90,6 +91,8 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   bool m_isFullAnnounced = false;
   LogPlace m_place;
   std::string m_path;
+  std::string m_shown;
+  LineBatch m_taken;  // Empty between two passes.
 };
 
 }  // namespace tlk

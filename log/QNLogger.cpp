@@ -119,15 +119,18 @@ void QNLogger::LogError(std::int32_t level, std::uint32_t message, const char* s
 
 void QNLogger::WriteRecord(const RecordHead& head, std::va_list values) {
   const MessageText message(m_platform.strings, head.module, head.message, values);
-  QueueStamped({head.mark, message.View(), " (", SourceName(head.source), " - ",
-                std::to_string(head.line), ")"});
+  const RecordStamp stamp = StampOfNow();
+  m_writer->Queue({stamp.View(), head.mark, message.View(), " (", SourceName(head.source), " - ",
+                   std::to_string(head.line), ")"});
 }
 
-void QNLogger::Write(std::string_view record) { QueueStamped({record}); }
+void QNLogger::Write(std::string_view record) {
+  const RecordStamp stamp = StampOfNow();
+  m_writer->Queue({stamp.View(), record});
+}
 
-void QNLogger::QueueStamped(std::initializer_list<std::string_view> record) {
-  m_writer->Queue(StampedLine(m_platform.surroundings.Now(),
-                              m_platform.synchronisation.CurrentThreadId(), record));
+RecordStamp QNLogger::StampOfNow() const {
+  return {m_platform.surroundings.Now(), m_platform.synchronisation.CurrentThreadId()};
 }
 
 std::uint32_t QNLogger::Flush() { return m_writer->Flush(kNoLimit); }

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdint>
-#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -14,6 +13,7 @@
 namespace tlk {
 
 class LogWriter;
+class RecordStamp;
 struct RecordHead;
 
 /// The log that writes to a file.
@@ -95,7 +95,7 @@ class QNLogger final : public iLogger {
 
  private:
   void WriteRecord(const RecordHead& head, std::va_list values);
-  void QueueStamped(std::initializer_list<std::string_view> record);
+  [[nodiscard]] RecordStamp StampOfNow() const;
 
   const Platform m_platform;
   std::atomic<std::int32_t> m_threshold;

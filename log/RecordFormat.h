@@ -4,8 +4,6 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
-#include <string>
 #include <string_view>
 
 #include "platform/StringTable.h"
@@ -31,26 +29,43 @@ struct RecordHead {
   std::int32_t line;
 };
 
-/// The message of a record, formatted without touching the heap and cut after 8,192 characters.
+/// The message of a record, made without touching the heap and cut after 8,192 characters. It may
+/// refer to the value that it was made of.
 class MessageText {
  public:
   /// Looks the format up and fills in the values; "Unknown message" where there is no such format.
   /// Message 115 without a module is plain text whatever the program's own table says.
   MessageText(const StringTable& strings, ModuleHandle module, std::uint32_t message,
               std::va_list values);
+  MessageText(const MessageText&) = delete;
+  MessageText& operator=(const MessageText&) = delete;
 
-  [[nodiscard]] std::string_view View() const { return {m_text.data(), m_length}; }
+  [[nodiscard]] std::string_view View() const { return m_view; }
 
  private:
-  std::array<char, 8193> m_text;  // Left unset beyond the text: it is made for every record.
-  std::size_t m_length;
+  static constexpr std::size_t kMaxLength = 8192;
+
+  void Refer(const char* text);
+  void Format(const char* format, std::va_list values);
+
+  std::array<char, kMaxLength + 1>
+      m_text;  // Left unset beyond the text: it is made for every record.
+  std::string_view m_view;
 };
 
 /// The part of a source name behind its last backslash.
 [[nodiscard]] std::string_view SourceName(std::string_view source);
 
-/// The stored line: time, thread and the pieces of the record.
-[[nodiscard]] std::string StampedLine(const LocalTime& now, std::uint32_t thread,
-                                      std::initializer_list<std::string_view> record);
+/// What stands in front of a record in the stored line: time and thread.
+class RecordStamp {
+ public:
+  RecordStamp(const LocalTime& now, std::uint32_t thread);
+
+  [[nodiscard]] std::string_view View() const { return {m_text.data(), m_length}; }
+
+ private:
+  std::array<char, 128> m_text;
+  std::size_t m_length;
+};
 
 }  // namespace tlk

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace tlk {
+
+/// Lines one behind the other, in one piece of memory that stays for the next ones. Used by one
+/// thread at a time.
+class LineBatch {
+ public:
+  [[nodiscard]] bool IsEmpty() const { return m_start == m_bytes.size(); }
+
+  /// Adds a line put together from its pieces; returns its length.
+  std::size_t PushBack(std::initializer_list<std::string_view> pieces);
+
+  /// Adds all lines of another batch.
+  void PushBack(const LineBatch& lines);
+
+  void PushFront(std::string_view line);
+
+  /// The first line, good until the batch is changed. There must be one.
+  [[nodiscard]] std::string_view Front() const;
+  void PopFront();
+
+ private:
+  std::string m_bytes;  // Each line follows its length.
+  std::size_t m_start = 0;
+};
+
+}  // namespace tlk
