@@ -39,7 +39,7 @@ class MessageLoop {
  private:
   friend class MessageWindow;
 
-  [[nodiscard]] int LimitByTimers(int milliseconds) const;
+  [[nodiscard]] int WaitLimit(int milliseconds) const;
   bool FireTimers();
 
   PosixSockets m_sockets;

@@ -17,7 +17,7 @@ constexpr std::int64_t kLongestWait = 1000000;
 }  // namespace
 
 bool MessageLoop::DispatchOnce(int milliseconds) {
-  const bool notified = m_sockets.WaitAndDeliver(LimitByTimers(milliseconds));
+  const bool notified = m_sockets.WaitAndDeliver(WaitLimit(milliseconds));
   const bool fired = FireTimers();
   return notified || fired;
 }
@@ -37,13 +37,16 @@ void MessageLoop::Run(std::uint32_t milliseconds) {
 bool MessageLoop::DispatchOnceOrReadable(int descriptor, int milliseconds) {
   pollfd waits[] = {{.fd = m_sockets.WaitDescriptor(), .events = POLLIN, .revents = 0},
                     {.fd = descriptor, .events = POLLIN, .revents = 0}};
-  const int limit = m_sockets.HasPosted() ? 0 : LimitByTimers(milliseconds);
+  const int limit = WaitLimit(milliseconds);
   const bool waited = ::poll(waits, std::size(waits), limit) >= 0;
   DispatchOnce(0);
   return waited && waits[1].revents != 0;
 }
 
-int MessageLoop::LimitByTimers(int milliseconds) const {
+int MessageLoop::WaitLimit(int milliseconds) const {
+  if (m_sockets.HasAtHand()) {
+    return 0;
+  }
   const int next = m_timers.MillisecondsToNext();
   if (milliseconds < 0 || next < 0) {
     return std::max(milliseconds, next);

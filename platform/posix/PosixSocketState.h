@@ -2,12 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "platform/posix/NotificationReceiver.h"
 #include "platform/posix/OwnedDescriptor.h"
 #include "platform/posix/PosixSockets.h"
+#include "platform/posix/ReadAhead.h"
 
 namespace tlk {
 
@@ -15,6 +17,8 @@ struct PosixSockets::State {
   [[nodiscard]] std::string_view Backlog() const {
     return std::string_view(backlog).substr(backlogSent);
   }
+  /// Whether bytes lie here of which the window is still to be told.
+  [[nodiscard]] bool IsReadDue() const { return ahead != nullptr && mask != 0 && !readTold; }
   [[nodiscard]] Life CurrentLife() const { return {descriptor.Get(), number}; }
 
   OwnedDescriptor descriptor;
@@ -26,6 +30,9 @@ struct PosixSockets::State {
   // What the system has not yet taken of a text that a send took whole.
   std::string backlog;
   std::size_t backlogSent = 0;
+
+  std::unique_ptr<ReadAhead> ahead;  // null unless it holds bytes
+  int receiveError = 0;              // met when reading on behind them, and not yet reported
 
   NotificationReceiver* receiver = nullptr;
   std::uint32_t message = 0;

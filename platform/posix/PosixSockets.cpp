@@ -175,36 +175,6 @@ bool PosixSockets::DrainBacklog(State& state, int flags) {
   return state.error == 0;
 }
 
-int PosixSockets::Receive(SocketHandle socket, std::span<char> buffer, int size) {
-  State* state = Find(socket);
-  if (state == nullptr) {
-    return Fail(socket_error::kNotASocket);
-  }
-  if (size < 0 || static_cast<std::size_t>(size) > buffer.size()) {
-    return Fail(socket_error::kFault);
-  }
-  state->lastReceive = m_round;
-  if (state->readTold) {
-    state->readTold = false;
-    Watch(*state);
-  }
-  ssize_t count = 0;
-  do {
-    count = ::recv(state->descriptor.Get(), buffer.data(), static_cast<std::size_t>(size),
-                   state->blocking ? 0 : MSG_DONTWAIT);
-  } while (count < 0 && errno == EINTR);
-  if (count < 0) {
-    return state->blocking && errno == EAGAIN ? Fail(socket_error::kTimedOut) : FailWithErrno();
-  }
-  if (count == 0 && size > 0 && state->blocking) {
-    if (state->endSeen) {
-      return Fail(socket_error::kDisconnected);
-    }
-    state->endSeen = true;
-  }
-  return static_cast<int>(count);
-}
-
 int PosixSockets::Close(SocketHandle socket) {
   State* state = Find(socket);
   if (state == nullptr) {
@@ -212,6 +182,7 @@ int PosixSockets::Close(SocketHandle socket) {
   }
   state->receiver = nullptr;
   state->mask = 0;
+  ReleaseAhead(*state);
   auto closed = std::move(m_states[socket]);
   if (!closed->Backlog().empty()) {
     const unsigned limit = kLingerMilliseconds;

@@ -14,6 +14,9 @@ namespace tlk {
 
 namespace {
 
+// How many notifications of bytes at hand may come between two questions to the system.
+constexpr int kMostSinceWait = 16;
+
 constexpr std::uint32_t kEnding = EPOLLRDHUP | EPOLLHUP | EPOLLERR;
 
 std::uint64_t Pack(int descriptor, std::uint32_t number) {
@@ -102,9 +105,15 @@ void PosixSockets::Watch(State& state) {
 
 bool PosixSockets::WaitAndDeliver(int milliseconds) {
   bool delivered = DeliverPosted();
+  delivered = DeliverAhead() || delivered;
+  // What is at hand needs no question to the system, as long as other sockets do not wait for long.
+  if (delivered && HasAtHand() && m_sinceWait < kMostSinceWait) {
+    return true;
+  }
+  m_sinceWait = 0;
   const auto round = ++m_round;
   std::array<epoll_event, 64> events;
-  const int limit = delivered || !m_posted.empty() ? 0 : milliseconds;
+  const int limit = delivered || HasAtHand() ? 0 : milliseconds;
   const int count =
       ::epoll_wait(m_epoll.Get(), events.data(), static_cast<int>(events.size()), limit);
   for (int i = 0; i < count; ++i) {
@@ -129,6 +138,32 @@ bool PosixSockets::DeliverPosted() {
     if ((state->mask & socket_event::kWrite) != 0 && !state->awaitingRoom) {
       delivered = true;
       Deliver(*state, socket_event::kWrite, socket_error::kNone);
+    }
+  }
+  return delivered;
+}
+
+bool PosixSockets::HasAtHand() const {
+  return !m_posted.empty() || std::any_of(m_ahead.begin(), m_ahead.end(),
+                                          [](const State* state) { return state->IsReadDue(); });
+}
+
+bool PosixSockets::DeliverAhead() {
+  if (m_ahead.empty()) {
+    return false;
+  }
+  // A copy, because a handler may close sockets and receive on others.
+  std::vector<Life> lives;
+  for (const State* state : m_ahead) {
+    lives.push_back(state->CurrentLife());
+  }
+  bool delivered = false;
+  for (const Life life : lives) {
+    State* state = Find(life);
+    if (state != nullptr && state->IsReadDue()) {
+      delivered = true;
+      state->readTold = true;
+      Deliver(*state, socket_event::kRead, socket_error::kNone);
     }
   }
   return delivered;
@@ -182,7 +217,8 @@ bool PosixSockets::OnRoom(State& state) {
 }
 
 bool PosixSockets::OnReadable(State& state, std::uint32_t events) {
-  if (state.mask == 0 || state.readTold || state.closeTold) {
+  // What lies here comes first, in its own turn.
+  if (state.mask == 0 || state.readTold || state.closeTold || state.ahead != nullptr) {
     return false;
   }
   const bool ending = (events & kEnding) != 0;
@@ -192,8 +228,11 @@ bool PosixSockets::OnReadable(State& state, std::uint32_t events) {
     return true;
   }
   state.closeTold = true;
-  const int error = TakeSocketError(state.descriptor.Get());
-  Deliver(state, socket_event::kClose, error != socket_error::kNone ? error : state.error);
+  int error = TakeSocketError(state.descriptor.Get());
+  for (const int earlier : {state.receiveError, state.error}) {
+    error = error == socket_error::kNone ? earlier : error;
+  }
+  Deliver(state, socket_event::kClose, error);
   return true;
 }
 
@@ -201,6 +240,7 @@ void PosixSockets::Deliver(State& state, std::uint32_t event, int error) {
   if ((state.mask & event) == 0 || state.receiver == nullptr) {
     return;
   }
+  ++m_sinceWait;
   const auto lParam = static_cast<std::uintptr_t>(error) << 16 | event;
   state.receiver->Notify(state.message, static_cast<std::uintptr_t>(state.descriptor.Get()),
                          lParam);

@@ -44,6 +44,44 @@ TEST_F(SocketsContract, ReadIsNeverToldWhenNothingWaits) {
   EXPECT_EQ(received, sent);
 }
 
+TEST_F(SocketsContract, AReceiveGivesWhatWaitsHoweverItCame) {
+  const auto socket = ConnectQuietly();
+  peer.Send("abc");
+  Told(1);
+  EXPECT_EQ(Receive(socket, 1), "a");
+  peer.Send("def");
+  EXPECT_THAT(Told(2), ElementsAre("read", "read"));
+  EXPECT_EQ(Receive(socket, 100), "bcdef");
+  EXPECT_EQ(Receive(socket, 1), "error 10035");
+}
+
+TEST_F(SocketsContract, WhatIsLeftIsThereInEitherMode) {
+  const auto socket = ConnectQuietly();
+  peer.Send("abcde");
+  Told(1);
+  EXPECT_EQ(Receive(socket, 1), "a");
+  ASSERT_EQ(Request(socket, 0), 0);
+  EXPECT_THAT(Told(1), ElementsAre("read"));
+  ASSERT_EQ(sockets.SetBlocking(socket), 0);
+  EXPECT_EQ(Receive(socket, 2), "bc");
+  ASSERT_EQ(Request(socket, socket_event::kRead), 0);
+  EXPECT_THAT(Told(2), ElementsAre("read", "read"));
+  EXPECT_EQ(Receive(socket, 100), "de");
+}
+
+TEST_F(SocketsContract, WhatIsLeftGoesWithTheSocket) {
+  const auto first = ConnectQuietly();
+  peer.Send("abc");
+  Told(1);
+  EXPECT_EQ(Receive(first, 1), "a");
+  EXPECT_EQ(sockets.Close(first), 0);
+  // Mostly it gets the number of the first.
+  const auto second = Connect(peer);
+  ASSERT_EQ(Request(second, socket_event::kRead), 0);
+  EXPECT_THAT(Told(1), ElementsAre("read"));
+  EXPECT_EQ(Receive(second, 1), "error 10035");
+}
+
 TEST_F(SocketsContract, BytesTakenMeanwhileAreNotTold) {
   const auto first = ConnectQuietly();
   LoopbackPeer otherPeer;
