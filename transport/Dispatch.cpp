@@ -1,6 +1,7 @@
 #include "control/FiringScope.h"
 #include "control/Tlkc.h"
 #include "platform/AnsiText.h"
+#include "transport/MessageBuffer.h"
 #include "transport/MessageTypes.h"
 #include "transport/TraceLog.h"
 #include "xml/TLK_XMLParser.h"
@@ -39,6 +40,8 @@ int CTlkc::HandleMessage(std::string& type, std::string& data) {
   if (!parser.HasDocument()) {
     return -1;
   }
+  // The document has its own copy, and a large message is large enough once.
+  EmptyBuffer(m_recvText);
   if (m_clientId == -1) {
     parser.GetReceiverId(m_clientId);
   }

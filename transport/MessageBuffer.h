@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <span>
 #include <string>
@@ -11,9 +10,8 @@ namespace tlk {
 /// The text among the first `received` bytes of a buffer. Received text is kept as zero-terminated
 /// text: what follows a zero byte in the same read is lost.
 [[nodiscard]] inline std::string_view ReceivedText(std::span<const char> buffer, int received) {
-  const auto bytes = buffer.first(static_cast<std::size_t>(received));
-  const auto end = std::find(bytes.begin(), bytes.end(), '\0');
-  return {bytes.data(), static_cast<std::size_t>(end - bytes.begin())};
+  const std::string_view bytes(buffer.data(), static_cast<std::size_t>(received));
+  return bytes.substr(0, bytes.find('\0'));
 }
 
 /// Empties a buffer of a connection. It keeps room for ordinary messages, so that they cost no

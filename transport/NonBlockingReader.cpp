@@ -82,6 +82,7 @@ int CTlkc::ReadBody() {
   std::unique_ptr<char[]> large;
   if (size > kSmallBody) {
     large = std::make_unique_for_overwrite<char[]>(size);
+    m_recvText.reserve(static_cast<std::size_t>(m_expectedLength));
   }
   const std::span<char> body(large ? large.get() : small.data(), size);
   const int received = m_ports.sockets.Receive(m_socket, body, missing);

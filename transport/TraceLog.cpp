@@ -30,6 +30,9 @@ void CTlkc::LogNormal(const TraceRecord& record, std::int32_t number) {
 }
 
 void CTlkc::LogNormal(const TraceRecord& record, std::string_view text) {
+  if (m_ports.log.GetLevel() < kNormalLevel) {
+    return;  // Not worth putting together.
+  }
   std::string whole(record.text);
   whole.append(text.substr(0, kLongestText)).append("\n");
   m_ports.log.LogNormal(m_module, kNormalLevel, kTextMessage, trace::kSourceName, record.line,

@@ -173,7 +173,7 @@ void PugiDocument::WriteNode(DomNode node, std::string& utf8) {
     KeepDeclarations(element.parent(), copy);
     AppendXml(copy, utf8);
   } else {
-    AppendXml(NodeOf(node), utf8);
+    AppendXml(NodeOf(node), utf8, m_store->source.size());
   }
 }
 

@@ -12,9 +12,12 @@ constexpr std::string_view kCarriageReturn = "&#13;";
 // back as a line feed; elsewhere there are none, since line ends are normalised on the way in.
 class StringWriter : public pugi::xml_writer {
  public:
-  explicit StringWriter(std::string& utf8) : m_utf8(utf8) {}
+  StringWriter(std::string& utf8, std::size_t likelySize)
+      : m_utf8(utf8), m_likelySize(likelySize) {}
 
   void write(const void* data, std::size_t size) override {
+    // A long text gets its room at once: doubling it would copy it and need half as much again.
+    if (m_utf8.size() > kLong) m_utf8.reserve(m_likelySize);
     std::string_view text(static_cast<const char*>(data), size);
     for (std::size_t at = text.find('\r'); at != std::string_view::npos; at = text.find('\r')) {
       m_utf8.append(text.substr(0, at)).append(kCarriageReturn);
@@ -24,7 +27,10 @@ class StringWriter : public pugi::xml_writer {
   }
 
  private:
+  static constexpr std::size_t kLong = 65'536;
+
   std::string& m_utf8;
+  const std::size_t m_likelySize;
 };
 
 bool IsText(const pugi::xml_node& node) {
@@ -54,8 +60,8 @@ void AppendText(const pugi::xml_node& node, std::string& utf8) {
   start.traverse(walker);
 }
 
-void AppendXml(const pugi::xml_node& node, std::string& utf8) {
-  StringWriter writer(utf8);
+void AppendXml(const pugi::xml_node& node, std::string& utf8, std::size_t likelySize) {
+  StringWriter writer(utf8, likelySize);
   node.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
 }
 

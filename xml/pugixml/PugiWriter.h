@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <pugixml.hpp>
 #include <string>
 
@@ -10,8 +11,9 @@ namespace tlk {
 void AppendText(const pugi::xml_node& node, std::string& utf8);
 
 /// Appends a serialised node: no line breaks or blanks added, an element without content as one
-/// tag, everything escaped that would not be read back the same.
-void AppendXml(const pugi::xml_node& node, std::string& utf8);
+/// tag, everything escaped that would not be read back the same. `likelySize` is how long the whole
+/// text is likely to become if it becomes long.
+void AppendXml(const pugi::xml_node& node, std::string& utf8, std::size_t likelySize = 0);
 
 /// The same for an attribute: its name and its value in quotes.
 void AppendXml(const pugi::xml_attribute& attribute, std::string& utf8);
