@@ -51,7 +51,8 @@ bool IsInNoNamespace(const pugi::xml_node& element) { return *InScope(element, k
 bool InheritsDeclarations(const pugi::xml_node& element) {
   const pugi::xml_node scope = element.parent();
   return VisitDeclarations(scope, [&](const pugi::xml_attribute& declaration) {
-    return *InScope(scope, declaration.name()) != '\0';
+    // One that is empty takes nothing away from those within, which have been visited.
+    return *declaration.value() != '\0' && *InScope(scope, declaration.name()) != '\0';
   });
 }
 
