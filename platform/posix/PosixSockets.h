@@ -100,6 +100,7 @@ class PosixSockets final : public Sockets {
   std::vector<std::unique_ptr<State>> m_lingering;  // closed, with bytes still to go out
   std::vector<Life> m_posted;                       // sockets with a write notification to deliver
   std::vector<State*> m_ahead;                      // sockets that hold bytes read ahead
+  std::vector<Life> m_aheadNow;                     // room for the list of one round of delivery
   std::unique_ptr<ReadAhead> m_spareAhead;          // the empty buffer for the next receive
   int m_sinceWait = 0;                              // notifications since the system was asked
   std::uint32_t m_lives = 0;

@@ -152,8 +152,9 @@ bool PosixSockets::DeliverAhead() {
   if (m_ahead.empty()) {
     return false;
   }
-  // A copy, because a handler may close sockets and receive on others.
+  // A copy, because a handler may close sockets and receive on others, or even come back here.
   std::vector<Life> lives;
+  lives.swap(m_aheadNow);
   for (const State* state : m_ahead) {
     lives.push_back(state->CurrentLife());
   }
@@ -166,6 +167,8 @@ bool PosixSockets::DeliverAhead() {
       Deliver(*state, socket_event::kRead, socket_error::kNone);
     }
   }
+  lives.clear();
+  lives.swap(m_aheadNow);
   return delivered;
 }
 
