@@ -1,35 +1,12 @@
 #include "thread/ZMutex.h"
 
-#include "thread/CallingThread.h"
-
 namespace tlk {
-
-namespace {
-
-constexpr std::uint32_t kNobody = 0;
-
-}  // namespace
 
 ZMutex::ZMutex(const char* name, CreatedHeld createdHeld)
     : ZMutexBase(name),
       fOwner(createdHeld == CreatedHeld::kYes ? CallingThread() : kNobody),
-      fSemaphore(name, createdHeld == CreatedHeld::kYes ? 0 : 1),
-      fRecursion(createdHeld == CreatedHeld::kYes ? 1 : 0) {}
-
-LockResult ZMutex::Acquire(std::int64_t limit) {
-  const std::uint32_t self = CallingThread();
-  if (fOwner.load(std::memory_order_relaxed) != self) {
-    const LockResult result = fSemaphore.Wait(1, limit);
-    if (result != LockResult::kAcquired) return result;
-    fOwner.store(self, std::memory_order_relaxed);
-  }
-  ++fRecursion;
-  return LockResult::kAcquired;
-}
-
-void ZMutex::Release() noexcept {
-  if (--fRecursion == 0) Free();
-}
+      fRecursion(createdHeld == CreatedHeld::kYes ? 1 : 0),
+      fSemaphore(name, createdHeld == CreatedHeld::kYes ? 0 : 1) {}
 
 bool ZMutex::IsHeld() const { return fOwner.load(std::memory_order_relaxed) == CallingThread(); }
 
@@ -46,11 +23,6 @@ LockResult ZMutex::Reacquire(std::int32_t holds) {
   const LockResult result = ZMutex::Acquire();
   if (result == LockResult::kAcquired) fRecursion += static_cast<std::uint32_t>(holds - 1);
   return result;
-}
-
-void ZMutex::Free() {
-  fOwner.store(kNobody, std::memory_order_relaxed);
-  fSemaphore.Signal(1);
 }
 
 }  // namespace tlk

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "platform/CallingThread.h"
 #include "thread/ZMutexBase.h"
 #include "thread/ZSemaphore.h"
 
@@ -19,11 +20,22 @@ class ZMutex final : public ZMutexBase {
  public:
   explicit ZMutex(const char* name, CreatedHeld createdHeld = CreatedHeld::kNo);
 
-  [[nodiscard]] LockResult Acquire(std::int64_t limit) override;
+  [[nodiscard]] LockResult Acquire(std::int64_t limit) override {
+    const std::uint32_t self = CallingThread();
+    if (fOwner.load(std::memory_order_relaxed) != self) {
+      const LockResult result = fSemaphore.Wait(1, limit);
+      if (result != LockResult::kAcquired) return result;
+      fOwner.store(self, std::memory_order_relaxed);
+    }
+    ++fRecursion;
+    return LockResult::kAcquired;
+  }
   [[nodiscard]] LockResult Acquire() override { return ZMutex::Acquire(kForever); }
 
   /// Not checked: a thread that releases what another holds releases it.
-  void Release() noexcept override;
+  void Release() noexcept override {
+    if (--fRecursion == 0) Free();
+  }
 
   [[nodiscard]] bool IsHeld() const override;
 
@@ -38,14 +50,19 @@ class ZMutex final : public ZMutexBase {
   [[nodiscard]] std::int32_t Waiters() const { return fSemaphore.Waiters(); }
 
  private:
+  static constexpr std::uint32_t kNobody = 0;
+
   /// Lets the next one in, who may destroy the mutex at once.
-  void Free();
+  void Free() noexcept {
+    fOwner.store(kNobody, std::memory_order_relaxed);
+    fSemaphore.Signal(1);
+  }
 
   /// Only ever equal to a thread's number when that thread itself has written it, so it orders
   /// nothing: the semaphore does.
   std::atomic<std::uint32_t> fOwner;
-  ZSemaphore fSemaphore;
   std::uint32_t fRecursion;
+  ZSemaphore fSemaphore;
 };
 
 }  // namespace tlk

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "thread/CallingThread.h"
+#include "platform/CallingThread.h"
 #include "thread/ZThread.h"
 
 namespace tlk {
@@ -38,6 +38,7 @@ std::int32_t ZRWLock::Waiters() const {
 
 void ZRWLock::AcquireRead() {
   const std::uint32_t self = CallingThread();
+  if (TakeFree(kReads | self)) return;
   const Admission admission = AskToRead(self);
   if (admission == Admission::kEntered) return;
   if (admission == Admission::kFirstWaiting) {
@@ -52,11 +53,12 @@ void ZRWLock::AcquireRead() {
 
 ZRWLock::Admission ZRWLock::AskToRead(std::uint32_t self) {
   const StructureLock lock(fMutex_Structure);
+  MakeRoomForReaders();
+  MoveStateToFields();
   if (fWriter == self) {
     ++fWriterRecursion;
     return Admission::kEntered;
   }
-  MakeRoomForReader();
   if (fActiveReaders > 0 && (fWaitingWriters == 0 || IsReader(self))) {
     ++fActiveReaders;
     fReaderThreads.push_back(self);
@@ -75,26 +77,48 @@ void ZRWLock::LetReadersIn() {
 
 void ZRWLock::AcquireWrite(std::int64_t limit) {
   const std::uint32_t self = CallingThread();
+  if (TakeFree(kWrites | self)) return;
   {
     const StructureLock lock(fMutex_Structure);
+    MakeRoomForReaders();
+    MoveStateToFields();
     if (fWriter == self) {
       ++fWriterRecursion;
       return;
     }
     ++fWaitingWriters;
   }
-  // That the limit ran out is not looked at.
-  fSem_Access.WaitOrThrow(1, limit);
+  // A limit that ran out changes nothing else.
+  const bool isForced = fSem_Access.WaitOrThrow(1, limit) == LockResult::kTimedOut;
   const StructureLock lock(fMutex_Structure);
+  fWasForced = fWasForced || isForced;
   --fWaitingWriters;
   fWriter = self;
   fWriterRecursion = 1;
 }
 
-void ZRWLock::Release() {
+// Whoever finds the lock destroyed here has given it back.
+void ZRWLock::Release(std::uint64_t guess) noexcept {
   const std::uint32_t self = CallingThread();
+  std::uint64_t state = guess | self;
+  do {
+    if (fState.compare_exchange_weak(state, kFree, std::memory_order_release,
+                                     std::memory_order_relaxed)) {
+      return;
+    }
+  } while (state == (kReads | self) || state == (kWrites | self));
+  try {
+    ReleaseInFields(self);
+  } catch (const ZThread::Disposed&) {
+  }
+}
+
+void ZRWLock::ReleaseInFields(std::uint32_t self) {
   const StructureLock lock(fMutex_Structure);
-  if (fWriter == self ? EndWrite() : EndRead(self)) fSem_Access.Signal(1);
+  MoveStateToFields();
+  if (!(fWriter == self ? EndWrite() : EndRead(self))) return;
+  fSem_Access.Signal(1);
+  RestIfNobodyIsThere();
 }
 
 bool ZRWLock::EndRead(std::uint32_t self) {
@@ -111,25 +135,51 @@ bool ZRWLock::EndWrite() {
   return true;
 }
 
+// What the word says of the calling thread, nobody else changes but by moving it.
 bool ZRWLock::IsReadHeld() const {
   const std::uint32_t self = CallingThread();
+  const std::uint64_t state = fState.load(std::memory_order_relaxed);
+  if (state != kInFields) return state == (kReads | self) || state == (kWrites | self);
   const StructureLock lock(fMutex_Structure);
   return IsReader(self) || (fWriter == self && fWriterRecursion != 0);
 }
 
 bool ZRWLock::IsWriteHeld() const {
   const std::uint32_t self = CallingThread();
+  const std::uint64_t state = fState.load(std::memory_order_relaxed);
+  if (state != kInFields) return state == (kWrites | self);
   const StructureLock lock(fMutex_Structure);
   return fWriterRecursion != 0 && fWriter == self;
+}
+
+void ZRWLock::MoveStateToFields() {
+  const std::uint64_t state = fState.exchange(kInFields, std::memory_order_acquire);
+  const auto thread = static_cast<std::uint32_t>(state);
+  if (state == kFree || state == kInFields) return;
+  static_cast<void>(fSem_Access.Wait(1, 0));
+  if (state == (kReads | thread)) {
+    fActiveReaders = 1;
+    fReaderThreads.push_back(thread);
+  } else {
+    fWriter = thread;
+    fWriterRecursion = 1;
+  }
+}
+
+void ZRWLock::RestIfNobodyIsThere() {
+  const bool isIdle = fActiveReaders == 0 && fReaderThreads.empty() && fWriter == 0;
+  const bool isAwaited = fWaitingReaders > 0 || fWaitingWriters > 0;
+  if (isIdle && !isAwaited && !fWasForced) fState.store(kFree, std::memory_order_release);
 }
 
 bool ZRWLock::IsReader(std::uint32_t thread) const {
   return std::ranges::find(fReaderThreads, thread) != fReaderThreads.end();
 }
 
-// For those, too, who are counted and have yet to note themselves: there is no way back then.
-void ZRWLock::MakeRoomForReader() {
-  const auto needed = static_cast<std::size_t>(std::max(fActiveReaders, 0) + fWaitingReaders + 1);
+// For one more and the one in the word, and for those who are counted and have yet to note
+// themselves: there is no way back then.
+void ZRWLock::MakeRoomForReaders() {
+  const auto needed = static_cast<std::size_t>(std::max(fActiveReaders, 0) + fWaitingReaders + 2);
   if (needed > fReaderThreads.capacity()) fReaderThreads.reserve(2 * needed);
 }
 
@@ -140,13 +190,7 @@ LockResult ZRWLock::Read::Acquire() {
   return LockResult::kAcquired;
 }
 
-// Whoever finds the lock destroyed here has given it back.
-void ZRWLock::Read::Release() noexcept {
-  try {
-    fLock.Release();
-  } catch (const ZThread::Disposed&) {
-  }
-}
+void ZRWLock::Read::Release() noexcept { fLock.Release(kReads); }
 
 bool ZRWLock::Read::IsHeld() const { return fLock.IsReadHeld(); }
 
@@ -157,7 +201,7 @@ LockResult ZRWLock::Write::Acquire(std::int64_t limit) {
 
 LockResult ZRWLock::Write::Acquire() { return Write::Acquire(kForever); }
 
-void ZRWLock::Write::Release() noexcept { fLock.fRead.Release(); }
+void ZRWLock::Write::Release() noexcept { fLock.Release(kWrites); }
 
 bool ZRWLock::Write::IsHeld() const { return fLock.IsWriteHeld(); }
 

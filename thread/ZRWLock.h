@@ -81,20 +81,42 @@ class ZRWLock {
  private:
   enum class Admission { kEntered, kFirstWaiting, kLaterWaiting };
 
+  /// What the word says: how its thread, in the low half, has the lock, or that the fields say it.
+  static constexpr std::uint64_t kFree = 0;
+  static constexpr std::uint64_t kReads = 0x1'0000'0000;
+  static constexpr std::uint64_t kWrites = 0x2'0000'0000;
+  static constexpr std::uint64_t kInFields = 0x3'0000'0000;
+
   void AcquireRead();
   void AcquireWrite(std::int64_t limit);
-  void Release();
+  /// Gives back what the thread has, of which `kReads` or `kWrites` is a guess.
+  void Release(std::uint64_t guess) noexcept;
+  void ReleaseInFields(std::uint32_t self);
   [[nodiscard]] bool IsReadHeld() const;
   [[nodiscard]] bool IsWriteHeld() const;
+
+  [[nodiscard]] bool TakeFree(std::uint64_t taken) {
+    std::uint64_t state = kFree;
+    return fState.compare_exchange_strong(state, taken, std::memory_order_acquire,
+                                          std::memory_order_relaxed);
+  }
 
   [[nodiscard]] Admission AskToRead(std::uint32_t self);
   void LetReadersIn();
 
   // These run with the structure lock.
+  void MoveStateToFields();
+  void RestIfNobodyIsThere();
   [[nodiscard]] bool IsReader(std::uint32_t thread) const;
-  void MakeRoomForReader();
+  void MakeRoomForReaders();
   [[nodiscard]] bool EndRead(std::uint32_t self);
   [[nodiscard]] bool EndWrite();
+
+  /// Tells who has the lock while that is nobody, or one thread once: then taking and giving it is
+  /// one operation on the word. Whoever finds more to tell moves it to the fields below, with the
+  /// structure lock, and the last one to leave, when nobody waits, puts the word back in charge.
+  std::atomic<std::uint64_t> fState{kFree};
+  static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
 
   mutable LightMutex fMutex_Structure{"ZRWLock::fMutex_Structure"};
 
@@ -109,6 +131,9 @@ class ZRWLock {
   std::uint32_t fWriter = 0;
   std::int32_t fWaitingReaders = 0;
   std::int32_t fActiveReaders = 0;
+
+  /// Whether a writer has ever come in without the unit. The count of units tells nothing then.
+  bool fWasForced = false;
 
   /// A thread stands here as often as it reads.
   std::vector<std::uint32_t> fReaderThreads;

@@ -3,6 +3,8 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include "platform/CallingThread.h"
+
 namespace tlk {
 namespace {
 
@@ -15,9 +17,12 @@ thread_local int t_lastError = 0;
 }  // namespace
 
 std::uint32_t CurrentThreadNumber() {
-  if (t_number == 0) t_number = static_cast<std::uint32_t>(gettid());
+  if (t_number == 0) [[unlikely]]
+    t_number = static_cast<std::uint32_t>(gettid());
   return t_number;
 }
+
+std::uint32_t CallingThread() noexcept { return CurrentThreadNumber(); }
 
 int LastThreadError() { return t_lastError; }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "platform/CallingThread.h"
 #include "platform/windows/OwnedHandle.h"
 #include "platform/windows/WindowsOpenedThread.h"
 #include "platform/windows/WindowsThread.h"
@@ -93,7 +94,9 @@ std::unique_ptr<ThreadSlot> WindowsSynchronisation::NewThreadSlot() {
   return WindowsThreadSlot::Create();
 }
 
-std::uint32_t WindowsSynchronisation::CurrentThreadId() const { return ::GetCurrentThreadId(); }
+std::uint32_t CallingThread() noexcept { return ::GetCurrentThreadId(); }
+
+std::uint32_t WindowsSynchronisation::CurrentThreadId() const { return CallingThread(); }
 
 int WindowsSynchronisation::LastError() const { return static_cast<int>(::GetLastError()); }
 
