@@ -120,7 +120,8 @@ void Measure(const GreetingServer& server) {
            .better = Better::kLess,
            .ours = [&] { return MessageByMessage(loop, amongMany); },
            .limits = {{{"alone", [&] { return MessageByMessage(quietLoop, alone); }}, 1.1}},
-           .peers = {}});
+           .peers = {},
+           .rounds = 15});
 }
 
 }  // namespace
