@@ -12,7 +12,7 @@ constexpr std::size_t kDefaultLength = 5;
 
 bool IsDeclaration(const pugi::xml_attribute& attribute) {
   const char* const name = attribute.name();
-  if (std::strncmp(name, kDefault, kDefaultLength) != 0) return false;
+  if (*name != *kDefault || std::strncmp(name, kDefault, kDefaultLength) != 0) return false;
   return name[kDefaultLength] == '\0' || name[kDefaultLength] == ':';
 }
 
