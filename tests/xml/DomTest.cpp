@@ -1,5 +1,6 @@
 // The contract of xml/Dom.h, on every DOM.
 
+#include <random>
 #include <thread>
 
 #include "tests/xml/CodecTest.h"
@@ -302,6 +303,42 @@ TEST_F(DomTest, GoesOnWithWhatWasTakenOut) {
   EXPECT_EQ(m_document->DocumentElement(root), kDomNothing);
   EXPECT_EQ(m_document->Replace(Node("/comment()"), list), kDomOk);
   EXPECT_EQ(Xml(Root()), "<l><b/><n/></l>");
+}
+
+// A name alone may be looked up by other means than a path is.
+TEST_F(DomTest, FindsTheFirstOfAListWhateverWasDoneToIt) {
+  std::mt19937 random(7);
+  const auto name = [&] { return "n" + std::to_string(random() % 12); };
+  for (int list = 0; list < 40; ++list) {
+    std::string entries;
+    for (int i = 0; i < 15; ++i)
+      entries += "<" + name() + (random() % 4 == 0 ? " xmlns='n'/>t" : "/><!--c-->");
+    Load("<l>" + entries + "</l>");
+    for (int step = 0; step < 40; ++step) {
+      const std::string sought = name();
+      EXPECT_EQ(Selected(sought, Root()), Selected(sought + "[1]", Root()));
+      DomNode entry = nullptr;
+      DomNode fresh = nullptr;
+      const std::string place = random() % 3 == 0 ? "node()[7]" : sought;
+      if (m_document->SelectNode(Root(), place, entry) != kDomOk) continue;
+      ASSERT_EQ(m_document->CreateElement(random() % 2 == 0 ? sought : name(), fresh), kDomOk);
+      const std::string value = std::to_string(step);
+      ASSERT_EQ(m_document->SetAttribute(fresh, "k", value), kDomOk);
+      switch (random() % 8) {
+        case 0:
+          EXPECT_EQ(m_document->Remove(entry), kDomOk);
+          break;
+        case 1:
+          EXPECT_EQ(m_document->AppendChild(Root(), entry), kDomOk);
+          break;
+        case 2:
+          EXPECT_EQ(m_document->AppendChild(Root(), fresh), kDomOk);
+          break;
+        default:
+          EXPECT_EQ(m_document->Replace(entry, fresh), kDomOk);
+      }
+    }
+  }
 }
 
 TEST_F(DomTest, ReadsBackTheTextThatWasSet) {

@@ -39,6 +39,7 @@ DomResult PugiDocument::LoadXml(std::string_view text, bool& loaded) {
 
 void PugiDocument::Clear() {
   Tree().reset();
+  m_store->children.Forget();
   m_root = {};
   m_strays = 0;
 }

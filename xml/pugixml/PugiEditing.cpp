@@ -62,6 +62,7 @@ DomResult PugiDocument::Place(pugi::xml_node parent, const pugi::xml_node& child
   const bool wasRoot = child == m_root;
   const bool wasStray = IsStray(child);
   if (child.root() == Tree()) {
+    m_store->children.Leaves(child);
     placed = before ? parent.insert_move_before(child, before) : parent.append_move(child);
   } else {
     placed = before ? parent.insert_copy_before(child, before) : parent.append_copy(child);
@@ -75,6 +76,7 @@ DomResult PugiDocument::Place(pugi::xml_node parent, const pugi::xml_node& child
 
 // Takes a node from its parent. An element stays, as a stray.
 void PugiDocument::TakeOut(pugi::xml_node node) {
+  m_store->children.Leaves(node);
   pugi::xml_node parent = node.parent();
   if (node.type() != pugi::node_element) {
     parent.remove_child(node);
@@ -109,6 +111,7 @@ DomResult PugiDocument::Replace(DomNode node, DomNode replacement) {
     pugi::xml_node placed;
     const DomResult result = Place(old.parent(), fresh, old, placed);
     if (result != kDomOk) return result;
+    m_store->children.TakesPlace(placed, old);
     TakeOut(old);
     if (atTop && placed.type() == pugi::node_element) m_root = placed;
     return result;
@@ -121,6 +124,7 @@ DomResult PugiDocument::SetAttribute(DomNode element, std::string_view name,
   if (!owner) return kDomBadArgument;
   return Contained([&] {
     if (!TakeName(name)) return kDomBadArgument;
+    if (m_store->name == "xmlns") m_store->children.Forget();
     m_store->text.ToTreeValue(value, m_store->value);
     pugi::xml_attribute attribute = owner.attribute(m_store->name.c_str());
     if (!attribute) attribute = owner.append_attribute(m_store->name.c_str());

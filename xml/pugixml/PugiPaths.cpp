@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "xml/PathNames.h"
-#include "xml/pugixml/PugiNamespaces.h"
+#include "xml/pugixml/PugiChildren.h"
 
 namespace tlk {
 namespace {
@@ -25,17 +25,8 @@ bool IsWord(std::string_view path) {
          std::all_of(path.begin(), path.end(), ContinuesWord);
 }
 
-// pugixml finds nodes of any kind by name.
-bool IsElement(const pugi::xml_node& node) {
-  return node.type() == pugi::node_element && IsInNoNamespace(node);
-}
-
-pugi::xml_node Child(const PathStart& start, const char* name) {
-  const bool atTop = start.context.type() == pugi::node_document;
-  pugi::xml_node child = start.context.child(name);
-  while (child && !(IsElement(child) && (!atTop || child == start.root)))
-    child = child.next_sibling(name);
-  return child;
+bool IsNamed(const pugi::xml_node& node, const char* name) {
+  return std::strcmp(node.name(), name) == 0 && IsPlainElement(node);
 }
 
 // The node behind `node` in document order, within the tree under `root`.
@@ -48,7 +39,7 @@ pugi::xml_node Next(pugi::xml_node node, const pugi::xml_node& root) {
 
 pugi::xml_node Anywhere(const pugi::xml_node& root, const char* name) {
   for (pugi::xml_node node = root; node; node = Next(node, root))
-    if (std::strcmp(node.name(), name) == 0 && IsElement(node)) return node;
+    if (IsNamed(node, name)) return node;
   return {};
 }
 
@@ -89,6 +80,11 @@ DomResult PugiPaths::Select(const PathStart& start, const std::string& path, boo
                    : query->evaluate_node(start.context);
   }
   return found ? kDomOk : kDomNothing;
+}
+
+pugi::xml_node PugiPaths::Child(const PathStart& start, const char* name) {
+  if (start.context.type() != pugi::node_document) return m_children.Find(start.context, name);
+  return IsNamed(start.root, name) ? start.root : pugi::xml_node();
 }
 
 const pugi::xpath_query* PugiPaths::Compile(const std::string& path) {

@@ -10,6 +10,8 @@
 
 namespace tlk {
 
+class PugiChildren;
+
 /// Where a path starts: a node, and the document element of its document, which may be empty.
 struct PathStart {
   pugi::xml_node context;
@@ -19,6 +21,8 @@ struct PathStart {
 /// Selects by paths, given in UTF-8, and keeps the compiled ones. Belongs to one thread at a time.
 class PugiPaths {
  public:
+  explicit PugiPaths(PugiChildren& children) : m_children(children) {}
+
   /// The first node, in document order. Elements that stand at the top of the tree beside `root` do
   /// not belong to the document; `strays` tells whether there are any. None is selected, though
   /// functions that count see them. May throw what pugixml throws.
@@ -31,9 +35,11 @@ class PugiPaths {
     std::unique_ptr<pugi::xpath_query> query;
   };
 
+  pugi::xml_node Child(const PathStart& start, const char* name);
   const pugi::xpath_query* Compile(const std::string& path);
 
   static constexpr std::size_t kKept = 8;
+  PugiChildren& m_children;
   std::vector<Compiled> m_compiled;
   std::size_t m_oldest = 0;
   std::string m_bound;

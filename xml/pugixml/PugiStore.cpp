@@ -28,6 +28,7 @@ void PugiStorePool::Return(std::unique_ptr<PugiStore> store) {
 
 void PugiStorePool::Empty(PugiStore& store) {
   store.tree.reset();
+  store.children = {};
   for (std::string* buffer : {&store.source, &store.name, &store.value})
     if (buffer->capacity() > kKeptBytes) std::string().swap(*buffer);
   store.text.Trim(kKeptBytes);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "xml/pugixml/PugiChildren.h"
 #include "xml/pugixml/PugiPaths.h"
 #include "xml/pugixml/PugiText.h"
 
@@ -20,7 +21,8 @@ struct PugiStore {
 
   std::string source;  ///< The text that was loaded; the tree points into it, so it must stay.
   pugi::xml_document tree;
-  PugiPaths paths;
+  PugiChildren children;
+  PugiPaths paths{children};
   PugiText text;
   std::string name;   ///< Scratch space, in UTF-8: a name or path,
   std::string value;  ///< a value, or a serialised node.

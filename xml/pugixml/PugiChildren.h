@@ -1,0 +1,55 @@
+#pragma once
+
+#include <pugixml.hpp>
+#include <string_view>
+#include <unordered_map>
+
+namespace tlk {
+
+/// Finds children by their names. Of an element that is searched again and again it remembers which
+/// children it has passed, and the first one of each name among them, so that going through a long
+/// list by names does not begin at its front each time.
+///
+/// Children may be appended at any time. Of all else that changes what it would find, it is told.
+/// Belongs to one document.
+class PugiChildren {
+ public:
+  /// The first child of `parent` that has the name and is an element in no namespace. May throw for
+  /// want of memory.
+  [[nodiscard]] pugi::xml_node Find(const pugi::xml_node& parent, const char* name);
+
+  /// A child is about to leave its parent.
+  void Leaves(const pugi::xml_node& child);
+
+  /// A node has been put in front of a child, which is about to leave its parent.
+  void TakesPlace(const pugi::xml_node& node, const pugi::xml_node& child);
+
+  /// Anything may have changed.
+  void Forget();
+
+ private:
+  struct First {
+    pugi::xml_node child;
+    bool isRepeated = false;  ///< Another one of the name has been passed behind it.
+  };
+
+  [[nodiscard]] First* Known(const pugi::xml_node& child);
+  [[nodiscard]] pugi::xml_node PassUntil(std::string_view name);
+
+  /// So many searches go by without remembering anything: messages are read with fewer.
+  static constexpr int kPlainSearches = 8;
+
+  pugi::xml_node m_parent;
+  int m_searches = 0;
+
+  /// The last child passed; none at first.
+  pugi::xml_node m_last;
+
+  /// Among those passed. The names lie in the tree, where elements and their names stay.
+  std::unordered_map<std::string_view, First> m_firsts;
+};
+
+/// Whether a node is an element in no namespace.
+[[nodiscard]] bool IsPlainElement(const pugi::xml_node& node);
+
+}  // namespace tlk
