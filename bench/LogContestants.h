@@ -46,6 +46,8 @@ class OwnLog {
   void Record() { m_log.LogNormal(m_module, 0, 101, kSource, kSourceLine, kRecordText); }
   void Drain() { m_log.Flush(); }
 
+  [[nodiscard]] QNLogger& Get() { return m_log; }
+
  private:
   const ModuleHandle m_module;
   QNLogger m_log;

@@ -17,4 +17,21 @@ void AppendByHand(const std::string& path, const std::string& line, int lines) {
   }
 }
 
+HeldLog::HeldLog(const std::string& folder) : m_log(folder) {
+  const auto wait = [](void* gate, const char*, const char*) {
+    static_cast<std::binary_semaphore*>(gate)->acquire();
+  };
+  m_log.Get().SetThreadStartHook(wait, &m_gate);
+}
+
+void HeldLog::Fill(int records) {
+  m_log.Get().Rest();
+  for (int i = 0; i < records; ++i) m_log.Record();
+}
+
+void HeldLog::Drain() {
+  m_gate.release();
+  m_log.Drain();
+}
+
 }  // namespace tlk::bench

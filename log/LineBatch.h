@@ -2,8 +2,8 @@
 
 #include <cstddef>
 #include <initializer_list>
-#include <string>
 #include <string_view>
+#include <vector>
 
 namespace tlk {
 
@@ -11,7 +11,7 @@ namespace tlk {
 /// thread at a time.
 class LineBatch {
  public:
-  [[nodiscard]] bool IsEmpty() const { return m_start == m_bytes.size(); }
+  [[nodiscard]] bool IsEmpty() const { return m_start == m_end; }
 
   /// Adds a line put together from its pieces; returns its length.
   std::size_t PushBack(std::initializer_list<std::string_view> pieces);
@@ -26,8 +26,11 @@ class LineBatch {
   void PopFront();
 
  private:
-  std::string m_bytes;  // Each line follows its length.
+  [[nodiscard]] char* MakeRoom(std::size_t size);
+
+  std::vector<char> m_room;  // Each line follows its length.
   std::size_t m_start = 0;
+  std::size_t m_end = 0;
 };
 
 }  // namespace tlk

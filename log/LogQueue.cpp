@@ -9,9 +9,13 @@ std::shared_ptr<LogQueue> LogQueue::OfProcess() {
   return queue;
 }
 
-std::size_t LogQueue::PushBack(std::initializer_list<std::string_view> pieces) {
+// The count is changed under the guard alone, so that it takes no more than a load and a store.
+void LogQueue::PushBack(std::initializer_list<std::string_view> pieces,
+                        std::atomic<std::uint32_t>& bytes) {
   const std::lock_guard lock(m_guard);
-  return m_lines.PushBack(pieces);
+  const std::size_t length = m_lines.PushBack(pieces);
+  bytes.store(bytes.load(std::memory_order_relaxed) + static_cast<std::uint32_t>(length),
+              std::memory_order_relaxed);
 }
 
 void LogQueue::TakeAll(LineBatch& lines) {

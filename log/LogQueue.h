@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cstddef>
+#include <atomic>
+#include <cstdint>
 #include <initializer_list>
 #include <memory>
 #include <mutex>
@@ -19,8 +20,9 @@ class LogQueue {
   /// The queue of the process. Who may outlive the static objects, as a writer may, keeps a share.
   [[nodiscard]] static std::shared_ptr<LogQueue> OfProcess();
 
-  /// Adds a line put together from its pieces; returns its length.
-  std::size_t PushBack(std::initializer_list<std::string_view> pieces);
+  /// Adds a line put together from its pieces, and its length to a count that nobody else changes
+  /// but through the queue.
+  void PushBack(std::initializer_list<std::string_view> pieces, std::atomic<std::uint32_t>& bytes);
 
   /// Moves all lines to an empty batch, whose memory the queue uses from here on.
   void TakeAll(LineBatch& lines);

@@ -26,15 +26,13 @@ class LogSettings {
     return m_directory;
   }
 
-  /// The same into a text whose room is reused.
-  void CopyDirectory(std::string& directory) const {
-    const std::lock_guard lock(m_guard);
-    directory = m_directory;
-  }
+  /// Changes with each `SetDirectory`, so that who looks often need not compare texts.
+  [[nodiscard]] std::uint32_t DirectoryVersion() const { return m_directoryVersion; }
 
   void SetDirectory(const std::string& directory) {
     const std::lock_guard lock(m_guard);
     m_directory = directory;
+    ++m_directoryVersion;
   }
 
   void SetStartHook(ThreadHook hook) {
@@ -60,6 +58,7 @@ class LogSettings {
  private:
   mutable std::mutex m_guard;
   std::string m_directory;
+  std::atomic<std::uint32_t> m_directoryVersion{1};
   ThreadHook m_startHook;
   ThreadHook m_endHook;
 };

@@ -17,8 +17,6 @@ constexpr std::string_view kOverflowLine =
 constexpr std::string_view kClearedLine =
     "---------------------------- logger queue cleared ----------------------------";
 
-std::int32_t Length(std::string_view line) { return static_cast<std::int32_t>(line.size()); }
-
 void Call(const ThreadHook& hook) {
   if (hook.function != nullptr) hook.function(hook.context, "System", "WriteLog");
 }
@@ -61,19 +59,26 @@ bool LogWriter::MakeParts() {
 void LogWriter::Queue(std::initializer_list<std::string_view> pieces) {
   if (!m_isUsable) return;
   EnsureStarted();
-  (void)m_room->Wait(kNoLimit);
+  if (m_isThrottled) (void)m_room->Wait(kNoLimit);
   {
     std::uint32_t status = 0;
     const QNManageMutex guard(m_lock.get(), status, nullptr, m_platform);
-    m_queuedBytes += static_cast<std::int32_t>(m_queue->PushBack(pieces));
+    m_queue->PushBack(pieces, m_queuedBytes);
   }
   if (!m_hasFailed) EnsureStarted();  // Once more: the writer may have ended on request meanwhile.
-  m_work->Set();  // Outside the lock: the writer, if it sleeps, wakes to take it.
+  AskForPass();  // Outside the lock: the writer, if it sleeps, wakes to take it.
+}
+
+// Once for all who come before the writer wakes. It takes the mark back before it looks at the
+// queue: whoever still finds the mark has queued his line before that.
+void LogWriter::AskForPass() {
+  if (m_isAsked) return;
+  m_isAsked = true;
+  m_work->Set();
 }
 
 // Guarded, so that there is one writer: a second would never hear the one stop.
-void LogWriter::EnsureStarted() {
-  if (m_isStarted) return;
+void LogWriter::Start() {
   const std::lock_guard guard(m_startGuard);
   if (m_isStarted) return;
   auto thread = m_platform.synchronisation.NewThread([self = shared_from_this()] { self->Run(); });
@@ -123,6 +128,7 @@ void LogWriter::Run() {
     const WaitResult result = m_platform.synchronisation.WaitEither(*m_work, *m_stop, kNoLimit);
     if (result == WaitResult::kSecondSignalled) break;
     if (result != WaitResult::kSignalled) return EndByFailure();
+    m_isAsked = false;
     Drain();
   }
   EndOnRequest();
@@ -158,8 +164,9 @@ LogWriter::PassEnd LogWriter::RunPass() {
   PassEnd end = PassEnd::kDrained;
   while (HasLine(end)) {
     MarkThrottle(isOverflowMarked);
-    m_queuedBytes -= Length(m_taken.Front());
-    const bool isOpened = WriteLine(m_taken.Front());
+    const std::string_view line = m_taken.Front();
+    m_takenBytes += static_cast<std::uint32_t>(line.size());
+    const bool isOpened = WriteLine(line);
     m_taken.PopFront();
     if (!isOpened) return PassEnd::kNotOpened;
   }
@@ -181,7 +188,7 @@ bool LogWriter::HasLine(PassEnd& end) {
 }
 
 void LogWriter::MarkThrottle(bool& isOverflowMarked) {
-  if (m_queuedBytes > settings.maxQueueSize && !isOverflowMarked) {
+  if (WaitingBytes() > settings.maxQueueSize && !isOverflowMarked) {
     m_room->Reset();
     m_isThrottled = true;
     isOverflowMarked = true;
@@ -199,16 +206,28 @@ void LogWriter::SettleThrottle(PassEnd end) {
   if (m_isThrottled && (end != PassEnd::kNotOpened || IsBelowHalf())) OpenThrottle();
 }
 
-bool LogWriter::IsBelowHalf() const { return m_queuedBytes < settings.maxQueueSize / 2; }
+std::int32_t LogWriter::WaitingBytes() const {
+  return static_cast<std::int32_t>(m_queuedBytes - m_takenBytes);
+}
+
+bool LogWriter::IsBelowHalf() const { return WaitingBytes() < settings.maxQueueSize / 2; }
 
 void LogWriter::OpenThrottle() {
   m_isThrottled = false;
   m_room->Set();
 }
 
-bool LogWriter::WriteLine(std::string_view line) {
-  settings.CopyDirectory(m_place.directory);
+// The version is read first: a directory that is set in between is then looked at again.
+void LogWriter::FindPath() {
+  const std::uint32_t version = settings.DirectoryVersion();
+  if (version == m_pathVersion) return;
+  m_pathVersion = version;
+  m_place.directory = settings.Directory();
   PathInPlace(m_place, m_place.fileName, m_path);
+}
+
+bool LogWriter::WriteLine(std::string_view line) {
+  FindPath();
   const std::int64_t size = m_platform.files.AppendLine(m_path, line);
   if (size == append_result::kNotOpened) {
     std::printf("Unable to open %s\n", m_path.c_str());

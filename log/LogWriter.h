@@ -51,7 +51,11 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   enum class PassEnd { kDrained, kNotOpened, kNotLocked };
 
   [[nodiscard]] bool MakeParts();
-  void EnsureStarted();
+  void EnsureStarted() {
+    if (!m_isStarted) Start();
+  }
+  void Start();
+  void AskForPass();
   void Run();
   void EndByFailure();
   void EndOnRequest();
@@ -60,8 +64,10 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   [[nodiscard]] bool HasLine(PassEnd& end);
   void MarkThrottle(bool& isOverflowMarked);
   void SettleThrottle(PassEnd end);
+  [[nodiscard]] std::int32_t WaitingBytes() const;
   [[nodiscard]] bool IsBelowHalf() const;
   void OpenThrottle();
+  void FindPath();
   [[nodiscard]] bool WriteLine(std::string_view line);
   void KeepSize(std::int64_t size);
   void Echo(std::string_view line);
@@ -76,9 +82,9 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   std::unique_ptr<SystemEvent> m_room;     // Manual-reset: producers may queue.
   const bool m_isUsable;
 
-  // Bytes that producers have queued and the writer has not taken, less the marker lines it has
-  // taken, which nobody counted in: it only steers the throttle.
-  std::atomic<std::int32_t> m_queuedBytes{0};
+  // The work event has been set, or is just being, since the writer was last woken by it.
+  std::atomic<bool> m_isAsked{false};
+  std::atomic<bool> m_isThrottled{false};  // Only the writer thread changes it.
 
   std::mutex m_startGuard;
   std::unique_ptr<SystemThread> m_thread;  // The one started last.
@@ -86,11 +92,20 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   std::atomic<bool> m_hasFailed{false};
   std::atomic<int> m_flushes{0};
 
-  // Of the writer thread alone.
-  bool m_isThrottled = false;
+  // Producers and the writer change what follows at the same time, each their own: they would wait
+  // for each other if it lay side by side.
+  static constexpr std::size_t kApart = 64;
+
+  // All that were ever queued; it wraps around.
+  alignas(kApart) std::atomic<std::uint32_t> m_queuedBytes{0};
+
+  // Of the writer thread alone. The bytes taken count in marker lines, which nobody counted when
+  // they were queued: the difference only steers the throttle.
+  alignas(kApart) std::uint32_t m_takenBytes = 0;
   bool m_isFullAnnounced = false;
   LogPlace m_place;
   std::string m_path;
+  std::uint32_t m_pathVersion = 0;
   std::string m_shown;
   LineBatch m_taken;  // Empty between two passes.
 };

@@ -119,18 +119,18 @@ void QNLogger::LogError(std::int32_t level, std::uint32_t message, const char* s
 
 void QNLogger::WriteRecord(const RecordHead& head, std::va_list values) {
   const MessageText message(m_platform.strings, head.module, head.message, values);
-  const RecordStamp stamp = StampOfNow();
-  m_writer->Queue({stamp.View(), head.mark, message.View(), " (", SourceName(head.source), " - ",
-                   std::to_string(head.line), ")"});
+  const RecordStamp stamp = StampOfNow(head.mark);
+  const SourceLine line(head.line);
+  m_writer->Queue({stamp.View(), message.View(), " (", SourceName(head.source), line.View()});
 }
 
 void QNLogger::Write(std::string_view record) {
-  const RecordStamp stamp = StampOfNow();
+  const RecordStamp stamp = StampOfNow("");
   m_writer->Queue({stamp.View(), record});
 }
 
-RecordStamp QNLogger::StampOfNow() const {
-  return {m_platform.surroundings.Now(), m_platform.synchronisation.CurrentThreadId()};
+RecordStamp QNLogger::StampOfNow(std::string_view mark) const {
+  return {m_platform.surroundings.Now(), m_platform.synchronisation.CurrentThreadId(), mark};
 }
 
 std::uint32_t QNLogger::Flush() { return m_writer->Flush(kNoLimit); }

@@ -95,7 +95,7 @@ class QNLogger final : public iLogger {
 
  private:
   void WriteRecord(const RecordHead& head, std::va_list values);
-  [[nodiscard]] RecordStamp StampOfNow() const;
+  [[nodiscard]] RecordStamp StampOfNow(std::string_view mark) const;
 
   const Platform m_platform;
   std::atomic<std::int32_t> m_threshold;

@@ -1,6 +1,7 @@
 #include "log/RecordFormat.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 
@@ -9,40 +10,71 @@ namespace tlk {
 namespace {
 
 constexpr std::size_t kFormatBuffer = 8192;
-constexpr std::ptrdiff_t kMaxTime = 50;
-constexpr const char* kUnknownMessage = "Unknown message";
-constexpr const char* kPlainText = "%s";
+constexpr int kMaxTime = 50;
+constexpr std::size_t kNumberRoom = 12;
+constexpr std::string_view kUnknownMessage = "Unknown message";
+constexpr std::string_view kPlainText = "%s";
 
-const char* LoadFormat(const StringTable& strings, ModuleHandle module, std::uint32_t message,
-                       std::array<char, kFormatBuffer>& buffer) {
+// A text that a zero byte ends.
+std::string_view LoadFormat(const StringTable& strings, ModuleHandle module, std::uint32_t message,
+                            std::array<char, kFormatBuffer>& buffer) {
   if (module == nullptr && message == kPlainTextMessage) return kPlainText;
-  return strings.Load(module, message, buffer) > 0 ? buffer.data() : kUnknownMessage;
+  const int length = strings.Load(module, message, buffer);
+  if (length <= 0) return kUnknownMessage;
+  return {buffer.data(), static_cast<std::size_t>(length)};
 }
 
-// A number with at least so many digits, as "%0.2d" and its like give it; returns its end.
-char* PutNumber(char* text, int value, std::size_t digits) {
-  auto left = value < 0 ? 0U - static_cast<unsigned>(value) : static_cast<unsigned>(value);
-  if (value < 0) *text++ = '-';
-  std::array<char, 16> reversed;
-  std::size_t count = 0;
-  for (; left > 0 || count < digits; left /= 10)
-    reversed[count++] = static_cast<char>('0' + left % 10);
-  while (count > 0) *text++ = reversed[--count];
-  return text;
+// Asked for each record, of bytes that have just been written: byte for byte they are at hand.
+bool IsPlainText(std::string_view format) {
+  return format.size() == 2 && format[0] == '%' && format[1] == 's';
 }
 
+constexpr auto kPairs = [] {
+  std::array<char, 200> pairs{};
+  for (std::size_t i = 0; i < pairs.size(); ++i)
+    pairs[i] = static_cast<char>('0' + (i % 2 == 0 ? i / 20 : i / 2 % 10));
+  return pairs;
+}();
+
+// Text whose length is known to the compiler is put down without a call.
+template <std::size_t kSize>
+char* Put(char* to, const char (&text)[kSize]) {
+  std::memcpy(to, text, kSize - 1);
+  return to + kSize - 1;
+}
+
+void PutPair(char* to, int number) {
+  std::memcpy(to, &kPairs[2 * static_cast<std::size_t>(number)], 2);
+}
+
+bool IsUsual(const LocalTime& now) {
+  const auto isPair = [](int number) { return static_cast<unsigned>(number) < 100; };
+  return now.year >= 1000 && now.year <= 9999 && now.millisecond >= 0 && now.millisecond <= 999 &&
+         isPair(now.month) && isPair(now.day) && isPair(now.hour) && isPair(now.minute) &&
+         isPair(now.second);
+}
+
+char* PutUnusualTime(char* text, const LocalTime& now) {
+  const int length =
+      std::snprintf(text, kMaxTime + 1, "%.2d/%.2d/%.2d %.2d:%.2d:%.2d.%.3d", now.month, now.day,
+                    now.year, now.hour, now.minute, now.second, now.millisecond);
+  return text + std::min(length, kMaxTime);
+}
+
+// Returns the end of the text.
 char* PutTime(char* text, const LocalTime& now) {
-  const struct {
-    int value;
-    char end;
-  } parts[] = {{now.month, '/'}, {now.day, '/'},    {now.year, ' '},
-               {now.hour, ':'},  {now.minute, ':'}, {now.second, '.'}};
-  char* end = text;
-  for (const auto& part : parts) {
-    end = PutNumber(end, part.value, 2);
-    *end++ = part.end;
-  }
-  return std::min(PutNumber(end, now.millisecond, 3), text + kMaxTime);
+  if (!IsUsual(now)) return PutUnusualTime(text, now);
+  char* const end = Put(text, "MM/DD/YYYY hh:mm:ss.000");
+  PutPair(text, now.month);
+  PutPair(text + 3, now.day);
+  PutPair(text + 6, now.year / 100);
+  PutPair(text + 8, now.year % 100);
+  PutPair(text + 11, now.hour);
+  PutPair(text + 14, now.minute);
+  PutPair(text + 17, now.second);
+  text[20] = static_cast<char>('0' + now.millisecond / 100);
+  PutPair(text + 21, now.millisecond % 100);
+  return end;
 }
 
 }  // namespace
@@ -50,11 +82,11 @@ char* PutTime(char* text, const LocalTime& now) {
 MessageText::MessageText(const StringTable& strings, ModuleHandle module, std::uint32_t message,
                          std::va_list values) {
   std::array<char, kFormatBuffer> buffer;
-  const char* const format = LoadFormat(strings, module, message, buffer);
-  if (std::strcmp(format, kPlainText) == 0) {
+  const std::string_view format = LoadFormat(strings, module, message, buffer);
+  if (IsPlainText(format)) {
     Refer(va_arg(values, const char*));
   } else {
-    Format(format, values);
+    Format(format.data(), values);
   }
 }
 
@@ -72,16 +104,22 @@ void MessageText::Format(const char* format, std::va_list values) {
   m_view = m_text.data();
 }
 
-std::string_view SourceName(std::string_view source) {
-  return source.substr(source.rfind('\\') + 1);
+std::string_view SourceName(const char* source) {
+  const char* const backslash = std::strrchr(source, '\\');
+  return backslash == nullptr ? source : backslash + 1;
 }
 
-RecordStamp::RecordStamp(const LocalTime& now, std::uint32_t thread) {
-  char* end = PutTime(m_text.data(), now);
-  for (const char character : std::string_view("  (")) *end++ = character;
-  end = PutNumber(end, static_cast<std::int32_t>(thread), 1);
+SourceLine::SourceLine(std::int32_t line) {
+  char* end = Put(m_text.data(), " - ");
+  end = std::to_chars(end, end + kNumberRoom, line).ptr;
   *end++ = ')';
-  *end++ = ' ';
+  m_length = static_cast<std::size_t>(end - m_text.data());
+}
+
+RecordStamp::RecordStamp(const LocalTime& now, std::uint32_t thread, std::string_view mark) {
+  char* end = Put(PutTime(m_text.data(), now), "  (");
+  end = std::to_chars(end, end + kNumberRoom, static_cast<std::int32_t>(thread)).ptr;
+  end = std::ranges::copy(mark, Put(end, ") ")).out;
   m_length = static_cast<std::size_t>(end - m_text.data());
 }
 

@@ -54,12 +54,25 @@ class MessageText {
 };
 
 /// The part of a source name behind its last backslash.
-[[nodiscard]] std::string_view SourceName(std::string_view source);
+[[nodiscard]] std::string_view SourceName(const char* source);
 
-/// What stands in front of a record in the stored line: time and thread.
+/// What follows a source name in the stored line: " - 68)".
+class SourceLine {
+ public:
+  explicit SourceLine(std::int32_t line);
+
+  [[nodiscard]] std::string_view View() const { return {m_text.data(), m_length}; }
+
+ private:
+  std::array<char, 16> m_text;
+  std::size_t m_length;
+};
+
+/// What stands in front of a message in the stored line: time, thread and the severity mark, of
+/// which a finished record has its own.
 class RecordStamp {
  public:
-  RecordStamp(const LocalTime& now, std::uint32_t thread);
+  RecordStamp(const LocalTime& now, std::uint32_t thread, std::string_view mark);
 
   [[nodiscard]] std::string_view View() const { return {m_text.data(), m_length}; }
 
