@@ -23,19 +23,39 @@ std::string TemporaryFolderName() {
   return folder;
 }
 
-/// Minute and offset in one word; the offset takes the low bits, moved so that it is never
-/// negative.
-constexpr unsigned kOffsetBits = 20;
-constexpr std::int64_t kOffsetMiddle = std::int64_t{1} << (kOffsetBits - 1);
-
-std::uint64_t Packed(std::int64_t minute, seconds offset) {
-  return static_cast<std::uint64_t>(minute) << kOffsetBits |
-         static_cast<std::uint64_t>(offset.count() + kOffsetMiddle);
+/// A minute and the local time at its beginning, in one word: the number of the minute in the high
+/// half, which is room for every moment that the clock can tell.
+std::uint64_t Packed(std::int64_t minute, const LocalTime& local) {
+  auto packed = static_cast<std::uint64_t>(minute);
+  packed = packed << 12 | static_cast<std::uint64_t>(local.year);
+  packed = packed << 4 | static_cast<std::uint64_t>(local.month);
+  packed = packed << 5 | static_cast<std::uint64_t>(local.day);
+  packed = packed << 5 | static_cast<std::uint64_t>(local.hour);
+  return packed << 6 | static_cast<std::uint64_t>(local.minute);
 }
 
-seconds UnpackedOffset(std::uint64_t packed) {
-  constexpr std::uint64_t kMask = (std::uint64_t{1} << kOffsetBits) - 1;
-  return seconds(static_cast<std::int64_t>(packed & kMask) - kOffsetMiddle);
+std::chrono::sys_seconds StartOf(std::uint64_t packed) {
+  const std::chrono::minutes number(static_cast<std::int32_t>(packed >> 32));
+  return std::chrono::sys_seconds(number);
+}
+
+LocalTime Unpacked(std::uint64_t packed) {
+  return {.year = static_cast<int>(packed >> 20 & 0xFFF),
+          .month = static_cast<int>(packed >> 16 & 0xF),
+          .day = static_cast<int>(packed >> 11 & 0x1F),
+          .hour = static_cast<int>(packed >> 6 & 0x1F),
+          .minute = static_cast<int>(packed & 0x3F)};
+}
+
+LocalTime AskSystem(std::time_t time) {
+  std::tm local{};
+  localtime_r(&time, &local);
+  return {.year = local.tm_year + 1900,
+          .month = local.tm_mon + 1,
+          .day = local.tm_mday,
+          .hour = local.tm_hour,
+          .minute = local.tm_min,
+          .second = local.tm_sec};
 }
 
 constexpr std::int64_t kUnitsPerSecond = 10'000'000;
@@ -62,33 +82,37 @@ void PosixSurroundings::DebugOutput(const char* text) {
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
 }
 
-LocalTime PosixSurroundings::Now() const { return At(std::chrono::system_clock::now()); }
-
-LocalTime PosixSurroundings::At(std::chrono::system_clock::time_point moment) const {
-  const auto local =
-      floor<std::chrono::milliseconds>(moment) + OffsetAt(floor<std::chrono::minutes>(moment));
-  const auto day = floor<std::chrono::days>(local);
-  const std::chrono::year_month_day date(day);
-  const std::chrono::hh_mm_ss time(local - day);
-  return {.year = static_cast<int>(date.year()),
-          .month = static_cast<int>(static_cast<unsigned>(date.month())),
-          .day = static_cast<int>(static_cast<unsigned>(date.day())),
-          .hour = static_cast<int>(time.hours().count()),
-          .minute = static_cast<int>(time.minutes().count()),
-          .second = static_cast<int>(time.seconds().count()),
-          .millisecond = static_cast<int>(time.subseconds().count())};
+LocalTime PosixSurroundings::Now() const {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  LocalTime local = AtSecond(std::chrono::sys_seconds(seconds(now.tv_sec)));
+  local.millisecond = static_cast<int>(now.tv_nsec / 1'000'000);
+  return local;
 }
 
-seconds PosixSurroundings::OffsetAt(std::chrono::sys_time<std::chrono::minutes> minute) const {
-  const std::int64_t number = minute.time_since_epoch().count();
-  const std::uint64_t cached = m_offsetOfMinute.load(std::memory_order_relaxed);
-  const seconds cachedOffset = UnpackedOffset(cached);
-  if (cached == Packed(number, cachedOffset)) return cachedOffset;
-  const std::time_t time = duration_cast<seconds>(minute.time_since_epoch()).count();
-  std::tm broken{};
-  const seconds offset(localtime_r(&time, &broken) != nullptr ? broken.tm_gmtoff : 0);
-  m_offsetOfMinute.store(Packed(number, offset), std::memory_order_relaxed);
-  return offset;
+LocalTime PosixSurroundings::At(std::chrono::system_clock::time_point moment) const {
+  const auto second = floor<seconds>(moment);
+  LocalTime local = AtSecond(second);
+  local.millisecond =
+      static_cast<int>(duration_cast<std::chrono::milliseconds>(moment - second).count());
+  return local;
+}
+
+LocalTime PosixSurroundings::AtSecond(std::chrono::sys_seconds second) const {
+  const std::uint64_t known = m_knownMinute.load(std::memory_order_relaxed);
+  const auto sinceKnown = second - StartOf(known);
+  if (sinceKnown >= seconds(0) && sinceKnown < std::chrono::minutes(1)) {
+    LocalTime local = Unpacked(known);
+    local.second = static_cast<int>(sinceKnown.count());
+    return local;
+  }
+  const LocalTime local = AskSystem(second.time_since_epoch().count());
+  const auto minute = floor<std::chrono::minutes>(second);
+  // Nearly every zone keeps whole minutes; where one does not, the system is asked each time.
+  if (second - minute == seconds(local.second))
+    m_knownMinute.store(Packed(minute.time_since_epoch().count(), local),
+                        std::memory_order_relaxed);
+  return local;
 }
 
 std::uint64_t PosixSurroundings::TickCount() const {

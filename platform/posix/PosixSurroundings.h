@@ -22,16 +22,16 @@ class PosixSurroundings final : public Surroundings {
   void Sleep(std::uint32_t milliseconds) override;
   [[nodiscard]] bool ReadProcessTimes(ProcessTimes& times) const override;
 
-  /// The local time at a moment. The zone's offset is asked for once a minute; a process that
+  /// The local time at a moment. The system is asked once a minute; a process that
   /// changes its time zone (and calls `tzset`) sees that in the next one.
   [[nodiscard]] LocalTime At(std::chrono::system_clock::time_point moment) const;
 
  private:
-  [[nodiscard]] std::chrono::seconds OffsetAt(
-      std::chrono::sys_time<std::chrono::minutes> minute) const;
+  [[nodiscard]] LocalTime AtSecond(std::chrono::sys_seconds second) const;
 
-  /// The offset of the zone and the minute it was asked for, in one word so that no lock is needed.
-  mutable std::atomic<std::uint64_t> m_offsetOfMinute{~std::uint64_t{0}};
+  /// The minute that was asked for last and its local time, in one word so that no lock is needed;
+  /// at first one that the clock never tells.
+  mutable std::atomic<std::uint64_t> m_knownMinute{std::uint64_t{1} << 63};
 };
 
 }  // namespace tlk
