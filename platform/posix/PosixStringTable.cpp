@@ -1,7 +1,9 @@
 #include "platform/posix/PosixStringTable.h"
 
 #include <algorithm>
+#include <functional>
 #include <mutex>
+#include <tuple>
 #include <utility>
 
 namespace tlk {
@@ -19,48 +21,46 @@ std::string Folded(const char* name) {
 
 ModuleHandle PosixStringTable::Register(const char* moduleName, std::uint32_t number,
                                         std::string text) {
-  const std::unique_lock lock(m_mutex);
-  if (moduleName == nullptr) {
-    m_mainProgram.texts[number] = std::move(text);
-    return nullptr;
+  const std::lock_guard lock(m_mutex);
+  ModuleHandle module = nullptr;
+  if (moduleName != nullptr) {
+    std::string name = Folded(moduleName);
+    module = Find(name);
+    if (module == nullptr) module = &m_modules.emplace_back(std::move(name));
   }
-  std::string name = Folded(moduleName);
-  Module* module = Find(name);
-  if (module == nullptr) {
-    module = m_modules.emplace_back(std::make_unique<Module>(Module{std::move(name), {}})).get();
-  }
-  module->texts[number] = std::move(text);
+  Chain& chain = m_newest[ChainOf(module, number)];
+  const Text* const older = chain.load(std::memory_order_relaxed);
+  chain.store(&m_texts.emplace_back(Text{module, number, std::move(text), older}),
+              std::memory_order_release);
   return module;
 }
 
 ModuleHandle PosixStringTable::FindModule(const char* name) const {
   if (name == nullptr) return nullptr;
-  const std::shared_lock lock(m_mutex);
+  const std::lock_guard lock(m_mutex);
   return Find(Folded(name));
 }
 
 int PosixStringTable::Load(ModuleHandle module, std::uint32_t number,
                            std::span<char> buffer) const {
   if (buffer.empty()) return 0;
-  const std::shared_lock lock(m_mutex);
-  const Module* owner = FromHandle(module);
-  if (owner == nullptr) return 0;
-  const auto found = owner->texts.find(number);
-  if (found == owner->texts.end()) return 0;
-  const size_t length = found->second.copy(buffer.data(), buffer.size() - 1);
+  const Text* found = m_newest[ChainOf(module, number)].load(std::memory_order_acquire);
+  while (found != nullptr && (found->module != module || found->number != number))
+    found = found->older;
+  if (found == nullptr) return 0;
+  const size_t length = found->text.copy(buffer.data(), buffer.size() - 1);
   buffer[length] = '\0';
   return static_cast<int>(length);
 }
 
-PosixStringTable::Module* PosixStringTable::Find(const std::string& foldedName) const {
-  const auto found = std::ranges::find(m_modules, foldedName, &Module::foldedName);
-  return found == m_modules.end() ? nullptr : found->get();
+std::size_t PosixStringTable::ChainOf(ModuleHandle module, std::uint32_t number) {
+  return (std::hash<ModuleHandle>()(module) / sizeof(std::string) + number) %
+         std::tuple_size_v<decltype(m_newest)>;
 }
 
-const PosixStringTable::Module* PosixStringTable::FromHandle(ModuleHandle handle) const {
-  if (handle == nullptr) return &m_mainProgram;
-  const auto found = std::ranges::find(m_modules, handle, &std::unique_ptr<Module>::get);
-  return found == m_modules.end() ? nullptr : found->get();
+const std::string* PosixStringTable::Find(const std::string& foldedName) const {
+  const auto found = std::ranges::find(m_modules, foldedName);
+  return found == m_modules.end() ? nullptr : &*found;
 }
 
 }  // namespace tlk

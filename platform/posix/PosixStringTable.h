@@ -1,10 +1,11 @@
 #pragma once
 
-#include <map>
-#include <memory>
-#include <shared_mutex>
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <deque>
+#include <mutex>
 #include <string>
-#include <vector>
 
 #include "platform/StringTable.h"
 
@@ -14,7 +15,8 @@ namespace tlk {
 /// for the main program.
 class PosixStringTable final : public StringTable {
  public:
-  /// Gives a text to a number of a module, or another text to a number that has one. The first text
+  /// Gives a text to a number of a module, or another text to a number that has one (the former is
+  /// not forgotten, so this is no place for what changes all the time). The first text
   /// brings the module into being. Letter case of the name does not matter; a null name stands for
   /// the main program. Returns the module's handle, which stays good as long as the table.
   ModuleHandle Register(const char* moduleName, std::uint32_t number, std::string text);
@@ -24,17 +26,22 @@ class PosixStringTable final : public StringTable {
                          std::span<char> buffer) const override;
 
  private:
-  struct Module {
-    std::string foldedName;
-    std::map<std::uint32_t, std::string> texts;
+  /// A text as it was registered. It stays for good, because others may be reading it.
+  struct Text {
+    ModuleHandle module;
+    std::uint32_t number;
+    std::string text;
+    const Text* older;  ///< The next in the same chain.
   };
+  using Chain = std::atomic<const Text*>;
 
-  [[nodiscard]] Module* Find(const std::string& foldedName) const;
-  [[nodiscard]] const Module* FromHandle(ModuleHandle handle) const;
+  [[nodiscard]] static std::size_t ChainOf(ModuleHandle module, std::uint32_t number);
+  [[nodiscard]] const std::string* Find(const std::string& foldedName) const;
 
-  mutable std::shared_mutex m_mutex;
-  Module m_mainProgram;
-  std::vector<std::unique_ptr<Module>> m_modules;
+  std::array<Chain, 256> m_newest{};  // A look-up takes no lock: every record of a log makes one.
+  mutable std::mutex m_mutex;         // Guards the rest.
+  std::deque<Text> m_texts;
+  std::deque<std::string> m_modules;  // Their folded names, whose addresses are the handles.
 };
 
 /// The table of `SystemPlatform()`, for a program to register its texts in.
