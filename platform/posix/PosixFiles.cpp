@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -57,12 +58,8 @@ void TakeFileSizeSignal() {
   }
 }
 
-/// Writes `line` and a line end; returns how many bytes went out. They go out in one piece: two are
-/// slower than their copy.
-size_t WriteLine(int descriptor, std::string_view line) try {
-  std::string text;
-  text.reserve(line.size() + 1);
-  text.append(line).push_back('\n');
+/// Returns how many bytes went out.
+size_t Write(int descriptor, std::string_view text) {
   size_t written = 0;
   while (written < text.size()) {
     const ssize_t count = write(descriptor, text.data() + written, text.size() - written);
@@ -71,6 +68,17 @@ size_t WriteLine(int descriptor, std::string_view line) try {
     written += static_cast<size_t>(count);
   }
   return written;
+}
+
+/// Writes `line` and a line end; returns how many bytes went out. They go out in one piece, because
+/// two are slower than their copy, and others may write to the file as well.
+size_t WriteLine(int descriptor, std::string_view line) try {
+  std::array<char, 1024> usual;
+  if (line.size() < usual.size()) {
+    usual[line.copy(usual.data(), usual.size())] = '\n';
+    return Write(descriptor, {usual.data(), line.size() + 1});
+  }
+  return Write(descriptor, std::string(line) + '\n');
 } catch (const std::bad_alloc&) {
   return 0;
 }
