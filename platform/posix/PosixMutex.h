@@ -23,15 +23,17 @@ class MutexHome {
 /// A mutex, with or without a name.
 class PosixMutex final : public SystemMutex {
  public:
-  explicit PosixMutex(std::shared_ptr<MutexHome> home) : m_home(std::move(home)) {}
+  explicit PosixMutex(std::shared_ptr<MutexHome> home)
+      : m_home(std::move(home)), m_mutex(m_home->Mutex()) {}
 
   [[nodiscard]] WaitResult Wait(std::uint32_t milliseconds) override {
-    return m_home->Mutex().Wait(milliseconds);
+    return m_mutex.Wait(milliseconds);
   }
-  [[nodiscard]] bool Release() override { return m_home->Mutex().Release(); }
+  [[nodiscard]] bool Release() override { return m_mutex.Release(); }
 
  private:
   const std::shared_ptr<MutexHome> m_home;
+  RobustMutex& m_mutex;
 };
 
 /// A mutex without a name; null, with the last error set, when there is none to be had.

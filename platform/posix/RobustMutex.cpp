@@ -42,7 +42,7 @@ RobustMutex::~RobustMutex() {
 }
 
 WaitResult RobustMutex::Wait(std::uint32_t limit) {
-  const int result = LockWithin(limit);
+  const int result = limit == kNoLimit ? pthread_mutex_lock(&m_mutex) : LockWithin(limit);
   if (result == EBUSY || result == ETIMEDOUT) return WaitResult::kTimedOut;
   if (result != 0 && result != EOWNERDEAD) {
     SetLastThreadError(result);
@@ -58,7 +58,6 @@ WaitResult RobustMutex::Wait(std::uint32_t limit) {
 }
 
 int RobustMutex::LockWithin(std::uint32_t limit) {
-  if (limit == kNoLimit) return pthread_mutex_lock(&m_mutex);
   int result = pthread_mutex_trylock(&m_mutex);
   // The wait that every tool understands counts on the wall clock. Short pieces, counted together
   // on the steady clock, keep a change of the time of day from stretching it.
