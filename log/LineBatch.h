@@ -28,6 +28,10 @@ class LineBatch {
  private:
   [[nodiscard]] char* MakeRoom(std::size_t size);
 
+  /// Has the processor fetch memory for lines to come, before so many bytes are added. Another one
+  /// has read what was there, and a line that had to wait for it would cost twice the time.
+  void FetchAhead(std::size_t size) const;
+
   std::vector<char> m_room;  // Each line follows its length.
   std::size_t m_start = 0;
   std::size_t m_end = 0;

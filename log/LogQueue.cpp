@@ -9,18 +9,15 @@ std::shared_ptr<LogQueue> LogQueue::OfProcess() {
   return queue;
 }
 
-// The count is changed under the guard alone, so that it takes no more than a load and a store.
-void LogQueue::PushBack(std::initializer_list<std::string_view> pieces,
-                        std::atomic<std::uint32_t>& bytes) {
+void LogQueue::PushBack(std::initializer_list<std::string_view> pieces, QueueGauge& gauge) {
   const std::lock_guard lock(m_guard);
-  const std::size_t length = m_lines.PushBack(pieces);
-  bytes.store(bytes.load(std::memory_order_relaxed) + static_cast<std::uint32_t>(length),
-              std::memory_order_relaxed);
+  gauge.Add(m_lines.PushBack(pieces));
 }
 
-void LogQueue::TakeAll(LineBatch& lines) {
+void LogQueue::TakeAll(LineBatch& lines, QueueGauge& gauge, std::int32_t limit) {
   const std::lock_guard lock(m_guard);
   std::swap(m_lines, lines);
+  gauge.SetMark(limit);
 }
 
 void LogQueue::GiveBack(LineBatch& lines) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
@@ -8,6 +7,7 @@
 #include <string_view>
 
 #include "log/LineBatch.h"
+#include "log/QueueGauge.h"
 
 namespace tlk {
 
@@ -20,12 +20,12 @@ class LogQueue {
   /// The queue of the process. Who may outlive the static objects, as a writer may, keeps a share.
   [[nodiscard]] static std::shared_ptr<LogQueue> OfProcess();
 
-  /// Adds a line put together from its pieces, and its length to a count that nobody else changes
-  /// but through the queue.
-  void PushBack(std::initializer_list<std::string_view> pieces, std::atomic<std::uint32_t>& bytes);
+  /// Adds a line put together from its pieces, and its length to the gauge of its log.
+  void PushBack(std::initializer_list<std::string_view> pieces, QueueGauge& gauge);
 
-  /// Moves all lines to an empty batch, whose memory the queue uses from here on.
-  void TakeAll(LineBatch& lines);
+  /// Moves all lines to an empty batch, whose memory the queue uses from here on, and sets the mark
+  /// of the log that takes them.
+  void TakeAll(LineBatch& lines, QueueGauge& gauge, std::int32_t limit);
 
   /// Puts lines back in front of those that have come since, and leaves the batch empty.
   void GiveBack(LineBatch& lines);

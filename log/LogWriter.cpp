@@ -63,7 +63,7 @@ void LogWriter::Queue(std::initializer_list<std::string_view> pieces) {
   {
     std::uint32_t status = 0;
     const QNManageMutex guard(m_lock.get(), status, nullptr, m_platform);
-    m_queue->PushBack(pieces, m_queuedBytes);
+    m_queue->PushBack(pieces, m_gauge);
   }
   if (!m_hasFailed) EnsureStarted();  // Once more: the writer may have ended on request meanwhile.
   AskForPass();  // Outside the lock: the writer, if it sleeps, wakes to take it.
@@ -165,7 +165,7 @@ LogWriter::PassEnd LogWriter::RunPass() {
   while (HasLine(end)) {
     MarkThrottle(isOverflowMarked);
     const std::string_view line = m_taken.Front();
-    m_takenBytes += static_cast<std::uint32_t>(line.size());
+    m_gauge.Take(line.size());
     const bool isOpened = WriteLine(line);
     m_taken.PopFront();
     if (!isOpened) return PassEnd::kNotOpened;
@@ -182,13 +182,14 @@ bool LogWriter::HasLine(PassEnd& end) {
   const LogLock lock(m_lock.get());
   end = lock.IsHeld() ? PassEnd::kDrained : PassEnd::kNotLocked;
   if (!lock.IsHeld()) return false;
-  m_queue->TakeAll(m_taken);
+  m_queue->TakeAll(m_taken, m_gauge, settings.maxQueueSize);
   if (m_taken.IsEmpty()) m_drained->Set();
   return !m_taken.IsEmpty();
 }
 
 void LogWriter::MarkThrottle(bool& isOverflowMarked) {
-  if (WaitingBytes() > settings.maxQueueSize && !isOverflowMarked) {
+  const std::int32_t limit = settings.maxQueueSize;
+  if (!isOverflowMarked && m_gauge.MayExceed(limit) && m_gauge.Waiting() > limit) {
     m_room->Reset();
     m_isThrottled = true;
     isOverflowMarked = true;
@@ -206,11 +207,7 @@ void LogWriter::SettleThrottle(PassEnd end) {
   if (m_isThrottled && (end != PassEnd::kNotOpened || IsBelowHalf())) OpenThrottle();
 }
 
-std::int32_t LogWriter::WaitingBytes() const {
-  return static_cast<std::int32_t>(m_queuedBytes - m_takenBytes);
-}
-
-bool LogWriter::IsBelowHalf() const { return WaitingBytes() < settings.maxQueueSize / 2; }
+bool LogWriter::IsBelowHalf() const { return m_gauge.Waiting() < settings.maxQueueSize / 2; }
 
 void LogWriter::OpenThrottle() {
   m_isThrottled = false;

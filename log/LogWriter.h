@@ -64,7 +64,6 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   [[nodiscard]] bool HasLine(PassEnd& end);
   void MarkThrottle(bool& isOverflowMarked);
   void SettleThrottle(PassEnd end);
-  [[nodiscard]] std::int32_t WaitingBytes() const;
   [[nodiscard]] bool IsBelowHalf() const;
   void OpenThrottle();
   void FindPath();
@@ -92,16 +91,9 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   std::atomic<bool> m_hasFailed{false};
   std::atomic<int> m_flushes{0};
 
-  // Producers and the writer change what follows at the same time, each their own: they would wait
-  // for each other if it lay side by side.
-  static constexpr std::size_t kApart = 64;
+  QueueGauge m_gauge;
 
-  // All that were ever queued; it wraps around.
-  alignas(kApart) std::atomic<std::uint32_t> m_queuedBytes{0};
-
-  // Of the writer thread alone. The bytes taken count in marker lines, which nobody counted when
-  // they were queued: the difference only steers the throttle.
-  alignas(kApart) std::uint32_t m_takenBytes = 0;
+  // Of the writer thread alone.
   bool m_isFullAnnounced = false;
   LogPlace m_place;
   std::string m_path;

@@ -68,6 +68,20 @@ TEST_F(Queue, HoldsProducersBackUntilItIsHalfEmpty) {
                                      kCleared, Sixty('d'), Sixty('e'), "late"));
 }
 
+TEST_F(Queue, OverflowsWhileTheWriterStillHasLines) {
+  StopWriter();
+  m_log->SetMaxQueueSize(300);
+  m_log->Write("first");
+  EXPECT_TRUE(IsStoppedAt(1));
+  for (const char letter : {'a', 'b', 'c'}) m_log->Write(Sixty(letter));
+  m_permits = 1;
+  EXPECT_TRUE(IsStoppedAt(2));
+  for (const char letter : {'d', 'e', 'f', 'g'}) m_log->Write(Sixty(letter));
+  m_permits = kAllLines;
+  EXPECT_THAT(Written(), ElementsAre("first", Sixty('a'), kOverflow, Sixty('b'), Sixty('c'),
+                                     Sixty('d'), kCleared, Sixty('e'), Sixty('f'), Sixty('g')));
+}
+
 TEST_F(Queue, ThatOverflowsWhileTheFileCannotBeOpenedHoldsNobodyForEver) {
   testing::internal::CaptureStdout();
   for (const std::int32_t limit : {500, -500}) {
