@@ -7,7 +7,7 @@ add_library(tlkc2_bench_messages STATIC Messages.cpp)
 target_link_libraries(tlkc2_bench_messages PUBLIC tlkc2_xml PRIVATE tlkc2_options)
 
 tlkc2_add_comparison(locks SOURCES locks.cpp LINK tlkc2_thread Boost::thread)
-tlkc2_add_comparison(building SOURCES building.cpp LINK tlkc2_bench_messages pugixml::pugixml)
+tlkc2_add_comparison(building SOURCES building.cpp LINK tlkc2_bench_messages ${TLKC2_PUGIXML})
 tlkc2_add_comparison(gate SOURCES gate.cpp LINK tlkc2_bench_messages)
 tlkc2_add_comparison(lists SOURCES lists.cpp LINK tlkc2_bench_messages)
 

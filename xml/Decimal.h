@@ -1,8 +1,8 @@
 #pragma once
 
 #include <array>
+#include <charconv>
 #include <cstdint>
-#include <cstdio>
 
 namespace tlk {
 
@@ -12,7 +12,7 @@ using Digits = std::array<char, 24>;
 /// A number in decimal, as documents hold it.
 [[nodiscard]] inline Digits Decimal(std::int64_t number) {
   Digits digits{};
-  std::snprintf(digits.data(), digits.size(), "%lld", static_cast<long long>(number));
+  std::to_chars(digits.data(), digits.data() + digits.size() - 1, number);
   return digits;
 }
 

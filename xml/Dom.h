@@ -68,6 +68,13 @@ class DomDocument {
   /// Its names keep their namespaces. Both documents are of one factory.
   virtual DomResult AppendChild(DomNode parent, DomNode child) = 0;
 
+  /// Reads a text as `LoadXml` does and puts its root element behind the last child of `parent`,
+  /// for a DOM that needs no document of its own for that: any other gives nothing. Whatever is not
+  /// plain success, text that cannot be parsed included, leaves the document as it was.
+  [[nodiscard]] virtual DomResult ReadInto(DomNode /*parent*/, std::string_view /*text*/) {
+    return kDomNothing;
+  }
+
   /// Takes a node from its parent. An element then stands nowhere, like one that was just made, and
   /// its handle and those of what is in it stay good; any other node is gone. A node without a
   /// parent, as attributes and the document are, is a bad argument.

@@ -103,11 +103,11 @@ class GateScanner {
 template <typename Char>
 void GateScanner<Char>::SkipRun(XmlTrait trait) {
   const Char* at = m_at;
-  while (m_end - at >= 4) {
-    const unsigned shared = Traits(at[0]) & Traits(at[1]) & Traits(at[2]) & Traits(at[3]);
-    if ((shared & trait) == 0) break;
-    at += 4;
-  }
+  const auto four = [this](const Char* of) {
+    return Traits(of[0]) & Traits(of[1]) & Traits(of[2]) & Traits(of[3]);
+  };
+  while (m_end - at >= 8 && (four(at) & four(at + 4) & trait) != 0) at += 8;
+  if (m_end - at >= 4 && (four(at) & trait) != 0) at += 4;
   m_at = at;
   Skip(trait);
 }

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
 #include <utility>
 
 #include "xml/BuilderFailures.h"
 #include "xml/Decimal.h"
+#include "xml/Gate.h"
 #include "xml/NodeAccess.h"
 #include "xml/TLK_XMLParser.h"
 
@@ -17,9 +17,12 @@ constexpr std::string_view kBeforeStamp = "<TLK_Message Length=\"";
 constexpr std::string_view kEmptyStamp = "0000000";
 
 Digits Stamp(std::size_t length) {
-  Digits digits{};
-  std::snprintf(digits.data(), digits.size(), "%07zu", length);
-  return digits;
+  const Digits digits = Decimal(static_cast<std::int64_t>(length));
+  const std::string_view plain = digits.data();
+  Digits stamp{};
+  const std::size_t zeros = kEmptyStamp.size() - std::min(plain.size(), kEmptyStamp.size());
+  std::copy(plain.begin(), plain.end(), std::fill_n(stamp.begin(), zeros, '0'));
+  return stamp;
 }
 
 // Puts a stamp into a serialised document, if a value of the same width stands there in the usual
@@ -79,11 +82,7 @@ int TLK_XMLBuilder::SetLength() {
   const Digits stamp = Stamp(m_stampedText.size());
 
   DomNode root = nullptr;
-  const DomResult found = m_document->DocumentElement(root);
-  if (!Succeeded(found) || root == nullptr) {
-    Report(failures::kSetLength, found);
-    return -1;
-  }
+  if (!FindRoot(root, failures::kSetLength)) return -1;
   const DomResult stamped = m_document->SetAttribute(root, "Length", stamp.data());
   m_isStamped = stamped == kDomOk && PatchStamp(m_stampedText, stamp.data());
   return 0;
@@ -105,21 +104,20 @@ int TLK_XMLBuilder::SetNodeAttribute(std::string_view path, std::string_view nam
 }
 
 int TLK_XMLBuilder::EnsureDataElement() {
-  if (!HasDocument()) return -1;
   DomNode root = nullptr;
-  const DomResult found = m_document->DocumentElement(root);
-  if (!Succeeded(found) || root == nullptr) {
-    Report(failures::kEnsureDataRoot, found);
-    return -1;
-  }
   DomNode data = nullptr;
-  if (SelectSingleNode("//Data", data) == kDomOk) return 0;
+  if (!HasDocument() || !FindRoot(root, failures::kEnsureDataRoot)) return -1;
+  if (SelectSingleNode("//Data", data) != kDomOk) AppendDataElement(root);
+  return 0;
+}
+
+void TLK_XMLBuilder::AppendDataElement(DomNode root) {
+  DomNode data = nullptr;
   if (CreateElement("Data", data) == 0) {
     Append(root, data);
   } else {
     Report(failures::kEnsureData);
   }
-  return 0;
 }
 
 int TLK_XMLBuilder::AppendData(std::string_view payload) {
@@ -130,11 +128,23 @@ int TLK_XMLBuilder::AppendData(std::string_view payload) {
     Report(failures::kAppendData, found);
     return -1;
   }
+  if (!AppendInPlace(data, payload)) AppendFromDocument(data, payload);
+  return 0;
+}
+
+// The short way. Whatever is in its way, the other one meets it too, and reports it.
+bool TLK_XMLBuilder::AppendInPlace(DomNode data, std::string_view payload) {
+  if (!m_codec.gate.Pass(payload).Passed()) return false;
+  if (m_document->ReadInto(data, payload) != kDomOk) return false;
+  m_isStamped = false;
+  return true;
+}
+
+void TLK_XMLBuilder::AppendFromDocument(DomNode data, std::string_view payload) {
   TLK_XMLParser parser(m_codec, payload);
   DomNode root = nullptr;
   parser.GetRootElement(root);
   if (root != nullptr) Append(data, root);
-  return 0;
 }
 
 void TLK_XMLBuilder::Replace(std::unique_ptr<DomDocument> document) {
@@ -194,8 +204,9 @@ DomResult TLK_XMLBuilder::SelectSingleNode(std::string_view path, DomNode& node)
 
 DomResult TLK_XMLBuilder::FindOrMakeData(DomNode& data) {
   const DomResult found = SelectSingleNode("//Data", data);
-  if (found == kDomOk) return found;
-  EnsureDataElement();
+  DomNode root = nullptr;
+  if (found == kDomOk || !FindRoot(root, failures::kEnsureDataRoot)) return found;
+  AppendDataElement(root);
   return SelectSingleNode("//Data", data);
 }
 
@@ -212,6 +223,13 @@ DomNode TLK_XMLBuilder::FindOrMakeList(std::string_view path, const Failure& noD
   }
   Append(data, made);
   return SelectSingleNode(path, list) == kDomOk ? list : nullptr;
+}
+
+bool TLK_XMLBuilder::FindRoot(DomNode& root, const Failure& failure) const {
+  const DomResult found = m_document->DocumentElement(root);
+  if (Succeeded(found) && root != nullptr) return true;
+  Report(failure, found);
+  return false;
 }
 
 void TLK_XMLBuilder::Report(const Failure& failure, DomResult code) const {

@@ -139,9 +139,12 @@ class TLK_XMLBuilder {
   bool NewElement(std::string_view name, const Failure& failure, DomNode& element);
   bool BuildEnvelope(std::string_view type, std::int32_t sender, std::int32_t receiver);
   bool AddParty(DomNode root, std::string_view name, std::int32_t id, const Failure& failure);
+  void AppendDataElement(DomNode root);
   int Serialise(std::string& xml) const;
 
   // Payloads
+  bool AppendInPlace(DomNode data, std::string_view payload);
+  void AppendFromDocument(DomNode data, std::string_view payload);
   int AddToList(const PayloadList& kind, std::span<const NamedValue> attributes);
   DomNode NewPart(std::string_view name, const Failure& failure);
   bool AddText(DomNode parent, std::string_view name, std::string_view text,
@@ -157,6 +160,7 @@ class TLK_XMLBuilder {
   int CreateElement(std::string_view name, DomNode& element);
   int SetAttribute(DomNode element, std::string_view name, std::string_view value);
   void Append(DomNode parent, DomNode child);
+  bool FindRoot(DomNode& root, const Failure& failure) const;
   DomResult SelectSingleNode(std::string_view path, DomNode& node);
   DomResult FindOrMakeData(DomNode& data);
   DomNode FindOrMakeList(std::string_view path, const Failure& noData);

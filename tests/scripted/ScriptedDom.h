@@ -78,6 +78,9 @@ class ScriptedDomDocument final : public DomDocument {
   DomResult AppendChild(DomNode parent, DomNode child) override {
     return m_script.Meet("append", [&] { return m_real->AppendChild(parent, child); });
   }
+  DomResult ReadInto(DomNode parent, std::string_view text) override {
+    return m_script.Meet("read into", [&] { return m_real->ReadInto(parent, text); });
+  }
   DomResult Remove(DomNode node) override {
     return m_script.Meet("remove", [&] { return m_real->Remove(node); });
   }

@@ -232,6 +232,34 @@ TEST_F(DomTest, BringsNodesOverWithTheirNamespaces) {
   }
 }
 
+// A DOM may do without; what it does is what it does with a document of the text.
+TEST_F(DomTest, ReadsATextIntoAPlaceOrLeavesAllAsItIs) {
+  const char* const texts[] = {"<a/>",
+                               "<?xml version='1.0'?>\n<!--c--><?p?><a>\r\n <b/>\rt</a>\n<!--d-->",
+                               "<a k='v\r\nw'>caf\xE9<![CDATA[<&]]>&lt;</a>",
+                               "<p:a xmlns:p='n'><a xmlns='o'/></p:a>",
+                               "<a><b></a>",
+                               "<!--c-->",
+                               "t",
+                               ""};
+  for (const char* const text : texts) {
+    for (const char* const place : {"/*", "//in"}) {
+      SCOPED_TRACE(std::string(place) + ": " + text);
+      const char* const message = "<r xmlns='d'>t<in xmlns=''>t<o/>u</in></r>";
+      Load(message);
+      std::string expected = Xml();
+      const DomResult result = m_document->ReadInto(Node(place), text);
+      const std::string read = Xml();
+      Load(message);
+      if (result == kDomOk) {
+        EXPECT_EQ(m_document->AppendChild(Node(place), Given("/*", text)), kDomOk);
+        expected = Xml();
+      }
+      EXPECT_EQ(read, expected);
+    }
+  }
+}
+
 TEST_F(DomTest, PutsElementsInNoNamespaceUnderADefaultOne) {
   Load("<r xmlns='urn:r'/>");
   DomNode made = nullptr;

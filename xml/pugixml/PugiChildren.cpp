@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "xml/pugixml/PugiNamespaces.h"
+#include "xml/pugixml/PugiNode.h"
 
 namespace tlk {
 
@@ -12,14 +13,14 @@ bool IsPlainElement(const pugi::xml_node& node) {
 }
 
 pugi::xml_node PugiChildren::Find(const pugi::xml_node& parent, const char* name) {
-  if (parent != m_parent) {
+  if (!IsSame(parent, m_parent)) {
     Forget();
     m_parent = parent;
   }
   if (m_searches < kPlainSearches) {
     ++m_searches;
     pugi::xml_node child = parent.child(name);
-    while (child && !IsPlainElement(child)) child = child.next_sibling(name);
+    while (!IsNone(child) && !IsPlainElement(child)) child = child.next_sibling(name);
     return child;
   }
   const auto known = m_firsts.find(name);
@@ -28,8 +29,8 @@ pugi::xml_node PugiChildren::Find(const pugi::xml_node& parent, const char* name
 
 // The name is not known yet.
 pugi::xml_node PugiChildren::PassUntil(std::string_view name) {
-  pugi::xml_node child = m_last ? m_last.next_sibling() : m_parent.first_child();
-  for (; child; child = child.next_sibling()) {
+  pugi::xml_node child = IsNone(m_last) ? m_parent.first_child() : m_last.next_sibling();
+  for (; !IsNone(child); child = child.next_sibling()) {
     const bool isPlain = IsPlainElement(child);
     if (isPlain) {
       const auto [known, isFirst] = m_firsts.try_emplace(child.name(), First{child});
@@ -42,8 +43,8 @@ pugi::xml_node PugiChildren::PassUntil(std::string_view name) {
 }
 
 void PugiChildren::Leaves(const pugi::xml_node& child) {
-  if (!m_last || child.parent() != m_parent) return;
-  if (child == m_last) m_last = child.previous_sibling();
+  if (IsNone(m_last) || !IsSame(child.parent(), m_parent)) return;
+  if (IsSame(child, m_last)) m_last = child.previous_sibling();
   const First* const known = Known(child);
   if (known == nullptr) return;
   if (known->isRepeated) {
@@ -54,7 +55,7 @@ void PugiChildren::Leaves(const pugi::xml_node& child) {
 }
 
 void PugiChildren::TakesPlace(const pugi::xml_node& node, const pugi::xml_node& child) {
-  if (!m_last || child.parent() != m_parent) return;
+  if (IsNone(m_last) || !IsSame(child.parent(), m_parent)) return;
   First* const known = Known(child);
   const bool isLikeIt = IsPlainElement(node) && std::strcmp(node.name(), child.name()) == 0;
   if (known == nullptr || !isLikeIt) {
@@ -62,7 +63,7 @@ void PugiChildren::TakesPlace(const pugi::xml_node& node, const pugi::xml_node& 
     return;
   }
   known->child = node;
-  if (m_last == child) m_last = node;
+  if (IsSame(child, m_last)) m_last = node;
 }
 
 void PugiChildren::Forget() {
@@ -75,7 +76,7 @@ void PugiChildren::Forget() {
 // What is remembered of a child that is the first of its name.
 PugiChildren::First* PugiChildren::Known(const pugi::xml_node& child) {
   const auto known = m_firsts.find(child.name());
-  return known != m_firsts.end() && known->second.child == child ? &known->second : nullptr;
+  return known != m_firsts.end() && IsSame(known->second.child, child) ? &known->second : nullptr;
 }
 
 }  // namespace tlk

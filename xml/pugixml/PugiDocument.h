@@ -10,6 +10,12 @@
 
 namespace tlk {
 
+/// Line ends are normalised before, everywhere alike. White space alone in an element is its text;
+/// between elements it goes.
+inline constexpr unsigned int kPugiParseOptions =
+    pugi::parse_cdata | pugi::parse_comments | pugi::parse_escapes | pugi::parse_pi |
+    pugi::parse_wconv_attribute | pugi::parse_ws_pcdata_single;
+
 /// A document held by pugixml. What reads it lies in one source file, what changes it in another.
 class PugiDocument : public DomDocument {
  public:
@@ -32,6 +38,7 @@ class PugiDocument : public DomDocument {
   DomResult SetDocumentElement(DomNode element) override;
   DomResult DocumentElement(DomNode& element) override;
   DomResult AppendChild(DomNode parent, DomNode child) override;
+  DomResult ReadInto(DomNode parent, std::string_view text) override;
   DomResult Remove(DomNode node) override;
   DomResult Replace(DomNode node, DomNode replacement) override;
   DomResult FirstChild(DomNode node, DomNode& child) override;
@@ -49,6 +56,7 @@ class PugiDocument : public DomDocument {
   [[nodiscard]] pugi::xml_document& Tree() const { return m_store->tree; }
   void Clear();
   DomResult Parse(std::string_view text);
+  [[nodiscard]] std::string_view ToSource(std::string_view text);
   bool TakeName(std::string_view name);
   [[nodiscard]] bool IsStray(const pugi::xml_node& node) const;
   [[nodiscard]] bool HasParent(const pugi::xml_node& node) const;

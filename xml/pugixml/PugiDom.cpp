@@ -15,12 +15,6 @@
 namespace tlk {
 namespace {
 
-// Line ends are normalised before, everywhere alike. White space alone in an element is its text;
-// between elements it goes.
-constexpr unsigned int kParseOptions = pugi::parse_cdata | pugi::parse_comments |
-                                       pugi::parse_escapes | pugi::parse_pi |
-                                       pugi::parse_wconv_attribute | pugi::parse_ws_pcdata_single;
-
 bool IsBlankText(const pugi::xml_node& node) {
   if (node.type() != pugi::node_pcdata) return false;
   return std::string_view(node.value()).find_first_not_of(" \t\r\n") == std::string_view::npos;
@@ -49,8 +43,8 @@ DomResult PugiDocument::Parse(std::string_view text) {
   std::string& source = m_store->source;
   m_store->text.ToTree(text, source);
   NormaliseLineEnds(source);
-  const pugi::xml_parse_result result =
-      Tree().load_buffer_inplace(source.data(), source.size(), kParseOptions, pugi::encoding_utf8);
+  const pugi::xml_parse_result result = Tree().load_buffer_inplace(
+      source.data(), source.size(), kPugiParseOptions, pugi::encoding_utf8);
   if (result.status == pugi::status_out_of_memory) return kDomOutOfMemory;
   m_parseError = result ? "" : result.description();
   m_root = Tree().document_element();
@@ -66,11 +60,12 @@ DomResult PugiDocument::ParseErrorReason(std::string& reason) {
 
 DomResult PugiDocument::DocumentElement(DomNode& element) {
   element = HandleOf(m_root);
-  return m_root ? kDomOk : kDomNothing;
+  return element != nullptr ? kDomOk : kDomNothing;
 }
 
 bool PugiDocument::IsStray(const pugi::xml_node& node) const {
-  return node.type() == pugi::node_element && node.parent() == Tree() && node != m_root;
+  return IsSame(node.parent(), Tree()) && !IsSame(node, m_root) &&
+         node.type() == pugi::node_element;
 }
 
 // The node, or the next one behind it that is to be seen: no stray, nor blanks between elements.
@@ -160,8 +155,8 @@ DomResult PugiDocument::Xml(DomNode node, std::string& xml) {
 }
 
 void PugiDocument::WriteDocument(std::string& utf8) {
-  for (const pugi::xml_node& node : Tree().children())
-    if (node == m_root || node.type() != pugi::node_element) AppendXml(node, utf8);
+  for (pugi::xml_node node = Tree().first_child(); !IsNone(node); node = node.next_sibling())
+    if (IsSame(node, m_root) || node.type() != pugi::node_element) AppendXml(node, utf8);
 }
 
 void PugiDocument::WriteNode(DomNode node, std::string& utf8) {

@@ -5,8 +5,28 @@
 #include "xml/pugixml/PugiDocument.h"
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"
+#include "xml/pugixml/PugiText.h"
+#include "xml/pugixml/Utf8.h"
 
 namespace tlk {
+namespace {
+
+// Removes what stands behind a child, or all there is behind none, but for one node.
+void RemoveBehind(pugi::xml_node parent, const pugi::xml_node& child, const pugi::xml_node& kept) {
+  pugi::xml_node node = IsNone(child) ? parent.first_child() : child.next_sibling();
+  while (!IsNone(node)) {
+    const pugi::xml_node next = node.next_sibling();
+    if (!IsSame(node, kept)) parent.remove_child(node);
+    node = next;
+  }
+}
+
+pugi::xml_node FirstElementFrom(pugi::xml_node node) {
+  while (!IsNone(node) && node.type() != pugi::node_element) node = node.next_sibling();
+  return node;
+}
+
+}  // namespace
 
 // Takes a name over into the scratch space; false for what cannot be a name.
 bool PugiDocument::TakeName(std::string_view name) {
@@ -19,7 +39,7 @@ DomResult PugiDocument::CreateElement(std::string_view name, DomNode& element) {
   return Contained([&] {
     if (!TakeName(name)) return kDomBadArgument;
     const pugi::xml_node made = Tree().append_child(m_store->name.c_str());
-    if (!made) return kDomOutOfMemory;
+    if (IsNone(made)) return kDomOutOfMemory;
     ++m_strays;
     element = HandleOf(made);
     return kDomOk;
@@ -28,10 +48,10 @@ DomResult PugiDocument::CreateElement(std::string_view name, DomNode& element) {
 
 DomResult PugiDocument::SetDocumentElement(DomNode element) {
   const pugi::xml_node child = ElementOf(element);
-  if (!child) return kDomBadArgument;
-  if (child == m_root) return kDomOk;
+  if (IsNone(child)) return kDomBadArgument;
+  if (IsSame(child, m_root)) return kDomOk;
   return Contained([&] {
-    const bool replaces = m_root;
+    const bool replaces = !IsNone(m_root);
     pugi::xml_node placed;
     const DomResult result = Place(Tree(), child, {}, placed);
     if (result != kDomOk) return result;
@@ -44,9 +64,34 @@ DomResult PugiDocument::SetDocumentElement(DomNode element) {
 DomResult PugiDocument::AppendChild(DomNode parent, DomNode child) {
   const pugi::xml_node element = ElementOf(parent);
   const pugi::xml_node added = NodeOf(child);
-  if (!element || !added || element.root() != Tree()) return kDomBadArgument;
+  if (IsNone(element) || IsNone(added) || !IsSame(element.root(), Tree())) return kDomBadArgument;
   pugi::xml_node placed;
   return Contained([&] { return Place(element, added, {}, placed); });
+}
+
+DomResult PugiDocument::ReadInto(DomNode parent, std::string_view text) {
+  pugi::xml_node place = ElementOf(parent);
+  if (IsNone(place) || !IsSame(place.root(), Tree())) return kDomBadArgument;
+  return Contained([&] {
+    const pugi::xml_node last = place.last_child();
+    const std::string_view source = ToSource(text);
+    const bool isRead =
+        place.append_buffer(source.data(), source.size(), kPugiParseOptions, pugi::encoding_utf8);
+    const pugi::xml_node added = IsNone(last) ? place.first_child() : last.next_sibling();
+    const pugi::xml_node root = isRead ? FirstElementFrom(added) : pugi::xml_node();
+    RemoveBehind(place, last, root);
+    if (IsNone(root)) return kDomNothing;
+    KeepInNoNamespace(root);
+    return kDomOk;
+  });
+}
+
+// A text for pugixml, which copies it.
+std::string_view PugiDocument::ToSource(std::string_view text) {
+  if (IsAscii(text) && text.find('\r') == std::string_view::npos) return text;
+  m_store->text.ToTree(text, m_store->value);
+  NormaliseLineEnds(m_store->value);
+  return m_store->value;
 }
 
 // Whether a node of this document, or of one of its strays, stands under another.
@@ -59,18 +104,22 @@ bool PugiDocument::HasParent(const pugi::xml_node& node) const {
 DomResult PugiDocument::Place(pugi::xml_node parent, const pugi::xml_node& child,
                               const pugi::xml_node& before, pugi::xml_node& placed) {
   const pugi::xml_node scope = child.parent();
-  const bool wasRoot = child == m_root;
-  const bool wasStray = IsStray(child);
-  if (child.root() == Tree()) {
+  const bool wasRoot = IsSame(child, m_root);
+  const bool wasStray = !wasRoot && IsSame(scope, Tree()) && child.type() == pugi::node_element;
+  if (wasStray || IsSame(child.root(), Tree())) {
     m_store->children.Leaves(child);
-    placed = before ? parent.insert_move_before(child, before) : parent.append_move(child);
+    placed = IsNone(before) ? parent.append_move(child) : parent.insert_move_before(child, before);
   } else {
-    placed = before ? parent.insert_copy_before(child, before) : parent.append_copy(child);
+    placed = IsNone(before) ? parent.append_copy(child) : parent.insert_copy_before(child, before);
   }
-  if (!placed) return kDomFailed;
+  if (IsNone(placed)) return kDomFailed;
   if (wasRoot) m_root = {};
-  if (wasStray) --m_strays;
-  if (placed.type() == pugi::node_element) KeepDeclarations(scope, placed);
+  if (wasStray) {
+    --m_strays;
+    KeepInNoNamespace(placed);
+  } else if (placed.type() == pugi::node_element) {
+    KeepDeclarations(scope, placed);
+  }
   return kDomOk;
 }
 
@@ -121,14 +170,14 @@ DomResult PugiDocument::Replace(DomNode node, DomNode replacement) {
 DomResult PugiDocument::SetAttribute(DomNode element, std::string_view name,
                                      std::string_view value) {
   pugi::xml_node owner = ElementOf(element);
-  if (!owner) return kDomBadArgument;
+  if (IsNone(owner)) return kDomBadArgument;
   return Contained([&] {
     if (!TakeName(name)) return kDomBadArgument;
-    if (m_store->name == "xmlns") m_store->children.Forget();
-    m_store->text.ToTreeValue(value, m_store->value);
+    if (std::string_view(m_store->name) == "xmlns") m_store->children.Forget();
+    const std::string_view kept = m_store->text.ValueInTree(value, m_store->value);
     pugi::xml_attribute attribute = owner.attribute(m_store->name.c_str());
-    if (!attribute) attribute = owner.append_attribute(m_store->name.c_str());
-    const bool set = attribute.set_value(m_store->value.c_str());
+    if (IsNone(attribute)) attribute = owner.append_attribute(m_store->name.c_str());
+    const bool set = attribute.set_value(kept.data(), kept.size());
     return set ? kDomOk : kDomOutOfMemory;
   });
 }
@@ -137,11 +186,11 @@ DomResult PugiDocument::SetText(DomNode element, std::string_view text) {
   pugi::xml_node owner = ElementOf(element);
   if (!owner) return kDomBadArgument;
   return Contained([&] {
-    m_store->text.ToTreeValue(text, m_store->value);
+    const std::string_view kept = m_store->text.ValueInTree(text, m_store->value);
     pugi::xml_node fresh;
-    if (!m_store->value.empty()) {
+    if (!kept.empty()) {
       fresh = owner.append_child(pugi::node_pcdata);
-      if (!fresh.set_value(m_store->value.c_str())) {
+      if (!fresh.set_value(kept.data(), kept.size())) {
         owner.remove_child(fresh);
         return kDomOutOfMemory;
       }

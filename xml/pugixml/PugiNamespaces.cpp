@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstring>
 
+#include "xml/pugixml/PugiNode.h"
+
 namespace tlk {
 namespace {
 
@@ -20,8 +22,8 @@ bool IsDeclaration(const pugi::xml_attribute& attribute) {
 // that it has seen enough; tells whether it has.
 template <typename Visitor>
 bool VisitDeclarations(pugi::xml_node place, Visitor hasEnough) {
-  for (; place; place = place.parent()) {
-    for (pugi::xml_attribute attribute = place.first_attribute(); attribute;
+  for (; !IsNone(place); place = place.parent()) {
+    for (pugi::xml_attribute attribute = place.first_attribute(); !IsNone(attribute);
          attribute = attribute.next_attribute()) {
       if (IsDeclaration(attribute) && hasEnough(attribute)) return true;
     }
@@ -31,16 +33,16 @@ bool VisitDeclarations(pugi::xml_node place, Visitor hasEnough) {
 
 // The namespace that a declaration of that name gives a place; empty when there is none.
 const char* InScope(pugi::xml_node place, const char* declaration) {
-  for (; place; place = place.parent()) {
+  for (; !IsNone(place); place = place.parent()) {
     const pugi::xml_attribute found = place.attribute(declaration);
-    if (found) return found.value();
+    if (!IsNone(found)) return found.value();
   }
   return "";
 }
 
 void Declare(pugi::xml_node element, const char* declaration, const char* name) {
-  if (element.attribute(declaration)) return;
   if (std::strcmp(InScope(element.parent(), declaration), name) == 0) return;
+  if (!IsNone(element.attribute(declaration))) return;
   element.append_attribute(declaration).set_value(name);
 }
 
@@ -55,6 +57,8 @@ bool InheritsDeclarations(const pugi::xml_node& element) {
     return *declaration.value() != '\0' && *InScope(scope, declaration.name()) != '\0';
   });
 }
+
+void KeepInNoNamespace(const pugi::xml_node& element) { Declare(element, kDefault, ""); }
 
 void KeepDeclarations(const pugi::xml_node& scope, pugi::xml_node element) {
   VisitDeclarations(scope, [&](const pugi::xml_attribute& declaration) {

@@ -16,4 +16,7 @@ namespace tlk {
 /// not where it stands now, so that every name under it still means the same.
 void KeepDeclarations(const pugi::xml_node& scope, pugi::xml_node element);
 
+/// The same for an element that stood where nothing is declared.
+void KeepInNoNamespace(const pugi::xml_node& element);
+
 }  // namespace tlk

@@ -1,16 +1,35 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <pugixml.hpp>
+#include <type_traits>
 
 #include "xml/Dom.h"
 
 namespace tlk {
 
+// Nodes and attributes are nothing but pointers into their tree. They are taken for that here,
+// because they are compared and passed on all the time, and each question to pugixml is a call.
+static_assert(sizeof(pugi::xml_node) == sizeof(DomNode));
+static_assert(std::is_trivially_copyable_v<pugi::xml_node>);
+static_assert(sizeof(pugi::xml_attribute) == sizeof(void*));
+static_assert(std::is_trivially_copyable_v<pugi::xml_attribute>);
+
 /// Handles of a pugixml tree: a node's is its address; an attribute's is its address plus one,
 /// which no node has.
 [[nodiscard]] inline DomNode HandleOf(const pugi::xml_node& node) {
-  return reinterpret_cast<DomNode>(node.internal_object());
+  return std::bit_cast<DomNode>(node);
+}
+
+[[nodiscard]] inline bool IsNone(const pugi::xml_node& node) { return HandleOf(node) == nullptr; }
+
+[[nodiscard]] inline bool IsNone(const pugi::xml_attribute& attribute) {
+  return std::bit_cast<void*>(attribute) == nullptr;
+}
+
+[[nodiscard]] inline bool IsSame(const pugi::xml_node& a, const pugi::xml_node& b) {
+  return HandleOf(a) == HandleOf(b);
 }
 
 [[nodiscard]] inline DomNode HandleOf(const pugi::xml_attribute& attribute) {
@@ -23,14 +42,13 @@ namespace tlk {
 
 /// The node behind a handle; empty for null and for an attribute.
 [[nodiscard]] inline pugi::xml_node NodeOf(DomNode handle) {
-  if (IsAttribute(handle)) return {};
-  return pugi::xml_node(reinterpret_cast<pugi::xml_node_struct*>(handle));
+  return std::bit_cast<pugi::xml_node>(IsAttribute(handle) ? nullptr : handle);
 }
 
 /// The element behind a handle; empty when it is no element.
 [[nodiscard]] inline pugi::xml_node ElementOf(DomNode handle) {
   const pugi::xml_node node = NodeOf(handle);
-  return node.type() == pugi::node_element ? node : pugi::xml_node();
+  return node.type() == pugi::node_element ? node : NodeOf(nullptr);
 }
 
 [[nodiscard]] inline pugi::xml_attribute AttributeOf(DomNode handle) {

@@ -6,6 +6,7 @@
 
 #include "xml/PathNames.h"
 #include "xml/pugixml/PugiChildren.h"
+#include "xml/pugixml/PugiNode.h"
 
 namespace tlk {
 namespace {
@@ -31,14 +32,14 @@ bool IsNamed(const pugi::xml_node& node, const char* name) {
 
 // The node behind `node` in document order, within the tree under `root`.
 pugi::xml_node Next(pugi::xml_node node, const pugi::xml_node& root) {
-  if (const pugi::xml_node child = node.first_child()) return child;
-  for (; node != root; node = node.parent())
-    if (const pugi::xml_node sibling = node.next_sibling()) return sibling;
+  if (const pugi::xml_node child = node.first_child(); !IsNone(child)) return child;
+  for (; !IsSame(node, root); node = node.parent())
+    if (const pugi::xml_node sibling = node.next_sibling(); !IsNone(sibling)) return sibling;
   return {};
 }
 
 pugi::xml_node Anywhere(const pugi::xml_node& root, const char* name) {
-  for (pugi::xml_node node = root; node; node = Next(node, root))
+  for (pugi::xml_node node = root; !IsNone(node); node = Next(node, root))
     if (IsNamed(node, name)) return node;
   return {};
 }

@@ -1,6 +1,7 @@
 #include "xml/pugixml/PugiText.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -15,10 +16,26 @@ bool IsForbidden(char c) {
   return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r';
 }
 
-bool BeginsName(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
+constexpr bool BeginsName(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
 
-bool ContinuesName(char c) {
-  return BeginsName(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+constexpr auto kNameCharacters = [] {
+  std::array<bool, 256> belongs{};
+  for (int c = 0; c < 128; ++c) {
+    const char character = static_cast<char>(c);
+    const bool isDigit = character >= '0' && character <= '9';
+    belongs[static_cast<std::size_t>(c)] =
+        BeginsName(character) || isDigit || character == '-' || character == '.';
+  }
+  return belongs;
+}();
+
+bool ContinuesName(char c) { return kNameCharacters[static_cast<unsigned char>(c)]; }
+
+// Whether a value is the same in the tree: printable ASCII, nothing else.
+bool IsPlainValue(std::string_view narrow) {
+  return std::all_of(narrow.begin(), narrow.end(), [](char c) { return c >= ' ' && c <= '~'; });
 }
 
 template <typename Text>
@@ -38,8 +55,14 @@ void PugiText::ToTree(std::string_view narrow, std::string& utf8) {
 }
 
 void PugiText::ToTreeValue(std::string_view narrow, std::string& utf8) {
-  ToTree(narrow.substr(0, narrow.find('\0')), utf8);
-  std::replace_if(utf8.begin(), utf8.end(), IsForbidden, '?');
+  utf8.assign(ValueInTree(narrow, utf8));
+}
+
+std::string_view PugiText::ValueInTree(std::string_view narrow, std::string& scratch) {
+  if (IsPlainValue(narrow)) return narrow;
+  ToTree(narrow.substr(0, narrow.find('\0')), scratch);
+  std::replace_if(scratch.begin(), scratch.end(), IsForbidden, '?');
+  return scratch;
 }
 
 void PugiText::FromTree(std::string_view utf8, std::string& narrow) {
@@ -62,9 +85,8 @@ void PugiText::TakeFromTree(std::string& utf8, std::string& narrow) {
 
 bool PugiText::IsName(std::string_view utf8) {
   if (utf8.empty()) return false;
-  if (IsAscii(utf8))
-    return BeginsName(utf8.front()) && std::all_of(utf8.begin(), utf8.end(), ContinuesName);
-
+  if (BeginsName(utf8.front()) && std::all_of(utf8.begin(), utf8.end(), ContinuesName)) return true;
+  if (IsAscii(utf8)) return false;
   Utf8ToUtf16(utf8, m_wide);
   return IsXmlName(m_wide);
 }

@@ -21,6 +21,9 @@ class PugiText {
   /// no document can hold becomes "?".
   void ToTreeValue(std::string_view narrow, std::string& utf8);
 
+  /// The same, where the text may stay where it is: it is copied only if it has to be changed.
+  [[nodiscard]] std::string_view ValueInTree(std::string_view narrow, std::string& scratch);
+
   /// Replaces `narrow` by `utf8`, all or nothing. A character that the code page lacks becomes "?".
   void FromTree(std::string_view utf8, std::string& narrow);
 

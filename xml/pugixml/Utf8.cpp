@@ -1,5 +1,6 @@
 #include "xml/pugixml/Utf8.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -61,11 +62,11 @@ char32_t ReadUtf8(std::string_view utf8, std::size_t& at) {
 
 bool IsAscii(std::string_view text) {
   constexpr std::uint64_t kHighBits = 0x8080808080808080;
+  std::array<std::uint64_t, 4> block{};
   std::size_t at = 0;
-  for (; at + sizeof(std::uint64_t) <= text.size(); at += sizeof(std::uint64_t)) {
-    std::uint64_t block = 0;
-    std::memcpy(&block, text.data() + at, sizeof block);
-    if ((block & kHighBits) != 0) return false;
+  for (; at + sizeof block <= text.size(); at += sizeof block) {
+    std::memcpy(block.data(), text.data() + at, sizeof block);
+    if (((block[0] | block[1] | block[2] | block[3]) & kHighBits) != 0) return false;
   }
   for (; at < text.size(); ++at)
     if (static_cast<unsigned char>(text[at]) >= 0x80) return false;
