@@ -336,12 +336,12 @@ TEST_F(DomTest, GoesOnWithWhatWasTakenOut) {
 // A name alone may be looked up by other means than a path is.
 TEST_F(DomTest, FindsTheFirstOfAListWhateverWasDoneToIt) {
   std::mt19937 random(7);
-  const auto name = [&] { return "n" + std::to_string(random() % 12); };
+  const auto name = [&] { return std::string("n").append(std::to_string(random() % 12)); };
   for (int list = 0; list < 40; ++list) {
     std::string entries;
     for (int i = 0; i < 15; ++i)
-      entries += "<" + name() + (random() % 4 == 0 ? " xmlns='n'/>t" : "/><!--c-->");
-    Load("<l>" + entries + "</l>");
+      entries.append("<").append(name()).append(random() % 4 == 0 ? " xmlns='n'/>t" : "/><!--c-->");
+    Load(std::string("<l>").append(entries).append("</l>"));
     for (int step = 0; step < 40; ++step) {
       const std::string sought = name();
       EXPECT_EQ(Selected(sought, Root()), Selected(sought + "[1]", Root()));
