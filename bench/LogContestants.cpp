@@ -2,10 +2,10 @@
 
 #include <spdlog/async.h>
 #include <spdlog/sinks/rotating_file_sink.h>
-#include <stdlib.h>
 
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <thread>
 
@@ -15,16 +15,17 @@ namespace tlk::bench {
 namespace {
 
 constexpr std::int32_t kThreshold = 4;
-constexpr std::size_t kFileSize = 2 * 1024 * 1024;
+constexpr std::size_t kFileSize = std::size_t{2} * 1024 * 1024;
 constexpr std::size_t kFiles = 10;
 
 }  // namespace
 
 TemporaryFolder::TemporaryFolder()
     : m_path(std::filesystem::temp_directory_path() / "tlkc2-bench-XXXXXX") {
-  if (mkdtemp(m_path.data()) == nullptr)
+  if (mkdtemp(m_path.data()) == nullptr) {
     throw std::filesystem::filesystem_error("no temporary folder", m_path,
                                             std::make_error_code(std::errc::io_error));
+  }
 }
 
 TemporaryFolder::~TemporaryFolder() { std::filesystem::remove_all(m_path); }

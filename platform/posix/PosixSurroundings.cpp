@@ -109,9 +109,10 @@ LocalTime PosixSurroundings::AtSecond(std::chrono::sys_seconds second) const {
   const LocalTime local = AskSystem(second.time_since_epoch().count());
   const auto minute = floor<std::chrono::minutes>(second);
   // Nearly every zone keeps whole minutes; where one does not, the system is asked each time.
-  if (second - minute == seconds(local.second))
+  if (second - minute == seconds(local.second)) {
     m_knownMinute.store(Packed(minute.time_since_epoch().count(), local),
                         std::memory_order_relaxed);
+  }
   return local;
 }
 
