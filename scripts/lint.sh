@@ -6,6 +6,7 @@ cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
 need_test_tools
+need_bench_tools
 need_windows_tools
 need clang-format clang-tidy
 
@@ -16,6 +17,7 @@ clang-format --dry-run -Werror "${sources[@]}"
 echo "Checking that includes point downwards"
 scripts/check-includes.sh "${sources[@]}"
 
+cmake --preset debug -DTLKC2_BENCH=ON >/dev/null
 build debug
 # Of the Windows builds, the generated headers that their sources include are enough.
 build windows-x64 tlkc2_idl
