@@ -58,7 +58,9 @@ bool InheritsDeclarations(const pugi::xml_node& element) {
   });
 }
 
-void KeepInNoNamespace(const pugi::xml_node& element) { Declare(element, kDefault, ""); }
+void KeepInNoNamespace(const pugi::xml_node& element) {
+  if (!IsInNoNamespace(element.parent())) Declare(element, kDefault, "");
+}
 
 void KeepDeclarations(const pugi::xml_node& scope, pugi::xml_node element) {
   VisitDeclarations(scope, [&](const pugi::xml_attribute& declaration) {

@@ -27,7 +27,8 @@ bool IsWord(std::string_view path) {
 }
 
 bool IsNamed(const pugi::xml_node& node, const char* name) {
-  return std::strcmp(node.name(), name) == 0 && IsPlainElement(node);
+  const char* const own = node.name();
+  return *own == *name && std::strcmp(own, name) == 0 && IsPlainElement(node);
 }
 
 // The node behind `node` in document order, within the tree under `root`.
