@@ -1,10 +1,9 @@
 # What goes over the net, or would.
 find_package(PkgConfig REQUIRED)
-find_package(pugixml REQUIRED)
 pkg_check_modules(strophe REQUIRED IMPORTED_TARGET libstrophe)
 
 tlkc2_add_comparison(receive SOURCES receive.cpp StropheClient.cpp
   LINK tlkc2_control PkgConfig::strophe)
 tlkc2_add_comparison(roundtrip SOURCES roundtrip.cpp LINK tlkc2_control)
-tlkc2_add_comparison(large SOURCES large.cpp LINK tlkc2_control pugixml::pugixml)
+tlkc2_add_comparison(large SOURCES large.cpp LINK tlkc2_control ${TLKC2_PUGIXML})
 tlkc2_add_comparison(idle SOURCES idle.cpp LINK tlkc2_control)
