@@ -131,9 +131,9 @@ std::filesystem::path TemporaryFolder() {
 }
 
 void CompareAll(const std::filesystem::path& folder) {
+  TraceLog().SetConsoleEcho(false);  // Standard output belongs to the figures.
   MessageLoop loop;
   ConnectedControl end(loop);
-  TraceLog().SetConsoleEcho(false);
   (void)TraceLog().Flush();
   TraceLog().SetLevel(kNothingLogged);
   // From here on, so that the writer of the log, which runs already, may run anywhere.
