@@ -31,7 +31,7 @@ need_test_tools() {
 # The peers that this project is measured beside, and what makes a table of the figures.
 need_bench_tools() {
   need_build_tools && need libstrophe-dev libspdlog-dev libboost-dev libboost-thread-dev \
-    libbenchmark-dev jq bsdextrautils
+    libbenchmark-dev pkgconf jq bsdextrautils
 }
 
 # What builds for Windows, and Wine, with the locales it takes code pages from.
