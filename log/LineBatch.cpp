@@ -13,8 +13,6 @@ constexpr std::size_t kKeptRoom = std::size_t{1} << 20;
 
 using Length = std::size_t;
 
-// The pieces of a line are short: what a call costs for each counts.
-
 // By the system's copy, which has fewer branches than a loop: pieces are short, and of any length.
 char* Put(std::string_view piece, char* to) {
   if (!piece.empty()) std::memcpy(to, piece.data(), piece.size());

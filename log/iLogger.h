@@ -68,6 +68,8 @@ class iLogger : public ZRefCountedWithFinalization {
   virtual void Write(std::string_view record) = 0;
 
   /// Blocks until everything queued is written. Returns 0, or the number of the wait that failed.
+  /// The queue is one for all logs of the process: lines that the writer of another log has taken
+  /// may still be on their way then.
   virtual std::uint32_t Flush() = 0;
 
   /// Appends the lines of the process-wide line list to `lines`.

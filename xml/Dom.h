@@ -68,9 +68,12 @@ class DomDocument {
   /// Its names keep their namespaces. Both documents are of one factory.
   virtual DomResult AppendChild(DomNode parent, DomNode child) = 0;
 
-  /// Reads a text as `LoadXml` does and puts its root element behind the last child of `parent`,
-  /// for a DOM that needs no document of its own for that: any other gives nothing. Whatever is not
-  /// plain success, text that cannot be parsed included, leaves the document as it was.
+  /// Whether `ReadInto` does anything: whether this DOM needs no other document to read a text.
+  [[nodiscard]] virtual bool ReadsInPlace() const { return false; }
+
+  /// Reads a text as `LoadXml` does and puts its root element behind the last child of `parent`.
+  /// Whatever is not plain success, text that cannot be parsed included, leaves the document as it
+  /// was.
   [[nodiscard]] virtual DomResult ReadInto(DomNode /*parent*/, std::string_view /*text*/) {
     return kDomNothing;
   }

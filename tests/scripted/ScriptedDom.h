@@ -78,6 +78,7 @@ class ScriptedDomDocument final : public DomDocument {
   DomResult AppendChild(DomNode parent, DomNode child) override {
     return m_script.Meet("append", [&] { return m_real->AppendChild(parent, child); });
   }
+  bool ReadsInPlace() const override { return m_real->ReadsInPlace(); }
   DomResult ReadInto(DomNode parent, std::string_view text) override {
     return m_script.Meet("read into", [&] { return m_real->ReadInto(parent, text); });
   }

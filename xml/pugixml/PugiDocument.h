@@ -38,6 +38,7 @@ class PugiDocument : public DomDocument {
   DomResult SetDocumentElement(DomNode element) override;
   DomResult DocumentElement(DomNode& element) override;
   DomResult AppendChild(DomNode parent, DomNode child) override;
+  [[nodiscard]] bool ReadsInPlace() const override { return true; }
   DomResult ReadInto(DomNode parent, std::string_view text) override;
   DomResult Remove(DomNode node) override;
   DomResult Replace(DomNode node, DomNode replacement) override;
