@@ -1,6 +1,6 @@
 #include "platform/posix/PosixOpenedThread.h"
 
-#include "platform/posix/ThreadContext.h"
+#include "platform/CallingThread.h"
 
 namespace tlk {
 namespace {
@@ -27,8 +27,7 @@ const std::shared_ptr<PosixEvent>& EndOfCurrentThread() {
 
 }  // namespace
 
-PosixOpenedThread::PosixOpenedThread()
-    : m_id(CurrentThreadNumber()), m_hasEnded(EndOfCurrentThread()) {}
+PosixOpenedThread::PosixOpenedThread() : m_id(CallingThread()), m_hasEnded(EndOfCurrentThread()) {}
 
 WaitResult PosixOpenedThread::Wait(std::uint32_t milliseconds) {
   return m_hasEnded->Wait(milliseconds);

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/CallingThread.h"
 #include "platform/posix/PosixEvent.h"
 #include "platform/posix/PosixMutex.h"
 #include "platform/posix/PosixNamedMutex.h"
@@ -44,7 +45,7 @@ std::unique_ptr<ThreadSlot> PosixSynchronisation::NewThreadSlot() {
   return PosixThreadSlot::Create();
 }
 
-std::uint32_t PosixSynchronisation::CurrentThreadId() const { return CurrentThreadNumber(); }
+std::uint32_t PosixSynchronisation::CurrentThreadId() const { return CallingThread(); }
 
 int PosixSynchronisation::LastError() const { return LastThreadError(); }
 

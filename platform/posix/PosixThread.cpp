@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <utility>
 
+#include "platform/CallingThread.h"
 #include "platform/posix/PosixEvent.h"
 #include "platform/posix/ThreadContext.h"
 
@@ -69,7 +70,7 @@ void* PosixThread::Main(void* argument) noexcept {
   const std::unique_ptr<std::shared_ptr<State>> owned(
       static_cast<std::shared_ptr<State>*>(argument));
   State& state = **owned;
-  state.id = CurrentThreadNumber();
+  state.id = CallingThread();
   state.hasId.Set();
   static_cast<void>(state.mayStart.Wait(kNoLimit));
   if (state.isWanted) state.work();

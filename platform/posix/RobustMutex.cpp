@@ -8,6 +8,7 @@
 #include <csignal>
 #include <ctime>
 
+#include "platform/CallingThread.h"
 #include "platform/posix/ThreadContext.h"
 
 namespace tlk {
@@ -52,7 +53,7 @@ WaitResult RobustMutex::Wait(std::uint32_t limit) {
     pthread_mutex_consistent(&m_mutex);
     m_holds = 0;
   }
-  m_owner.store(CurrentThreadNumber(), std::memory_order_relaxed);
+  m_owner.store(CallingThread(), std::memory_order_relaxed);
   ++m_holds;
   return result == EOWNERDEAD ? WaitResult::kAbandoned : WaitResult::kSignalled;
 }
@@ -91,7 +92,7 @@ bool RobustMutex::LetGo() {
 }
 
 bool RobustMutex::IsOwner() const {
-  return m_owner.load(std::memory_order_relaxed) == CurrentThreadNumber();
+  return m_owner.load(std::memory_order_relaxed) == CallingThread();
 }
 
 bool RobustMutex::IsOwnedByThisProcess() const {

@@ -16,13 +16,11 @@ thread_local int t_lastError = 0;
 
 }  // namespace
 
-std::uint32_t CurrentThreadNumber() {
+std::uint32_t CallingThread() noexcept {
   if (t_number == 0) [[unlikely]]
     t_number = static_cast<std::uint32_t>(gettid());
   return t_number;
 }
-
-std::uint32_t CallingThread() noexcept { return CurrentThreadNumber(); }
 
 int LastThreadError() { return t_lastError; }
 

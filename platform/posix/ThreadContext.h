@@ -1,11 +1,6 @@
 #pragma once
 
-#include <cstdint>
-
 namespace tlk {
-
-/// The number by which the system knows the calling thread.
-[[nodiscard]] std::uint32_t CurrentThreadNumber();
 
 /// The number of the calling thread's last failure in `Synchronisation`.
 [[nodiscard]] int LastThreadError();
