@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,12 @@ struct DomNodeTag;
 /// A node of a document; null for none. It stays valid as long as its document holds content: until
 /// the document is destroyed or loads another text. It owns nothing.
 using DomNode = DomNodeTag*;
+
+/// A name and a value that an element is to have.
+struct DomAttribute {
+  std::string_view name;
+  std::string_view value;
+};
 
 /// One XML document.
 ///
@@ -67,6 +74,13 @@ class DomDocument {
   /// and its old place keeps it or loses it, as the platform likes: read what follows it before.
   /// Its names keep their namespaces. Both documents are of one factory.
   virtual DomResult AppendChild(DomNode parent, DomNode child) = 0;
+
+  /// `CreateElement`, `SetAttribute` for each attribute, and `AppendChild` or, under null,
+  /// `SetDocumentElement`, in one. The names of the attributes differ. The result is that of the
+  /// first; the others do what they can.
+  [[nodiscard]] virtual DomResult AddElement(DomNode parent, std::string_view name,
+                                             std::span<const DomAttribute> attributes,
+                                             DomNode& element);
 
   /// Whether `ReadInto` does anything: whether this DOM needs no other document to read a text.
   [[nodiscard]] virtual bool ReadsInPlace() const { return false; }

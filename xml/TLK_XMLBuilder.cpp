@@ -1,6 +1,7 @@
 #include "xml/TLK_XMLBuilder.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <utility>
 
@@ -113,11 +114,7 @@ int TLK_XMLBuilder::EnsureDataElement() {
 
 void TLK_XMLBuilder::AppendDataElement(DomNode root) {
   DomNode data = nullptr;
-  if (CreateElement("Data", data) == 0) {
-    Append(root, data);
-  } else {
-    Report(failures::kEnsureData);
-  }
+  if (!AddElement(root, "Data", {}, failures::kCreateElement, data)) Report(failures::kEnsureData);
 }
 
 int TLK_XMLBuilder::AppendData(std::string_view payload) {
@@ -152,39 +149,44 @@ void TLK_XMLBuilder::Replace(std::unique_ptr<DomDocument> document) {
   m_isStamped = false;
 }
 
-bool TLK_XMLBuilder::NewElement(std::string_view name, const Failure& failure, DomNode& element) {
-  const DomResult result = m_document->CreateElement(name, element);
+bool TLK_XMLBuilder::BuildEnvelope(std::string_view type, std::int32_t sender,
+                                   std::int32_t receiver) {
+  const std::array<DomAttribute, 3> attributes = {
+      {{"Length", kEmptyStamp}, {"xmlns", ""}, {"Type", type}}};
+  DomNode root = nullptr;
+  return AddElement(nullptr, "TLK_Message", attributes, failures::kRootElement, root) &&
+         AddParty(root, "From", sender, failures::kFrom) &&
+         AddParty(root, "To", receiver, failures::kTo);
+}
+
+bool TLK_XMLBuilder::AddParty(DomNode root, std::string_view name, std::int32_t id,
+                              const Failure& failure) {
+  const Digits digits = Decimal(id);
+  const std::array<DomAttribute, 1> attributes = {{{"Id", digits.data()}}};
+  DomNode party = nullptr;
+  return AddElement(root, name, attributes, failure, party);
+}
+
+bool TLK_XMLBuilder::AddElement(DomNode parent, std::string_view name,
+                                std::span<const DomAttribute> attributes, const Failure& failure,
+                                DomNode& element) {
+  m_isStamped = false;
+  const DomResult result = m_document->AddElement(parent, name, attributes, element);
+  return IsMade(element, failure, result);
+}
+
+bool TLK_XMLBuilder::IsMade(DomNode& element, const Failure& failure, DomResult result) const {
   if (Succeeded(result) && element != nullptr) return true;
   Report(failure, result);
   element = nullptr;
   return false;
 }
 
-bool TLK_XMLBuilder::BuildEnvelope(std::string_view type, std::int32_t sender,
-                                   std::int32_t receiver) {
-  DomNode root = nullptr;
-  if (!NewElement("TLK_Message", failures::kRootElement, root)) return false;
-  SetAttribute(root, "Length", kEmptyStamp);
-  SetAttribute(root, "xmlns", "");
-  SetAttribute(root, "Type", type);
-  m_document->SetDocumentElement(root);
-  return AddParty(root, "From", sender, failures::kFrom) &&
-         AddParty(root, "To", receiver, failures::kTo);
-}
-
-bool TLK_XMLBuilder::AddParty(DomNode root, std::string_view name, std::int32_t id,
-                              const Failure& failure) {
-  DomNode party = nullptr;
-  if (!NewElement(name, failure, party)) return false;
-  SetAttribute(party, "Id", Decimal(id).data());
-  Append(root, party);
-  return true;
-}
-
 int TLK_XMLBuilder::CreateElement(std::string_view name, DomNode& element) {
   element = nullptr;
   if (!HasDocument()) return -1;
-  return NewElement(name, failures::kCreateElement, element) ? 0 : -1;
+  const DomResult result = m_document->CreateElement(name, element);
+  return IsMade(element, failures::kCreateElement, result) ? 0 : -1;
 }
 
 int TLK_XMLBuilder::SetAttribute(DomNode element, std::string_view name, std::string_view value) {

@@ -136,7 +136,9 @@ class TLK_XMLBuilder {
  private:
   // The envelope
   void Replace(std::unique_ptr<DomDocument> document);
-  bool NewElement(std::string_view name, const Failure& failure, DomNode& element);
+  bool AddElement(DomNode parent, std::string_view name, std::span<const DomAttribute> attributes,
+                  const Failure& failure, DomNode& element);
+  bool IsMade(DomNode& element, const Failure& failure, DomResult result) const;
   bool BuildEnvelope(std::string_view type, std::int32_t sender, std::int32_t receiver);
   bool AddParty(DomNode root, std::string_view name, std::int32_t id, const Failure& failure);
   void AppendDataElement(DomNode root);

@@ -269,6 +269,39 @@ TEST_F(DomTest, PutsElementsInNoNamespaceUnderADefaultOne) {
   EXPECT_EQ(Selected("//x"), "<x xmlns=\"\"/>");
 }
 
+// A DOM may have a short way for it, which must end as the steps do.
+TEST_F(DomTest, AddsAnElementInOneAsInSteps) {
+  const DomAttribute attributes[] = {{"k", "<\xE9\x01\n\">"}, {"no name", "v"}, {"xmlns", ""}};
+  struct {
+    std::string before, place, name;
+  } const cases[] = {{"", "", "n"},
+                     {"<r/>", "/r", "n\xE9"},
+                     {"<r/>", "", "n"},
+                     {"<r/>", "/r", "no name"},
+                     {"<r xmlns='d'>t</r>", "/*", "n"},
+                     {"<r xmlns='d'><a/></r>", "/*/*", "n"}};
+  for (const auto& one : cases) {
+    for (const std::size_t count : {0U, 3U}) {
+      SCOPED_TRACE(one.before + one.place + one.name);
+      const std::span some(attributes, count);
+      const auto added = [&](const auto& add) {
+        EXPECT_EQ(m_real.NewDocument(m_document), kDomOk);
+        if (!one.before.empty()) Load(one.before);
+        const DomNode place = one.place.empty() ? nullptr : Node(one.place);
+        DomNode element = nullptr;
+        EXPECT_EQ(Succeeded(add(place, element)), one.name != "no name");
+        return Xml();
+      };
+      EXPECT_EQ(added([&](DomNode place, DomNode& element) {
+                  return m_document->AddElement(place, one.name, some, element);
+                }),
+                added([&](DomNode place, DomNode& element) {
+                  return m_document->DomDocument::AddElement(place, one.name, some, element);
+                }));
+    }
+  }
+}
+
 TEST_F(DomTest, WalksOverEverythingButBlanks) {
   Load("<!--0--><r k='v'>\n <a/> \n<!--c-->x<p:b xmlns:p='urn:p'/><?i?><![CDATA[ ]]>\n</r>");
   DomNode node = nullptr;

@@ -12,15 +12,16 @@ bool IsPlainElement(const pugi::xml_node& node) {
   return node.type() == pugi::node_element && IsInNoNamespace(node);
 }
 
-pugi::xml_node PugiChildren::Find(const pugi::xml_node& parent, const char* name) {
+pugi::xml_node PugiChildren::Find(const pugi::xml_node& parent, std::string_view name) {
   if (!IsSame(parent, m_parent)) {
     Forget();
     m_parent = parent;
   }
   if (m_searches < kPlainSearches) {
     ++m_searches;
-    pugi::xml_node child = parent.child(name);
-    while (!IsNone(child) && !IsPlainElement(child)) child = child.next_sibling(name);
+    pugi::xml_node child = parent.first_child();
+    while (!IsNone(child) && !(child.name() == name && IsPlainElement(child)))
+      child = child.next_sibling();
     return child;
   }
   const auto known = m_firsts.find(name);

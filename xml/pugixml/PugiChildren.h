@@ -16,7 +16,7 @@ class PugiChildren {
  public:
   /// The first child of `parent` that has the name and is an element in no namespace. May throw for
   /// want of memory.
-  [[nodiscard]] pugi::xml_node Find(const pugi::xml_node& parent, const char* name);
+  [[nodiscard]] pugi::xml_node Find(const pugi::xml_node& parent, std::string_view name);
 
   /// A child is about to leave its parent.
   void Leaves(const pugi::xml_node& child);

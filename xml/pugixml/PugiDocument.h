@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 #include <pugixml.hpp>
+#include <span>
 #include <string>
 
 #include "xml/Dom.h"
@@ -38,6 +39,8 @@ class PugiDocument : public DomDocument {
   DomResult SetDocumentElement(DomNode element) override;
   DomResult DocumentElement(DomNode& element) override;
   DomResult AppendChild(DomNode parent, DomNode child) override;
+  DomResult AddElement(DomNode parent, std::string_view name,
+                       std::span<const DomAttribute> attributes, DomNode& element) override;
   [[nodiscard]] bool ReadsInPlace() const override { return true; }
   DomResult ReadInto(DomNode parent, std::string_view text) override;
   DomResult Remove(DomNode node) override;
@@ -59,6 +62,8 @@ class PugiDocument : public DomDocument {
   DomResult Parse(std::string_view text);
   [[nodiscard]] std::string_view ToSource(std::string_view text);
   bool TakeName(std::string_view name);
+  DomResult AppendAttribute(pugi::xml_node element, const DomAttribute& attribute);
+  DomResult SetValue(pugi::xml_attribute attribute, std::string_view value);
   [[nodiscard]] bool IsStray(const pugi::xml_node& node) const;
   [[nodiscard]] bool HasParent(const pugi::xml_node& node) const;
   [[nodiscard]] bool MayReplace(const pugi::xml_node& old, const pugi::xml_node& fresh) const;

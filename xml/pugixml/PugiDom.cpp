@@ -117,9 +117,9 @@ DomResult PugiDocument::SelectNode(DomNode context, std::string_view path, DomNo
   const PathStart start = {context == nullptr ? Tree() : NodeOf(context), m_root};
   if (!start.context) return kDomBadArgument;
   return Contained([&] {
-    m_store->text.ToTree(path, m_store->name);
     pugi::xpath_node found;
-    const DomResult result = m_store->paths.Select(start, m_store->name, m_strays > 0, found);
+    const DomResult result = m_store->paths.Select(start, m_store->text.InTree(path, m_store->name),
+                                                   m_strays > 0, found);
     if (result == kDomOk)
       node = found.attribute() ? HandleOf(found.attribute()) : HandleOf(found.node());
     return result;

@@ -30,8 +30,7 @@ pugi::xml_node FirstElementFrom(pugi::xml_node node) {
 
 // Takes a name over into the scratch space; false for what cannot be a name.
 bool PugiDocument::TakeName(std::string_view name) {
-  m_store->text.ToTreeValue(name, m_store->name);
-  return m_store->text.IsName(m_store->name);
+  return m_store->text.NameInTree(name, m_store->name);
 }
 
 DomResult PugiDocument::CreateElement(std::string_view name, DomNode& element) {
@@ -43,6 +42,31 @@ DomResult PugiDocument::CreateElement(std::string_view name, DomNode& element) {
     ++m_strays;
     element = HandleOf(made);
     return kDomOk;
+  });
+}
+
+// Elsewhere than under the document element, an element is made first and then placed.
+DomResult PugiDocument::AddElement(DomNode parent, std::string_view name,
+                                   std::span<const DomAttribute> attributes, DomNode& element) {
+  if (parent != HandleOf(m_root)) return DomDocument::AddElement(parent, name, attributes, element);
+  element = nullptr;
+  const DomResult result = Contained([&] {
+    if (!TakeName(name)) return kDomBadArgument;
+    pugi::xml_node place = parent == nullptr ? Tree() : m_root;
+    element = HandleOf(place.append_child(m_store->name.c_str()));
+    return element != nullptr ? kDomOk : kDomOutOfMemory;
+  });
+  if (result != kDomOk) return result;
+  if (parent == nullptr) m_root = NodeOf(element);
+  for (const DomAttribute& attribute : attributes) AppendAttribute(NodeOf(element), attribute);
+  if (parent != nullptr) KeepInNoNamespace(NodeOf(element));
+  return kDomOk;
+}
+
+DomResult PugiDocument::AppendAttribute(pugi::xml_node element, const DomAttribute& attribute) {
+  return Contained([&] {
+    if (!TakeName(attribute.name)) return kDomBadArgument;
+    return SetValue(element.append_attribute(m_store->name.c_str()), attribute.value);
   });
 }
 
@@ -174,12 +198,15 @@ DomResult PugiDocument::SetAttribute(DomNode element, std::string_view name,
   return Contained([&] {
     if (!TakeName(name)) return kDomBadArgument;
     if (std::string_view(m_store->name) == "xmlns") m_store->children.Forget();
-    const std::string_view kept = m_store->text.ValueInTree(value, m_store->value);
     pugi::xml_attribute attribute = owner.attribute(m_store->name.c_str());
     if (IsNone(attribute)) attribute = owner.append_attribute(m_store->name.c_str());
-    const bool set = attribute.set_value(kept.data(), kept.size());
-    return set ? kDomOk : kDomOutOfMemory;
+    return SetValue(attribute, value);
   });
+}
+
+DomResult PugiDocument::SetValue(pugi::xml_attribute attribute, std::string_view value) {
+  const std::string_view kept = m_store->text.ValueInTree(value, m_store->value);
+  return attribute.set_value(kept.data(), kept.size()) ? kDomOk : kDomOutOfMemory;
 }
 
 DomResult PugiDocument::SetText(DomNode element, std::string_view text) {

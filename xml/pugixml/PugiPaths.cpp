@@ -1,7 +1,6 @@
 #include "xml/pugixml/PugiPaths.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 #include "xml/PathNames.h"
@@ -26,9 +25,9 @@ bool IsWord(std::string_view path) {
          std::all_of(path.begin(), path.end(), ContinuesWord);
 }
 
-bool IsNamed(const pugi::xml_node& node, const char* name) {
+bool IsNamed(const pugi::xml_node& node, std::string_view name) {
   const char* const own = node.name();
-  return *own == *name && std::strcmp(own, name) == 0 && IsPlainElement(node);
+  return *own == name.front() && own == name && IsPlainElement(node);
 }
 
 // The node behind `node` in document order, within the tree under `root`.
@@ -39,7 +38,7 @@ pugi::xml_node Next(pugi::xml_node node, const pugi::xml_node& root) {
   return {};
 }
 
-pugi::xml_node Anywhere(const pugi::xml_node& root, const char* name) {
+pugi::xml_node Anywhere(const pugi::xml_node& root, std::string_view name) {
   for (pugi::xml_node node = root; !IsNone(node); node = Next(node, root))
     if (IsNamed(node, name)) return node;
   return {};
@@ -67,14 +66,13 @@ pugi::xpath_node FirstUnder(pugi::xpath_node_set found, const PathStart& start) 
 
 }  // namespace
 
-DomResult PugiPaths::Select(const PathStart& start, const std::string& path, bool strays,
+DomResult PugiPaths::Select(const PathStart& start, std::string_view path, bool strays,
                             pugi::xpath_node& found) {
   if (path.size() > kMaxPathLength) return kDomFailed;
   if (IsWord(path)) {
-    found = Child(start, path.c_str());
-  } else if (path.starts_with(kAnywhere) &&
-             IsWord(std::string_view(path).substr(kAnywhere.size()))) {
-    found = Anywhere(start.root, path.c_str() + kAnywhere.size());
+    found = Child(start, path);
+  } else if (path.starts_with(kAnywhere) && IsWord(path.substr(kAnywhere.size()))) {
+    found = Anywhere(start.root, path.substr(kAnywhere.size()));
   } else {
     const pugi::xpath_query* const query = Compile(path);
     if (query == nullptr || query->return_type() != pugi::xpath_type_node_set) return kDomFailed;
@@ -84,18 +82,18 @@ DomResult PugiPaths::Select(const PathStart& start, const std::string& path, boo
   return found ? kDomOk : kDomNothing;
 }
 
-pugi::xml_node PugiPaths::Child(const PathStart& start, const char* name) {
+pugi::xml_node PugiPaths::Child(const PathStart& start, std::string_view name) {
   if (start.context.type() != pugi::node_document) return m_children.Find(start.context, name);
   return IsNamed(start.root, name) ? start.root : pugi::xml_node();
 }
 
-const pugi::xpath_query* PugiPaths::Compile(const std::string& path) {
+const pugi::xpath_query* PugiPaths::Compile(std::string_view path) {
   const auto known = std::find_if(m_compiled.begin(), m_compiled.end(),
-                                  [&path](const Compiled& kept) { return kept.path == path; });
+                                  [path](const Compiled& kept) { return kept.path == path; });
   if (known != m_compiled.end()) return known->query.get();
   if (!BindPathNames(path, m_bound)) return nullptr;
 
-  Compiled compiled{path, std::make_unique<pugi::xpath_query>(m_bound.c_str())};
+  Compiled compiled{std::string(path), std::make_unique<pugi::xpath_query>(m_bound.c_str())};
   if (m_compiled.size() < kKept) return m_compiled.emplace_back(std::move(compiled)).query.get();
   Compiled& oldest = m_compiled[m_oldest++ % kKept];
   oldest = std::move(compiled);

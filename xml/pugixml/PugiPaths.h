@@ -4,6 +4,7 @@
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "xml/Dom.h"
@@ -26,7 +27,7 @@ class PugiPaths {
   /// The first node, in document order. Elements that stand at the top of the tree beside `root` do
   /// not belong to the document; `strays` tells whether there are any. None is selected, though
   /// functions that count see them. May throw what pugixml throws.
-  [[nodiscard]] DomResult Select(const PathStart& start, const std::string& path, bool strays,
+  [[nodiscard]] DomResult Select(const PathStart& start, std::string_view path, bool strays,
                                  pugi::xpath_node& found);
 
  private:
@@ -35,8 +36,8 @@ class PugiPaths {
     std::unique_ptr<pugi::xpath_query> query;
   };
 
-  pugi::xml_node Child(const PathStart& start, const char* name);
-  const pugi::xpath_query* Compile(const std::string& path);
+  pugi::xml_node Child(const PathStart& start, std::string_view name);
+  const pugi::xpath_query* Compile(std::string_view path);
 
   static constexpr std::size_t kKept = 8;
   PugiChildren& m_children;

@@ -31,7 +31,13 @@ constexpr auto kNameCharacters = [] {
   return belongs;
 }();
 
-bool ContinuesName(char c) { return kNameCharacters[static_cast<unsigned char>(c)]; }
+// Whether a text is a name of the plainest kind, which is the same in the tree.
+bool IsPlainName(std::string_view narrow) {
+  if (narrow.empty() || !BeginsName(narrow.front())) return false;
+  bool all = true;
+  for (const char c : narrow) all &= kNameCharacters[static_cast<unsigned char>(c)];
+  return all;
+}
 
 // Whether a value is the same in the tree: printable ASCII, nothing else.
 bool IsPlainValue(std::string_view narrow) {
@@ -46,12 +52,14 @@ void DropBeyond(Text& scratch, std::size_t bytes) {
 }  // namespace
 
 void PugiText::ToTree(std::string_view narrow, std::string& utf8) {
-  if (IsAscii(narrow)) {
-    utf8.assign(narrow);
-    return;
-  }
+  utf8.assign(InTree(narrow, utf8));
+}
+
+std::string_view PugiText::InTree(std::string_view narrow, std::string& scratch) {
+  if (IsAscii(narrow)) return narrow;
   m_codePage.Widen(narrow, m_wide);
-  Utf16ToUtf8(m_wide, utf8);
+  Utf16ToUtf8(m_wide, scratch);
+  return scratch;
 }
 
 void PugiText::ToTreeValue(std::string_view narrow, std::string& utf8) {
@@ -83,10 +91,12 @@ void PugiText::TakeFromTree(std::string& utf8, std::string& narrow) {
   }
 }
 
-bool PugiText::IsName(std::string_view utf8) {
-  if (utf8.empty()) return false;
-  if (BeginsName(utf8.front()) && std::all_of(utf8.begin(), utf8.end(), ContinuesName)) return true;
-  if (IsAscii(utf8)) return false;
+bool PugiText::NameInTree(std::string_view narrow, std::string& utf8) {
+  if (IsPlainName(narrow)) {
+    utf8.assign(narrow);
+    return true;
+  }
+  ToTreeValue(narrow, utf8);
   Utf8ToUtf16(utf8, m_wide);
   return IsXmlName(m_wide);
 }

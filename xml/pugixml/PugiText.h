@@ -17,11 +17,14 @@ class PugiText {
   /// Replaces `utf8` by `narrow`.
   void ToTree(std::string_view narrow, std::string& utf8);
 
+  /// The same, where the text may stay where it is: it is copied only if it has to be changed.
+  [[nodiscard]] std::string_view InTree(std::string_view narrow, std::string& scratch);
+
   /// The same for a single value, which ends before its first zero byte. A control character that
   /// no document can hold becomes "?".
   void ToTreeValue(std::string_view narrow, std::string& utf8);
 
-  /// The same, where the text may stay where it is: it is copied only if it has to be changed.
+  /// The same where it may stay where it is.
   [[nodiscard]] std::string_view ValueInTree(std::string_view narrow, std::string& scratch);
 
   /// Replaces `narrow` by `utf8`, all or nothing. A character that the code page lacks becomes "?".
@@ -30,8 +33,9 @@ class PugiText {
   /// The same, where `utf8` is no longer needed and may be taken over.
   void TakeFromTree(std::string& utf8, std::string& narrow);
 
-  /// Whether `utf8` can name an element or attribute, without a prefix.
-  [[nodiscard]] bool IsName(std::string_view utf8);
+  /// The same for the name of an element or attribute, without a prefix; false for what cannot be
+  /// one.
+  [[nodiscard]] bool NameInTree(std::string_view narrow, std::string& utf8);
 
   /// Lets go of scratch space beyond `bytes`.
   void Trim(std::size_t bytes);

@@ -68,6 +68,10 @@ bool IsAscii(std::string_view text) {
     std::memcpy(block.data(), text.data() + at, sizeof block);
     if (((block[0] | block[1] | block[2] | block[3]) & kHighBits) != 0) return false;
   }
+  for (; at + sizeof block[0] <= text.size(); at += sizeof block[0]) {
+    std::memcpy(block.data(), text.data() + at, sizeof block[0]);
+    if ((block[0] & kHighBits) != 0) return false;
+  }
   for (; at < text.size(); ++at)
     if (static_cast<unsigned char>(text[at]) >= 0x80) return false;
   return true;
