@@ -13,6 +13,9 @@ if(TLKC2_SANITIZE)
     -fsanitize=${TLKC2_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(tlkc2_options INTERFACE -fsanitize=${TLKC2_SANITIZE})
 endif()
+if(TLKC2_FUZZ)
+  target_compile_options(tlkc2_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 set_property(GLOBAL PROPERTY TLKC2_LIBRARIES)
 

@@ -28,6 +28,10 @@ need_test_tools() {
   need_build_tools && need libgtest-dev libgmock-dev libexpat1-dev
 }
 
+need_fuzz_tools() {
+  need_build_tools && need clang libclang-rt-dev libexpat1-dev
+}
+
 # The peers that this project is measured beside, and what makes a table of the figures.
 need_bench_tools() {
   need_build_tools && need libstrophe-dev libspdlog-dev libboost-dev libboost-thread-dev \

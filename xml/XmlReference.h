@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <string_view>
+#include <type_traits>
 
 #include "xml/XmlCharacters.h"
 
@@ -34,7 +35,8 @@ const char* ReadNumericReference(const Char*& at, const Char* end, char32_t& cha
   if (base == 16) ++at;
   const Char* const digits = at;
   char32_t number = 0;
-  for (unsigned digit; at != end && (digit = DigitValue(*at)) < base; ++at)
+  for (unsigned digit;
+       at != end && (digit = DigitValue(static_cast<std::make_unsigned_t<Char>>(*at))) < base; ++at)
     number = std::min<char32_t>(number * base + digit, 0x110000);
   if (at == digits || at == end || *at != ';') return "character reference is malformed";
   if (!IsXmlCharacter(number)) return "character reference names no character";

@@ -15,7 +15,7 @@ namespace tlk::host {
 
 /// A control and what a session keeps about it: its number, its waiting handlers, how many events
 /// it has raised, and whether it may be freed yet.
-class SessionControl : private DrivenEvents {
+class SessionControl final : private DrivenEvents {
  public:
   /// Hears of each event; `text` is its line of output.
   using Listener =

@@ -1,0 +1,36 @@
+#include "fuzz/Fuzzing.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+namespace tlk::fuzz {
+
+void Check(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "Does not hold: %s\n", what);
+  std::abort();
+}
+
+std::uint8_t Input::Byte() {
+  if (m_left.empty()) return 0;
+  const auto byte = static_cast<std::uint8_t>(m_left.front());
+  m_left.remove_prefix(1);
+  return byte;
+}
+
+std::string Input::Text() {
+  const std::size_t high = Byte();
+  const std::size_t size = std::min(high << 8 | Byte(), m_left.size());
+  std::string text(m_left.substr(0, size));
+  m_left.remove_prefix(size);
+  return text;
+}
+
+std::string Input::Rest() {
+  std::string text(m_left);
+  m_left = {};
+  return text;
+}
+
+}  // namespace tlk::fuzz
