@@ -75,14 +75,14 @@ int CTlkc::BeginMessage(const TraceRecord& invalid) {
 
 int CTlkc::ReadBody() {
   // Less than nothing is missing when the stamp is shorter than the prefix: the socket refuses
-  // that.
+  // that. The buffer has room for all of it, but only while this call lasts: what is kept grows
+  // with what has come, so that a stamp that announces much costs nothing by itself.
   const int missing = m_expectedLength - static_cast<int>(m_recvText.size());
   const auto size = static_cast<std::size_t>(std::max(missing, 0));
   std::array<char, kSmallBody> small;
   std::unique_ptr<char[]> large;
   if (size > kSmallBody) {
     large = std::make_unique_for_overwrite<char[]>(size);
-    m_recvText.reserve(static_cast<std::size_t>(m_expectedLength));
   }
   const std::span<char> body(large ? large.get() : small.data(), size);
   const int received = m_ports.sockets.Receive(m_socket, body, missing);

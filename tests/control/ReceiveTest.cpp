@@ -109,6 +109,28 @@ TEST_F(ReceiveTest, AnIncompletePrefixIsWaitedFor) {
               ElementsAre(30, 20, 10, 1, static_cast<int>(frame.size()) - 30));
 }
 
+// A peer that announced the longest message and then dripped held ten megabytes for as long as it
+// liked; twice that during each receive.
+TEST_F(ReceiveTest, AnAnnouncedLengthHoldsNoMemoryForWhatHasNotCome) {
+  ArriveAndRead("<TLK_Message Length=\"9999999\" " + std::string(10'000, 'x'));
+  for (int i = 0; i < 100; ++i) {
+    ArriveAndRead("x");
+  }
+  EXPECT_EQ(control->m_recvText.size(), 10'130U);
+  EXPECT_LE(control->m_recvText.capacity(), 2 * control->m_recvText.size());
+  EXPECT_EQ(sockets.receiveSizes.back(), 9'999'999 - 10'129);
+}
+
+TEST_F(ReceiveTest, TheLongestMessageIsReceived) {
+  const std::size_t around = Frame("Long", "<Data></Data>").size();
+  ArriveAndRead(Frame("Long", "<Data>" + std::string(kMaxMessageLength - around, 'x') + "</Data>"));
+  ASSERT_EQ(timeline.size(), 2U);
+  EXPECT_EQ(timeline.back().size(), std::string("event message [Long] []").size() +
+                                        std::string("<Data></Data>").size() + kMaxMessageLength -
+                                        around);
+  EXPECT_EQ(control->m_recvText.capacity(), std::string().capacity());
+}
+
 TEST_F(ReceiveTest, APartSurvivesTheEndOfTheConnection) {
   const auto frame = Frame("Split", "");
   sockets.Arrive(frame.substr(0, 40));
