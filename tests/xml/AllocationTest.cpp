@@ -4,14 +4,14 @@
 #include <pugixml.hpp>
 
 #include "tests/xml/CodecTest.h"
-#include "tests/xml/ScarceMemory.h"
+#include "tests/scripted/ScarceMemory.h"
 
 namespace tlk {
 namespace {
 
 class AllocationTest : public CodecTest {
  protected:
-  void SetUp() override { pugi::set_memory_management_functions(test::AllocateScarce, std::free); }
+  void SetUp() override { pugi::set_memory_management_functions(test::AllocateScarce, test::FreeScarce); }
   void TearDown() override { pugi::set_memory_management_functions(std::malloc, std::free); }
 };
 

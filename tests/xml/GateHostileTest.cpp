@@ -4,8 +4,8 @@
 #include <functional>
 #include <string>
 
+#include "tests/scripted/ScarceMemory.h"
 #include "tests/xml/GateOracle.h"
-#include "tests/xml/ScarceMemory.h"
 #include "xml/Gate.h"
 
 namespace tlk::test {
