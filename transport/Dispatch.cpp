@@ -36,7 +36,9 @@ int CTlkc::HandleMessage() {
 // The answer to a keep-alive is handed out like any other message: whoever waits for a reply takes
 // the next message, whatever it is.
 int CTlkc::HandleMessage(std::string& type, std::string& data) {
-  TLK_XMLParser parser(MessageCodec(), m_recvText);
+  Codec codec = MessageCodec();
+  codec.maxDepth = kMaxMessageDepth;
+  TLK_XMLParser parser(codec, m_recvText);
   if (!parser.HasDocument()) {
     return -1;
   }

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstddef>
+
+#include "xml/Gate.h"
+
 namespace tlk {
 
 class AnsiText;
 class DomFactory;
-class XmlGate;
 class iLogger;
 
 /// What message documents are built and read with, and where their failures are recorded. It refers
@@ -14,6 +17,8 @@ struct Codec {
   const AnsiText& text;
   const XmlGate& gate;
   iLogger& log;
+  /// How deep a document that is read may be.
+  std::size_t maxDepth = kMaxXmlDepth;
 };
 
 }  // namespace tlk

@@ -22,7 +22,7 @@ struct Parse {
 Parse LoadThroughGate(const Codec& codec, DomDocument& document, std::string_view text) {
   document.SelectXPath();
   Parse parse;
-  parse.verdict = codec.gate.Pass(text);
+  parse.verdict = codec.gate.Pass(text, codec.maxDepth);
   if (parse.verdict.Passed()) parse.result = document.LoadXml(text, parse.loaded);
   return parse;
 }

@@ -22,8 +22,8 @@ bool IsAscii(std::string_view text) {
 }
 
 /// ASCII text needs no code page: its bytes are the numbers of their characters.
-GateVerdict PassAscii(std::string_view text) {
-  return ScanXml(text, {XmlTraitsOfUtf16(), nullptr});
+GateVerdict PassAscii(std::string_view text, std::size_t maxDepth) {
+  return ScanXml(text, {XmlTraitsOfUtf16(), nullptr}, maxDepth);
 }
 
 std::u16string UpperHalf(const AnsiText& codePage) {
@@ -46,19 +46,19 @@ XmlGate::XmlGate(const AnsiText& codePage)
                  [traits = XmlTraitsOfUtf16()](char16_t c) { return traits[c]; });
 }
 
-GateVerdict XmlGate::Pass(std::string_view text) const noexcept {
+GateVerdict XmlGate::Pass(std::string_view text, std::size_t maxDepth) const noexcept {
   try {
-    if (m_singleByte) return ScanXml(text, {m_traits.data(), m_wide.data()});
-    return IsAscii(text) ? PassAscii(text) : PassWide(text);
+    if (m_singleByte) return ScanXml(text, {m_traits.data(), m_wide.data()}, maxDepth);
+    return IsAscii(text) ? PassAscii(text, maxDepth) : PassWide(text, maxDepth);
   } catch (const std::exception&) {
     return kNoMemory;
   }
 }
 
-GateVerdict XmlGate::PassWide(std::string_view text) const {
+GateVerdict XmlGate::PassWide(std::string_view text, std::size_t maxDepth) const {
   std::u16string wide;
   m_codePage.Widen(text, wide);
-  GateVerdict verdict = ScanXml<char16_t>(wide, {XmlTraitsOfUtf16(), nullptr});
+  GateVerdict verdict = ScanXml<char16_t>(wide, {XmlTraitsOfUtf16(), nullptr}, maxDepth);
   if (verdict.Passed()) return verdict;
   std::string before;
   m_codePage.Narrow(std::u16string_view(wide).substr(0, verdict.position), before);

@@ -12,6 +12,9 @@ class AnsiText;
 /// The limits of a document that is let in. The root element is at depth 1; namespace declarations
 /// count as attributes.
 inline constexpr std::size_t kMaxXmlDepth = 256;
+/// A message has the envelope's root and `Data` around its body: what one control may send, another
+/// can receive.
+inline constexpr std::size_t kMaxMessageDepth = kMaxXmlDepth + 2;
 inline constexpr std::size_t kMaxXmlAttributes = 1024;
 
 /// What the gate found. `reason` is null for a document that may pass, else a constant text;
@@ -41,11 +44,12 @@ class XmlGate {
   /// multi-byte code page, more than ASCII; when that memory is not to be had, it refuses. Takes
   /// time in proportion to the text (times a logarithm for the hostile). Never throws, and never
   /// reads outside `text`. In a multi-byte code page the position is a guess behind a broken
-  /// character.
-  [[nodiscard]] GateVerdict Pass(std::string_view text) const noexcept;
+  /// character. `maxDepth` is at most `kMaxMessageDepth`.
+  [[nodiscard]] GateVerdict Pass(std::string_view text,
+                                 std::size_t maxDepth = kMaxXmlDepth) const noexcept;
 
  private:
-  [[nodiscard]] GateVerdict PassWide(std::string_view text) const;
+  [[nodiscard]] GateVerdict PassWide(std::string_view text, std::size_t maxDepth) const;
 
   const AnsiText& m_codePage;
   bool m_singleByte;

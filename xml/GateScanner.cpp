@@ -1,5 +1,6 @@
 #include "xml/GateScanner.h"
 
+#include <algorithm>
 #include <array>
 #include <span>
 #include <type_traits>
@@ -16,12 +17,13 @@ namespace {
 template <typename Char>
 class GateScanner {
  public:
-  GateScanner(std::basic_string_view<Char> text, const XmlAlphabet& alphabet)
+  GateScanner(std::basic_string_view<Char> text, const XmlAlphabet& alphabet, std::size_t maxDepth)
       : m_begin(text.data()),
         m_at(text.data()),
         m_end(text.data() + text.size()),
         m_alphabet(alphabet),
-        m_namespaces(alphabet) {}
+        m_namespaces(alphabet),
+        m_maxDepth(std::min(maxDepth, kMaxMessageDepth)) {}
 
   GateVerdict Run() {
     SkipByteOrderMark();
@@ -92,10 +94,11 @@ class GateScanner {
   XmlAlphabet m_alphabet;
   GateVerdict m_verdict;
   GateNamespaces<Char> m_namespaces;
+  const std::size_t m_maxDepth;
   std::size_t m_depth = 0;
   std::size_t m_attributeCount = 0;
   bool m_prefixedAttributes = false;
-  std::array<OpenElement, kMaxXmlDepth> m_open;
+  std::array<OpenElement, kMaxMessageDepth> m_open;
   std::array<GateAttribute<Char>, kMaxXmlAttributes> m_attributes;
 };
 
@@ -245,7 +248,7 @@ bool GateScanner<Char>::Reference() {
 template <typename Char>
 bool GateScanner<Char>::StartTag() {
   const Char* const start = m_at++;
-  if (m_depth == kMaxXmlDepth) return Fail("elements are nested too deeply", start);
+  if (m_depth == m_maxDepth) return Fail("elements are nested too deeply", start);
   OpenElement& element = m_open[m_depth];
   element.declared = m_namespaces.Mark();
   if (!ReadName(element.name) || !Attributes()) return false;
@@ -382,11 +385,12 @@ bool GateScanner<Char>::AttributesDiffer() {
 }  // namespace
 
 template <typename Char>
-GateVerdict ScanXml(std::basic_string_view<Char> text, const XmlAlphabet& alphabet) {
-  return GateScanner<Char>(text, alphabet).Run();
+GateVerdict ScanXml(std::basic_string_view<Char> text, const XmlAlphabet& alphabet,
+                    std::size_t maxDepth) {
+  return GateScanner<Char>(text, alphabet, maxDepth).Run();
 }
 
-template GateVerdict ScanXml(std::string_view, const XmlAlphabet&);
-template GateVerdict ScanXml(std::u16string_view, const XmlAlphabet&);
+template GateVerdict ScanXml(std::string_view, const XmlAlphabet&, std::size_t);
+template GateVerdict ScanXml(std::u16string_view, const XmlAlphabet&, std::size_t);
 
 }  // namespace tlk

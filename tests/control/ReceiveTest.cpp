@@ -260,6 +260,26 @@ TEST_F(ReceiveTest, TextThatIsNoDocumentIsDroppedAndTheNextOneRead) {
   EXPECT_THAT(timeline, ElementsAre("N0 1000 Message Recieved. Good\n", "event message [Good] []"));
 }
 
+// A body at the limit of depth was sent, but a control that received it dropped the message.
+TEST_F(ReceiveTest, WhatOneControlMaySendAnotherReceives) {
+  const auto nested = [](std::size_t depth) {
+    std::string text;
+    for (std::size_t i = 0; i < depth; ++i) text += "<a>";
+    for (std::size_t i = 0; i < depth; ++i) text += "</a>";
+    return text;
+  };
+  const auto deepest = nested(kMaxXmlDepth);
+  control->SendTLKMsg(u"Deep", std::u16string(deepest.begin(), deepest.end()));
+  ArriveAndRead(sockets.sent);
+  ASSERT_EQ(timeline.size(), 3U);
+  EXPECT_THAT(timeline.back(), testing::StartsWith("event message [Deep] [<Data><a><a>"));
+
+  timeline.clear();
+  ArriveAndRead(Frame("Deeper", "<Data>" + nested(kMaxXmlDepth + 1) + "</Data>"));
+  EXPECT_THAT(timeline, IsEmpty());
+  EXPECT_EQ(control->m_status, TLK_Connected);
+}
+
 TEST_F(ReceiveTest, AMessageIsRaisedWithWhatItHas) {
   const std::pair<std::string, std::string> cases[] = {
       {Frame("><From Id=\"0\"/><To Id=\"1\"/><Data/>"), "event message [] [<Data/>]"},

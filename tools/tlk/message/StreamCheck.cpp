@@ -82,9 +82,11 @@ void StreamCheck::CheckMessage(std::uint64_t offset, const std::string& frame) {
 
 StreamCheck::Finding StreamCheck::Examine(std::string_view frame) const {
   Finding finding;
-  const GateVerdict verdict = m_codec.gate.Pass(frame);
+  Codec codec = m_codec;
+  codec.maxDepth = kMaxMessageDepth;
+  const GateVerdict verdict = codec.gate.Pass(frame, codec.maxDepth);
   if (verdict.Passed()) {
-    TLK_XMLParser parser(m_codec, frame);
+    TLK_XMLParser parser(codec, frame);
     std::string type;
     if (parser.GetType(type) == 0) finding.type = type;
     if (!parser.HasDocument()) finding.fault = "the DOM cannot load the message";

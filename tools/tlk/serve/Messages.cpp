@@ -65,10 +65,10 @@ std::string StampAndSerialise(TLK_XMLBuilder& builder) {
 Messages::Messages()
     : m_dom(SystemPlatform().text),
       m_gate(SystemPlatform().text),
-      m_codec{m_dom, SystemPlatform().text, m_gate, m_log} {}
+      m_codec{m_dom, SystemPlatform().text, m_gate, m_log, kMaxMessageDepth} {}
 
 std::optional<std::string> Messages::ReadType(std::string_view frame, std::string& fault) {
-  const auto verdict = m_gate.Pass(frame);
+  const auto verdict = m_gate.Pass(frame, kMaxMessageDepth);
   if (!verdict.Passed()) {
     fault =
         "not XML: " + std::string(verdict.reason) + " at byte " + std::to_string(verdict.position);
