@@ -140,6 +140,18 @@ TEST_F(SendTest, AnIdleConnectionIsKeptAliveEveryMinute) {
   EXPECT_EQ(Bare(sockets.sent), Sent("T", "<Data/>"));
 }
 
+TEST_F(SendTest, APeerThatNeverReadsMakesNothingWaitButAKeepAliveAMinute) {
+  ConnectQuietly();
+  for (int i = 0; i < 1000; ++i) {
+    sockets.Fail(Call::kSend, socket_error::kWouldBlock);
+    ArriveAndRead(Frame("Keep Connection Alive", ""));
+  }
+  EXPECT_EQ(control->m_pendingOut, "");
+  window.Advance(120'000);
+  const auto keepAlive = Sent("Keep Connection Alive", "", 7);
+  EXPECT_EQ(Bare(control->m_pendingOut), keepAlive + keepAlive);
+}
+
 TEST_F(SendTest, AKeepAliveThatFailsEndsTheConnection) {
   ConnectQuietly();
   sockets.Fail(Call::kSend, socket_error::kConnectionReset);
