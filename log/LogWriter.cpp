@@ -239,8 +239,10 @@ void LogWriter::KeepSize(std::int64_t size) {
   const bool isWritten = size != append_result::kNotWritten;
   if (!isWritten && !m_isFullAnnounced) std::printf("Unable to write %s\n", m_path.c_str());
   m_isFullAnnounced = !isWritten;
-  if (isWritten && size > settings.maxFileSize)
+  if (!isWritten || size <= settings.maxFileSize) return;
+  m_platform.files.RotateAlone(m_path, settings.maxFileSize, [this] {
     RotateFiles(m_platform.files, m_place, settings.fileCount);
+  });
 }
 
 // Without the time, which a console does not need; a marker line has nothing to show.

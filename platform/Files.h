@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,14 @@ class Files {
   /// closes it, and returns the size that it then has. Fails with `kNotOpened` when it cannot be
   /// opened and with `kNotWritten` when the line cannot be written whole (a full disk).
   [[nodiscard]] virtual std::int64_t AppendLine(const std::string& path, std::string_view line) = 0;
+
+  /// Calls `rotate`, which moves the file away, if it is larger than `size`. Of all processes that
+  /// ask for it at a time one gets to: the others do not wait, and leave it to that one. Files that
+  /// no other process has are rotated as asked.
+  virtual void RotateAlone(const std::string& /*path*/, std::int64_t /*size*/,
+                           const std::function<void()>& rotate) {
+    rotate();
+  }
 
   /// Deletes a file; false when there is none or it cannot be deleted.
   virtual bool Remove(const std::string& path) = 0;

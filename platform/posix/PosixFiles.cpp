@@ -1,6 +1,7 @@
 #include "platform/posix/PosixFiles.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,11 +17,26 @@
 namespace tlk {
 namespace {
 
-constexpr int kAppendFlags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-constexpr mode_t kNewFileMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
+constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+constexpr mode_t kNewFileMode = S_IRUSR | S_IWUSR;
 
 /// The size that the calling thread's last line has left a regular file with; -1 for none.
 thread_local off_t t_lastSize = -1;
+
+/// What others have put into a folder that they share may be there to read along, or to have the
+/// log written into a file of this user's.
+bool IsTrusted(const struct stat& status) {
+  return status.st_uid == geteuid() || status.st_uid == 0;
+}
+
+/// Follows a link in the log's place only when it is to be trusted.
+OwnedDescriptor OpenLog(const char* path, int flags) {
+  OwnedDescriptor file(open(path, flags | O_NOFOLLOW, kNewFileMode));
+  struct stat link {};
+  const bool isRefusedLink = !file.IsOpen() && errno == ELOOP;
+  if (!isRefusedLink || lstat(path, &link) != 0 || !IsTrusted(link)) return file;
+  return OwnedDescriptor(open(path, flags, kNewFileMode));
+}
 
 enum class Place { kFile, kDevice, kNeither };
 
@@ -30,7 +46,7 @@ Place PlaceOf(int descriptor, off_t size) {
   if (size >= 0 && size == t_lastSize) return Place::kFile;
   struct stat status {};
   if (fstat(descriptor, &status) != 0) return Place::kNeither;
-  if (S_ISREG(status.st_mode)) return Place::kFile;
+  if (S_ISREG(status.st_mode)) return IsTrusted(status) ? Place::kFile : Place::kNeither;
   return S_ISCHR(status.st_mode) ? Place::kDevice : Place::kNeither;
 }
 
@@ -104,7 +120,7 @@ bool RenameByLink(const char* from, const char* to) {
 }  // namespace
 
 std::int64_t PosixFiles::AppendLine(const std::string& path, std::string_view line) {
-  const OwnedDescriptor file(open(path.c_str(), kAppendFlags, kNewFileMode));
+  const OwnedDescriptor file = OpenLog(path.c_str(), kFlags | O_CREAT);
   if (!file.IsOpen()) return append_result::kNotOpened;
   const off_t size = lseek(file.Get(), 0, SEEK_END);
   const Place place = PlaceOf(file.Get(), size);
@@ -118,6 +134,20 @@ std::int64_t PosixFiles::AppendLine(const std::string& path, std::string_view li
   }
   if (place == Place::kDevice) return 0;
   return t_lastSize = size + static_cast<off_t>(written);
+}
+
+// The file's own lock, which goes with the descriptor: it holds between users as well, and leaves
+// nothing behind. Whoever waited for it would find the file gone, and might wait for ever. A file
+// system without locks rotates without.
+void PosixFiles::RotateAlone(const std::string& path, std::int64_t size,
+                             const std::function<void()>& rotate) {
+  const OwnedDescriptor file = OpenLog(path.c_str(), kFlags);
+  if (!file.IsOpen() || (flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)) return;
+  struct stat held {};
+  struct stat named {};
+  const bool isThere = fstat(file.Get(), &held) == 0 && stat(path.c_str(), &named) == 0 &&
+                       held.st_dev == named.st_dev && held.st_ino == named.st_ino;
+  if (isThere && held.st_size > size) rotate();
 }
 
 bool PosixFiles::Remove(const std::string& path) { return unlink(path.c_str()) == 0; }

@@ -5,16 +5,19 @@
 namespace tlk {
 
 /// File calls of a POSIX system. Nothing here blocks on a strange file or raises a signal: a log
-/// path that leads to something else than a regular file or a character device is not opened.
+/// path that leads to something else than a regular file or a character device is not opened, nor
+/// is a file or a link in the log's place that belongs to another user than this one and root.
 class PosixFiles final : public Files {
  public:
-  /// A new file gets the mode 0644, less the process's mask. Part of a line that could not be
+  /// A new file is for its user alone (mode 0600). Part of a line that could not be
   /// written whole is taken back, unless another process has appended behind it meanwhile. A line
   /// that another process appends in the same moment may not be in the size.
   ///
   /// The signal of the limit on file sizes (SIGXFSZ) stays blocked in the calling thread.
   [[nodiscard]] std::int64_t AppendLine(const std::string& path, std::string_view line) override;
 
+  void RotateAlone(const std::string& path, std::int64_t size,
+                   const std::function<void()>& rotate) override;
   bool Remove(const std::string& path) override;
   bool Rename(const std::string& from, const std::string& to) override;
 };

@@ -21,10 +21,14 @@ std::string InTextMode(std::string_view line) {
   return text += kLineEnd;
 }
 
+OwnedHandle Open(const std::string& path, DWORD access, DWORD disposition) {
+  return OwnFile(::CreateFileA(path.c_str(), access,
+                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                               disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
 OwnedHandle OpenLog(const std::string& path) {
-  OwnedHandle file = OwnFile(::CreateFileA(path.c_str(), GENERIC_WRITE,
-                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                           nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  OwnedHandle file = Open(path, GENERIC_WRITE, OPEN_ALWAYS);
   if (file && ::GetFileType(file.get()) == FILE_TYPE_PIPE) file.reset();
   return file;
 }
@@ -51,6 +55,18 @@ void TakeBack(HANDLE file, DWORD written) {
   if (::SetFilePointerEx(file, position, nullptr, FILE_BEGIN)) ::SetEndOfFile(file);
 }
 
+/// Takes the file's lock, which goes with the handle. It lies on a byte that no file has.
+bool Lock(HANDLE file) {
+  OVERLAPPED place{};
+  place.OffsetHigh = 0x7FFFFFFF;
+  return ::LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place);
+}
+
+bool IsSameFile(const BY_HANDLE_FILE_INFORMATION& one, const BY_HANDLE_FILE_INFORMATION& other) {
+  return one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&
+         one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
+}
+
 }  // namespace
 
 std::int64_t WindowsFiles::AppendLine(const std::string& path, std::string_view line) try {
@@ -66,6 +82,23 @@ std::int64_t WindowsFiles::AppendLine(const std::string& path, std::string_view 
   return ::GetFileSizeEx(file.get(), &size) ? size.QuadPart : 0;
 } catch (const std::bad_alloc&) {
   return append_result::kNotWritten;
+}
+
+// A file that another program does not let go of is left for later: all the others would have moved
+// in vain.
+void WindowsFiles::RotateAlone(const std::string& path, std::int64_t size,
+                               const std::function<void()>& rotate) {
+  const OwnedHandle file = Open(path, GENERIC_WRITE | DELETE, OPEN_EXISTING);
+  if (!file || !Lock(file.get())) return;
+  const OwnedHandle current = Open(path, 0, OPEN_EXISTING);
+  BY_HANDLE_FILE_INFORMATION held{};
+  BY_HANDLE_FILE_INFORMATION named{};
+  if (!current || !::GetFileInformationByHandle(file.get(), &held) ||
+      !::GetFileInformationByHandle(current.get(), &named) || !IsSameFile(held, named)) {
+    return;
+  }
+  const std::int64_t there = std::int64_t{held.nFileSizeHigh} << 32 | held.nFileSizeLow;
+  if (there > size) rotate();
 }
 
 bool WindowsFiles::Remove(const std::string& path) { return ::DeleteFileA(path.c_str()) != 0; }

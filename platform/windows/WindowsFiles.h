@@ -13,6 +13,9 @@ class WindowsFiles final : public Files {
   /// appended behind it meanwhile.
   [[nodiscard]] std::int64_t AppendLine(const std::string& path, std::string_view line) override;
 
+  /// Leaves a file for later that another program has open so that it cannot be moved.
+  void RotateAlone(const std::string& path, std::int64_t size,
+                   const std::function<void()>& rotate) override;
   bool Remove(const std::string& path) override;
   bool Rename(const std::string& from, const std::string& to) override;
 };

@@ -48,6 +48,25 @@ TEST_F(FilesContract, AppendsLinesAndTellsTheSize) {
     EXPECT_EQ(m_files.AppendLine(Path(notOpened), "line"), append_result::kNotOpened);
 }
 
+TEST_F(FilesContract, RotatesOnlyALargerFileAndOnlyOnceAtATime) {
+  const std::string path = Path("a.log");
+  const std::int64_t size = m_files.AppendLine(path, "line");
+  int calls = 0;
+  const auto rotate = [&] {
+    ++calls;
+    m_files.RotateAlone(path, 0, [&] { calls += 100; });
+    EXPECT_TRUE(m_files.Rename(path, Path("a1.log")));
+    EXPECT_GT(m_files.AppendLine(path, "next"), 0);
+  };
+  m_files.RotateAlone(path, size, rotate);
+  EXPECT_EQ(calls, 0);
+  m_files.RotateAlone(path, size - 1, rotate);
+  EXPECT_EQ(calls, 1);
+  m_files.RotateAlone(Path("missing.log"), -1, rotate);
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(LinesOf(Path("a1.log")), std::vector<std::string>{"line"});
+}
+
 TEST_F(FilesContract, RenamesOverNothingAndRemovesFilesOnly) {
   for (const char* name : {"a.log", "b.log"}) ASSERT_GT(m_files.AppendLine(Path(name), name), 0);
   EXPECT_FALSE(m_files.Rename(Path("a.log"), Path("b.log")));

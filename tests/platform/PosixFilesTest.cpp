@@ -7,7 +7,10 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <string>
 
 #include "platform/posix/OwnedDescriptor.h"
@@ -16,6 +19,8 @@ namespace tlk {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr uid_t kNobody = 65534;
 
 class PosixFilesTest : public testing::Test {
  protected:
@@ -52,6 +57,53 @@ TEST_F(PosixFilesTest, TakesATornLineBackAndSurvivesTheSignal) {
   sigset_t pending;
   ASSERT_EQ(sigpending(&pending), 0);
   EXPECT_EQ(sigismember(&pending, SIGXFSZ), 0);
+}
+
+/// Ends the process with 0 when another user's appending to these files comes out so.
+[[noreturn]] void AppendAsNobody(const std::map<std::string, std::int64_t>& results) {
+  bool isSo = setresuid(kNobody, kNobody, kNobody) == 0;
+  PosixFiles files;
+  for (const auto& [path, expected] : results) {
+    const std::int64_t result = files.AppendLine(path, "line");
+    if (result != expected) std::fprintf(stderr, "%s: %ld\n", path.c_str(), long{result});
+    isSo = isSo && result == expected;
+  }
+  std::_Exit(isSo ? 0 : 1);
+}
+
+TEST_F(PosixFilesTest, FailsAtOnceWhereTheUserHasNoRights) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
+  fs::permissions(fs::path(Path("")), fs::perms(0755));
+  for (const char* name : {"closed", "read-only"}) fs::create_directory(Path(name));
+  fs::permissions(Path("closed"), fs::perms(0700));
+  for (const char* name : {"own", "read-only/own", "own-read-only", "of-root"}) {
+    ASSERT_EQ(m_files.AppendLine(Path(name), ""), 1);
+    ASSERT_EQ(chown(Path(name).c_str(), kNobody, kNobody), 0);
+  }
+  ASSERT_EQ(chown(Path("of-root").c_str(), 0, 0), 0);
+  fs::permissions(Path("own-read-only"), fs::perms(0400));
+  EXPECT_EXIT(AppendAsNobody({{Path("closed/new"), append_result::kNotOpened},
+                              {Path("read-only/new"), append_result::kNotOpened},
+                              {Path("own-read-only"), append_result::kNotOpened},
+                              {Path("of-root"), append_result::kNotOpened},
+                              {Path("read-only/own"), 6},
+                              {Path("own"), 6}}),
+              testing::ExitedWithCode(0), "");
+}
+
+// Whoever may write to the folder could read the log of another user, or have it written into that
+// user's files.
+TEST_F(PosixFilesTest, LeavesWhatOthersPutInTheLogsPlace) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give a file to another user";
+  ASSERT_EQ(m_files.AppendLine(Path("a.log"), ""), 1);
+  EXPECT_EQ(fs::status(Path("a.log")).permissions(), fs::perms(0600));
+  for (const char* link : {"own-link", "link"}) fs::create_symlink(Path("a.log"), Path(link));
+  ASSERT_EQ(lchown(Path("link").c_str(), kNobody, kNobody), 0);
+  EXPECT_EQ(m_files.AppendLine(Path("link"), "line"), append_result::kNotOpened);
+  EXPECT_EQ(m_files.AppendLine(Path("own-link"), "line"), 6);
+  ASSERT_EQ(chown(Path("a.log").c_str(), kNobody, kNobody), 0);
+  ASSERT_EQ(m_files.AppendLine(Path("b.log"), ""), 1);  // A file of the last size is the last file.
+  EXPECT_EQ(m_files.AppendLine(Path("a.log"), "line"), append_result::kNotOpened);
 }
 
 }  // namespace

@@ -1,0 +1,91 @@
+// Two processes that write one log and rotate it, as two hosts of one user do:
+//
+//     two_processes LINES ROUNDS COVERED
+//
+// Each writes so many numbered lines with a limit that a hundred of them pass, so that both rotate
+// all the time; they used to delete what the other had just moved. Every line is in one of the
+// files, whole, and nowhere else, but for COVERED of them where the system appends in two steps, as
+// Wine does: a lost file is eighty. With a label for a fourth argument it is one of the two.
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <map>
+#include <string>
+
+#include "log/QNLogger.h"
+
+namespace tlk::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kFolder = "two-processes";
+constexpr int kMaxFileSize = 5000;
+constexpr int kLinesInAFile = 80;  // At least.
+
+/// How many generations hold all lines of both.
+int FileCount(int lines) { return 2 * lines / kLinesInAFile + 2; }
+
+int Write(const std::string& label, int lines) {
+  auto& log = *new QNLogger("shared.log", 4);  // Not destroyed: that would take a second.
+  log.SetDirectory(kFolder);
+  log.SetConsoleEcho(false);
+  log.SetRotation(kMaxFileSize, FileCount(lines));
+  for (int n = 0; n < lines; ++n) log.Write(label + std::to_string(n));
+  std::_Exit(log.Flush() == 0 ? 0 : 1);
+}
+
+/// How often each line is there, without its time and thread.
+std::map<std::string, int> CountLines() {
+  std::map<std::string, int> counts;
+  for (const auto& entry : fs::directory_iterator(kFolder)) {
+    std::ifstream file(entry.path());
+    for (std::string line; std::getline(file, line);) {
+      if (line.ends_with('\r')) line.pop_back();
+      ++counts[line.substr(line.rfind(' ') + 1)];
+    }
+  }
+  return counts;
+}
+
+/// How many lines are not there exactly once.
+int FaultsOf(std::map<std::string, int> counts, int lines) {
+  int faults = 0;
+  for (const char* label : {"first", "second"})
+    for (int n = 0; n < lines; ++n) faults += counts[label + std::to_string(n)] != 1;
+  counts.erase(std::string(28, '-'));  // The queue may have been full now and then.
+  return faults + static_cast<int>(counts.size()) - 2 * lines;
+}
+
+bool WriteTogether(const std::string& command, int lines, int covered) {
+  fs::remove_all(kFolder);
+  fs::create_directory(kFolder);
+  auto second =
+      std::async(std::launch::async, [&] { return std::system((command + " second").c_str()); });
+  const int status = std::system((command + " first").c_str());
+  if (second.get() != 0 || status != 0) return std::puts("a process failed"), false;
+  const auto files = std::distance(fs::directory_iterator(kFolder), fs::directory_iterator());
+  const int faults = FaultsOf(CountLines(), lines);
+  std::printf("%d lines in %d files, %d lost, torn or doubled\n", 2 * lines,
+              static_cast<int>(files), faults);
+  return faults <= covered && files > lines / 500;
+}
+
+}  // namespace
+}  // namespace tlk::test
+
+int main(int count, char** arguments) {
+  using namespace tlk::test;
+  if (count < 4) return 2;
+  const int lines = std::atoi(arguments[1]);
+  if (count > 4) return Write(arguments[4], lines);
+  bool isWhole = true;
+  const std::string command = std::string(arguments[0]) + " " + arguments[1] + " 1 0";
+  for (int round = std::atoi(arguments[2]); round > 0; --round)
+    isWhole = WriteTogether(command, lines, std::atoi(arguments[3])) && isWhole;
+  std::filesystem::remove_all(kFolder);
+  return isWhole ? 0 : 1;
+}
