@@ -17,6 +17,21 @@ struct Escape {
 
 constexpr Escape kEscapes[] = {{'"', '"'}, {'\\', '\\'}, {'n', '\n'}, {'r', '\r'}, {'t', '\t'}};
 
+void AppendQuoted(std::string& quoted, char byte) {
+  constexpr std::string_view kHexDigits = "0123456789ABCDEF";
+  const auto number = static_cast<unsigned char>(byte);
+  if (byte == '"' || byte == '\\') {
+    quoted += '\\';
+    quoted += byte;
+  } else if (number < 0x20 || number > 0x7E) {
+    quoted += "\\x";
+    quoted += kHexDigits[number >> 4U];
+    quoted += kHexDigits[number & 0xFU];
+  } else {
+    quoted += byte;
+  }
+}
+
 /// A line and the place where it is being read.
 class WordReader {
  public:
@@ -78,7 +93,8 @@ class WordReader {
     }
     const auto byte = ReadHexEscape();
     if (!byte) {
-      error = "unknown escape " + std::string(m_rest.substr(0, 2));
+      error = "unknown escape \\";
+      for (const char letter : m_rest.substr(1, 1)) AppendQuoted(error, letter);
     }
     return byte;
   }
@@ -97,21 +113,6 @@ class WordReader {
 
   std::string_view m_rest;
 };
-
-void AppendQuoted(std::string& quoted, char byte) {
-  constexpr std::string_view kHexDigits = "0123456789ABCDEF";
-  const auto number = static_cast<unsigned char>(byte);
-  if (byte == '"' || byte == '\\') {
-    quoted += '\\';
-    quoted += byte;
-  } else if (number < 0x20 || number > 0x7E) {
-    quoted += "\\x";
-    quoted += kHexDigits[number >> 4U];
-    quoted += kHexDigits[number & 0xFU];
-  } else {
-    quoted += byte;
-  }
-}
 
 }  // namespace
 
