@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -51,23 +52,24 @@ class DiskFullTest : public testing::Test {
 
 TEST_F(DiskFullTest, LosesWholeRecordsHoldsNobodyBackAndGoesOnWhenThereIsRoom) {
   constexpr std::size_t kRecords = 20'000;  // Far more than the queue may hold.
+  constexpr rlim_t kRoom = 100'000;
   const std::string record(60, 'x');
-  testing::internal::CaptureStdout();
-  GiveRoom(1000);
+  GiveRoom(kRoom);
   for (std::size_t i = 0; i < kRecords; ++i) m_log.Write(record);
   EXPECT_EQ(m_log.Flush(), 0U);
-  EXPECT_LE(fs::file_size(m_folder / "full.log"), 1000U);
+  EXPECT_LE(fs::file_size(m_folder / "full.log"), kRoom);
   const auto held = Lines();
-  EXPECT_THAT(held, testing::SizeIs(testing::AllOf(testing::Gt(0U), testing::Lt(20U))));
-  EXPECT_THAT(held, testing::Each(testing::EndsWith(record)));
+  EXPECT_THAT(held, testing::SizeIs(testing::AllOf(testing::Gt(500U), testing::Lt(kRecords))));
+  const auto torn = std::ranges::count_if(held, [&](const std::string& line) {
+    return !line.ends_with(record) && !line.starts_with("-----");
+  });
+  EXPECT_EQ(torn, 0);
 
-  GiveRoom(100'000);
+  GiveRoom(2 * kRoom);
   m_log.Write("room again");
   EXPECT_EQ(m_log.Flush(), 0U);
   EXPECT_THAT(Lines(), testing::SizeIs(held.size() + 1));
   EXPECT_THAT(Lines().back(), testing::EndsWith("room again"));
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "Unable to write " + (m_folder / "full.log").string() + "\n");
 }
 
 }  // namespace
