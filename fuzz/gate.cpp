@@ -17,9 +17,11 @@ namespace tlk::fuzz {
 namespace {
 
 struct Page {
-  explicit Page(const AnsiText& codePage) : text(codePage) {}
+  explicit Page(const AnsiText& codePage, bool hasQuestionMark = true)
+      : text(codePage), writes(hasQuestionMark) {}
 
   const AnsiText& text;
+  const bool writes;  ///< Whether it has a "?" for what it lacks, as a document needs.
   XmlGate gate{text};
   PugiDomFactory dom{text};
 };
@@ -33,8 +35,8 @@ Page& ChosenPage(unsigned choice) {
   static const PosixAnsiText unicode("UTF-8");
   static const test::BytePage surrogates(0xD7C0);
   static const test::BytePage last(0xFF80);
-  static std::array<Page, 6> pages{Page(western), Page(cyrillic),   Page(japanese),
-                                   Page(unicode), Page(surrogates), Page(last)};
+  static std::array<Page, 6> pages{Page(western), Page(cyrillic),          Page(japanese),
+                                   Page(unicode), Page(surrogates, false), Page(last, false)};
   return pages[choice % pages.size()];
 }
 
@@ -66,6 +68,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text = input.Rest();
   const tlk::GateVerdict verdict = page.gate.Pass(text);
   CheckGate(page, text, verdict);
-  if (verdict.Passed()) CheckReadsBack(page.dom, page.gate, Rewritten(page.dom, text));
+  if (verdict.Passed() && page.writes)
+    CheckReadsBack(page.dom, page.gate, Rewritten(page.dom, text));
   return 0;
 }

@@ -84,7 +84,7 @@ class RecordingLogger final : public iLogger {
     constexpr std::uint32_t kCodecMessage = 1;
     record.text = va_arg(values, const char*);
     if (record.message == kCodecMessage) {
-      char madeOut[1024];
+      char madeOut[1024] = {};
       std::vsnprintf(madeOut, sizeof madeOut, record.text.c_str(), values);
       record.text = madeOut;
     }
