@@ -13,6 +13,7 @@
 #include "platform/windows/Variant.h"
 #include "xml/Contained.h"
 #include "xml/PathNames.h"
+#include "xml/SourceText.h"
 #include "xml/XmlCharacters.h"
 #include "xml/XmlDeclaration.h"
 #include "xml/msxml/MsxmlDocument.h"
@@ -93,7 +94,7 @@ DomResult MsxmlDocument::LoadXml(std::string_view text, bool& loaded) {
   loaded = false;
   m_nodes.clear();
   return Contained([&] {
-    m_codePage.Widen(text, m_wide);
+    WidenSource(m_codePage, text, m_wide);
     const Bstr source(WithoutDeclaration(m_wide));
     VARIANT_BOOL parsed = VARIANT_FALSE;
     const HRESULT result = m_document->loadXML(source.Get(), &parsed);

@@ -41,7 +41,7 @@ void PugiDocument::Clear() {
 // Plain success, or nothing for a text that cannot be parsed.
 DomResult PugiDocument::Parse(std::string_view text) {
   std::string& source = m_store->source;
-  m_store->text.ToTree(text, source);
+  m_store->text.SourceToTree(text, source);
   NormaliseLineEnds(source);
   const pugi::xml_parse_result result = Tree().load_buffer_inplace(
       source.data(), source.size(), kPugiParseOptions, pugi::encoding_utf8);

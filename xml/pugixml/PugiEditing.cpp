@@ -113,7 +113,7 @@ DomResult PugiDocument::ReadInto(DomNode parent, std::string_view text) {
 // A text for pugixml, which copies it.
 std::string_view PugiDocument::ToSource(std::string_view text) {
   if (IsAscii(text) && text.find('\r') == std::string_view::npos) return text;
-  m_store->text.ToTree(text, m_store->value);
+  m_store->text.SourceToTree(text, m_store->value);
   NormaliseLineEnds(m_store->value);
   return m_store->value;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "platform/AnsiText.h"
+#include "xml/SourceText.h"
 #include "xml/XmlCharacters.h"
 #include "xml/pugixml/Utf8.h"
 
@@ -53,6 +54,15 @@ void DropBeyond(Text& scratch, std::size_t bytes) {
 
 void PugiText::ToTree(std::string_view narrow, std::string& utf8) {
   utf8.assign(InTree(narrow, utf8));
+}
+
+void PugiText::SourceToTree(std::string_view narrow, std::string& utf8) {
+  if (IsAscii(narrow)) {
+    utf8.assign(narrow);
+  } else {
+    WidenSource(m_codePage, narrow, m_wide);
+    Utf16ToUtf8(m_wide, utf8);
+  }
 }
 
 std::string_view PugiText::InTree(std::string_view narrow, std::string& scratch) {

@@ -17,6 +17,9 @@ class PugiText {
   /// Replaces `utf8` by `narrow`.
   void ToTree(std::string_view narrow, std::string& utf8);
 
+  /// The same for the text of a document.
+  void SourceToTree(std::string_view narrow, std::string& utf8);
+
   /// The same, where the text may stay where it is: it is copied only if it has to be changed.
   [[nodiscard]] std::string_view InTree(std::string_view narrow, std::string& scratch);
 
