@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # test.sh [--native] [PRESET...]: builds and runs every test.
 #
-# Natively in each of the presets named (by default debug, asan-ubsan and tsan), conversations included;
-# then, unless --native is given, the Windows module in both bitnesses and its tests under Wine.
+# Natively in each of the presets named (by default debug, asan-ubsan and tsan), conversations included, in
+# debug under valgrind too; then, unless --native is given, what guards the released files, and the Windows
+# module in both bitnesses and its tests under Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -25,6 +26,10 @@ done
 
 build windows-x64
 build windows-x86
+build release tlk
+echo "Checking what guards the released files"
+tests/hardening/check.sh build/release/tools/tlk/tlk \
+  build/windows-x{64,86}/com/TlkC2.dll build/windows-x{64,86}/tools/tlk/tlk.exe
 trap 'end_wine; end_wine32' EXIT
 start_wine
 echo "Testing windows-x64"
