@@ -1,7 +1,6 @@
-// The log's writer and its files, with file calls, waits and threads that fail: what was reported
-// written is in some file, once, whole and in order.
+// The log's writer with file calls, waits and threads that fail: what was reported written is in
+// some file, once, whole and in order.
 
-#include <memory>
 #include <vector>
 
 #include "fuzz/Fuzzing.h"
@@ -17,173 +16,145 @@ namespace {
 
 using test::FileCall;
 
-/// Files whose calls fail as the input says, and what came of them. The writer's thread alone
-/// calls.
-class Disk {
- public:
-  Disk(std::string faults, std::string oldest)
-      : m_faults(std::move(faults)), m_oldest(std::move(oldest)) {
+std::string Name(int generation) {
+  return generation > 0 ? "t" + std::to_string(generation) + ".log" : "t.log";
+}
+
+/// Files whose calls fail as the input says, and what came of them.
+struct Disk {
+  Disk() {
     files.OnCall([this](const FileCall& call) { Meet(call); });
-    files.FailWhen([this](const FileCall&) { return m_fault == 1; }, append_result::kNotOpened);
-    files.FailWhen([this](const FileCall&) { return m_fault == 2; }, append_result::kNotWritten);
+    files.FailWhen([this](const FileCall&) { return fault == 1; }, append_result::kNotOpened);
+    files.FailWhen([this](const FileCall&) { return fault == 2; }, append_result::kNotWritten);
   }
 
-  test::ScriptedFiles files;
+  std::string faults;  ///< By call: 1 and 2 are the two ways to fail.
+  std::string oldest;  ///< The one file that a rotation deletes while nothing fails.
   std::atomic<bool> isHealthy{false};
-  std::string written;      ///< All that was reported written.
-  std::size_t removed = 0;  ///< How much of it was deleted again.
-  std::size_t longest = 0;  ///< The longest line.
+  test::ScriptedFiles files;
+  std::string written;  ///< All that was reported written.
+  std::size_t removed = 0;
+  std::size_t longest = 0;
   bool wereMovesFine = true;
+  std::size_t next = 0;
+  int fault = 0;
 
- private:
   void Meet(const FileCall& call) {
-    m_fault = isHealthy || m_next >= m_faults.size() ? 0 : m_faults[m_next++] & 3;
-    if (call.kind == FileCall::Kind::kAppend) {
-      if (m_fault == 1 || m_fault == 2) return;
+    fault = isHealthy || next >= faults.size() ? 0 : static_cast<unsigned char>(faults[next++]) % 3;
+    const bool isAppend = call.kind == FileCall::Kind::kAppend;
+    if (fault != 0) {
+      wereMovesFine = wereMovesFine && isAppend;
+    } else if (isAppend) {
       written.append(call.argument).append("\n");
       longest = std::max(longest, call.argument.size() + 1);
-      return;
+    } else if (call.kind == FileCall::Kind::kRemove && files.Content(call.path)) {
+      removed += files.Content(call.path)->size();
+      Check(!wereMovesFine || call.path == oldest, "no file but the oldest is deleted");
     }
-    if (m_fault == 1 || m_fault == 2) wereMovesFine = false;
-    if (m_fault == 1 || m_fault == 2 || call.kind == FileCall::Kind::kRename) return;
-    const auto content = files.Content(call.path).value_or("");
-    removed += content.size();
-    Check(content.empty() || !wereMovesFine || call.path == m_oldest, "the oldest file goes");
   }
-
-  const std::string m_faults;
-  const std::string m_oldest;
-  std::size_t m_next = 0;
-  int m_fault = 0;
 };
 
-/// One log from its first line to its end.
-class Life {
- public:
-  explicit Life(Input& input)
-      : m_input(input),
-        m_count(static_cast<std::int32_t>(input.Choice(5))),
-        m_limit(input.Byte() * 4),
-        m_disk(input.Text(), Name(m_count - 1)) {
-    m_log->SetRotation(m_limit, m_count);
-    m_log->SetMaxQueueSize(input.Byte() * 8 - 100);
-    m_log->SetConsoleEcho(input.Coin());
-    m_sync.eitherWaits.Give(WaitResult::kFailed, static_cast<int>(input.Choice(3)));
-    m_sync.mutexWaits.Give(WaitResult::kFailed, static_cast<int>(input.Choice(3)));
-    m_areWaitsFine = m_sync.eitherWaits.waitsLeft + m_sync.mutexWaits.waitsLeft == 0;
-  }
+/// A log on such files.
+struct Stage {
+  Disk disk;
+  std::vector<std::string> lines;  ///< What the log was given, as it is to be written.
+  test::ScriptedStringTable strings;
+  test::ScriptedSurroundings surroundings;
+  test::ScriptedSynchronisation sync;  // Waits for the writer, which uses the others.
+  Platform platform{SystemPlatform().text, strings, sync, surroundings, disk.files};
+  QNLogger log{"t.log", 3, platform};
 
-  void Run() {
-    while (!m_input.AtEnd()) Step();
-    m_sync.eitherWaits.waitsLeft = m_sync.mutexWaits.waitsLeft = 0;
-    m_sync.refusesThreads = false;
-    for (int i = 0; i < 3; ++i) Write("last");  // The first two may find a writer that just fails.
-    Flush();
-    Check(m_log->Flush() == 0, "a log that is well again is flushed");
-    m_log.reset();
-    m_sync.WaitForThreads();
-    CheckLines();
-    CheckFiles();
-  }
-
- private:
-  static std::string Name(std::int32_t generation) {
-    return generation > 0 ? "t" + std::to_string(generation) + ".log" : "t.log";
-  }
-
-  void Step() {
-    switch (m_input.Choice(8)) {
-      case 0:
-        return Flush();
-      case 1:
-        return m_log->SetLevel(static_cast<std::int32_t>(m_input.Choice(4)));
-      case 2:
-        m_sync.refusesThreads = m_input.Coin();
-        return;
-      case 3:
-        return Log(m_input.Choice(4), Text());
-      default:
-        return Write(Text());
-    }
-  }
-
-  // Long ones too, so that the message of a record is cut.
-  std::string Text() {
-    const int times = m_input.Choice(8) == 7 ? 300 : 1;
-    const std::string text = m_input.Text();
-    std::string all;
-    for (int i = 0; i < times && all.size() < 20000; ++i) all += text;
-    return all;
+  void Expect(std::string_view mark, std::string_view text) {
+    const RecordStamp stamp(surroundings.Now(), sync.CurrentThreadId(), mark);
+    lines.emplace_back(stamp.View()).append(text);
   }
 
   void Write(const std::string& text) {
-    m_lines.push_back(Stamp("").append(text));
-    m_log->Write(text);
+    Expect("", text);
+    log.Write(text);
   }
 
-  void Log(unsigned level, const std::string& text) {
-    if (static_cast<std::int32_t>(level) <= m_log->GetLevel()) {
-      const auto cut = text.substr(0, std::min<std::size_t>(text.find('\0'), 8192));
-      m_lines.push_back(Stamp("W ").append(cut).append(" (F - 7)"));
-    }
-    m_log->LogWarning(static_cast<std::int32_t>(level), kPlainTextMessage, "F", 7, text.c_str());
-  }
-
-  std::string Stamp(std::string_view mark) const {
-    return std::string(RecordStamp(m_surroundings.Now(), m_sync.CurrentThreadId(), mark).View());
+  void Warn(std::int32_t level, const std::string& text) {
+    const std::size_t cut = std::min<std::size_t>(text.find('\0'), 8192);
+    if (level <= 3) Expect("W ", text.substr(0, cut) + " (F - 7)");
+    log.LogWarning(level, kPlainTextMessage, "F", 7, text.c_str());
   }
 
   // While no file can be opened a flush may wait for the next line, so all goes well meanwhile.
-  void Flush() {
-    m_disk.isHealthy = true;
-    const auto result = m_log->Flush();
-    Check(result == 0 || !m_areWaitsFine, "a flush succeeds");
-    m_disk.isHealthy = false;
+  bool Flush() {
+    disk.isHealthy = true;
+    const bool isFlushed = log.Flush() == 0;
+    disk.isHealthy = false;
+    return isFlushed;
   }
-
-  void CheckLines() const {
-    std::vector<std::string> tried;
-    for (const auto& call : m_disk.files.Calls())
-      if (call.kind == FileCall::Kind::kAppend && !call.argument.starts_with("-----"))
-        tried.push_back(call.argument);
-    Check(tried == m_lines, "each line is tried once, whole and in order");
-  }
-
-  void CheckFiles() const {
-    std::size_t kept = 0;
-    std::size_t place = 0;
-    for (std::int32_t i = std::max(m_count - 1, 0); i >= 0; --i) {
-      const auto content = m_disk.files.Content(Name(i)).value_or("");
-      place = m_disk.written.find(content, place);
-      Check(place != std::string::npos, "a file is a piece of what was written, behind the older");
-      Check(content.empty() || content.back() == '\n', "a file ends with a whole line");
-      Check(m_count < 2 || !m_disk.wereMovesFine ||
-                content.size() <= static_cast<std::size_t>(m_limit) + m_disk.longest,
-            "a file is no longer than its limit and a line");
-      place += content.size();
-      kept += content.size();
-    }
-    Check(kept + m_disk.removed == m_disk.written.size(), "no record is lost or there twice");
-  }
-
-  Input& m_input;
-  const std::int32_t m_count;
-  const std::int32_t m_limit;
-  bool m_areWaitsFine = true;
-  std::vector<std::string> m_lines;
-  test::ScriptedStringTable m_strings;
-  test::ScriptedSurroundings m_surroundings;
-  Disk m_disk;
-  test::ScriptedSynchronisation m_sync;  // Waits for the writer, which uses the others.
-  const Platform m_platform{SystemPlatform().text, m_strings, m_sync, m_surroundings, m_disk.files};
-  std::unique_ptr<QNLogger> m_log = std::make_unique<QNLogger>("t.log", 4, m_platform);
 };
+
+// Long ones too, so that the message of a record is cut.
+std::string Text(Input& input) {
+  std::string text = input.Text();
+  for (auto doublings = input.Byte() / 28U; doublings > 0 && text.size() < 10'000; --doublings)
+    text.append(std::string(text));
+  return text;
+}
+
+void Fill(Stage& stage, Input& input) {
+  auto& sync = stage.sync;
+  sync.eitherWaits.Give(WaitResult::kFailed, input.Byte() % 3);
+  sync.mutexWaits.Give(WaitResult::kFailed, input.Byte() % 3);
+  const bool areWaitsFine = sync.eitherWaits.waitsLeft + sync.mutexWaits.waitsLeft == 0;
+  while (!input.AtEnd()) {
+    const auto step = input.Choice(8);
+    if (step == 0) Check(stage.Flush() || !areWaitsFine, "a flush succeeds");
+    if (step == 1) sync.refusesThreads = input.Coin();
+    if (step == 2) stage.Warn(input.Byte() % 5, Text(input));
+    if (step > 2) stage.Write(Text(input));
+  }
+  sync.eitherWaits.waitsLeft = sync.mutexWaits.waitsLeft = 0;
+  sync.refusesThreads = false;
+  for (int i = 0; i < 3; ++i) stage.Write("last");  // One may meet a writer that is about to end.
+  stage.Flush();
+  Check(stage.Flush(), "a log that is well again is flushed");
+}
+
+void CheckLines(const Stage& stage) {
+  std::vector<std::string> tried;
+  for (const auto& call : stage.disk.files.Calls())
+    if (call.kind == FileCall::Kind::kAppend && !call.argument.starts_with("-----"))
+      tried.push_back(call.argument);
+  Check(tried == stage.lines, "each line is tried once, whole and in order");
+}
+
+void CheckFiles(const Disk& disk, int count, int limit) {
+  std::size_t kept = 0;
+  std::size_t place = 0;
+  for (int i = std::max(count - 1, 0); i >= 0; --i) {
+    const std::string content = disk.files.Content(Name(i)).value_or("");
+    place = disk.written.find(content, place);
+    Check(place != std::string::npos, "a file is a piece of what was written, behind the older");
+    place += content.size();
+    kept += content.size();
+    Check(content.empty() || content.back() == '\n', "a file ends with a whole line");
+    const std::size_t bound = static_cast<std::size_t>(limit) + disk.longest;
+    Check(count < 2 || !disk.wereMovesFine || content.size() <= bound, "a file stays in bounds");
+  }
+  Check(kept + disk.removed == disk.written.size(), "no record is lost, none is there twice");
+}
 
 }  // namespace
 }  // namespace tlk::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  tlk::fuzz::Input input(data, size);
-  tlk::fuzz::Life(input).Run();
+  using namespace tlk::fuzz;
+  Input input(data, size);
+  Stage stage;
+  const int count = input.Byte() % 5;
+  const int limit = input.Byte() * 4;
+  stage.disk.oldest = Name(count - 1);
+  stage.disk.faults = input.Text();
+  stage.log.SetRotation(limit, count);
+  stage.log.SetMaxQueueSize(input.Byte() * 8 - 100);
+  Fill(stage, input);
+  CheckLines(stage);
+  CheckFiles(stage.disk, count, limit);
   return 0;
 }

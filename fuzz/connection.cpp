@@ -1,0 +1,213 @@
+// A whole connection: the input chooses what the peer, the system, the clock and the host do, the
+// host from inside its handlers, too.
+
+#include <array>
+#include <optional>
+#include <tuple>
+
+#include "fuzz/ScriptedControl.h"
+#include "transport/Framing.h"
+
+// What the sanitizer's allocator has given out; not there without it.
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes() __attribute__((weak));
+
+namespace tlk::fuzz {
+namespace {
+
+using Call = test::ScriptedSockets::Call;
+
+/// Sockets that show each receive before it happens.
+struct WatchedSockets final : test::ScriptedSockets {
+  std::function<void(SocketHandle)> onReceive;
+
+  int Receive(SocketHandle socket, std::span<char> buffer, int size) override {
+    onReceive(socket);
+    return ScriptedSockets::Receive(socket, buffer, size);
+  }
+};
+
+std::size_t Memory() {
+  const auto count = __sanitizer_get_current_allocated_bytes;
+  return count != nullptr ? count() : 0;
+}
+
+class Conversation final : public ITlkcEvents {
+ public:
+  explicit Conversation(Input& input)
+      : m_input(input), m_control(std::in_place, m_ports.ports, *this) {
+    m_sockets.onReceive = [this](SocketHandle socket) { CheckReceive(socket); };
+    m_ports.log.onRecord = [this](const LogRecord& record) { CheckRecord(record); };
+  }
+
+  void Run() {
+    while (!m_input.AtEnd()) Step();
+    m_inStatus = m_inMessage = true;  // So that no event may come.
+    m_control.reset();
+    Check(!m_ports.window.HasTarget() && HasTimers() == std::pair(false, false),
+          "no timer is left");
+    Check(m_sockets.OpenCount() == m_leftOpen, "a control closes its socket");
+  }
+
+ private:
+  void ConnStatusChanged(TLK_ConnStatusEnum status) override {
+    Check(!m_inStatus, "a status is not announced inside an announcement, nor of what is gone");
+    Check(status == m_control->m_status, "what is announced is stored");
+    m_announced = status;
+    Handle(m_inStatus);
+  }
+
+  void TlkMsgRecieved(std::u16string_view, std::u16string_view) override {
+    Check(!m_inMessage, "a message is not raised inside a message, nor by what is gone");
+    Handle(m_inMessage);
+  }
+
+  void Handle(bool& isInside) {
+    isInside = true;
+    ++m_depth;
+    for (auto steps = m_depth > 3 ? 0 : m_input.Choice(4); steps > 0; --steps) Step();
+    --m_depth;
+    isInside = false;
+  }
+
+  void Step() {
+    using C = Conversation;
+    static constexpr std::array kSteps{&C::Connect,  &C::Disconnect, &C::Send,     &C::Request,
+                                       &C::Notify,   &C::Arrive,     &C::FailCall, &C::FailReceive,
+                                       &C::TakePart, &C::PassTime};
+    ++m_steps;
+    m_isNested = m_isNested || m_depth > 0;
+    (this->*kSteps[m_input.Choice(kSteps.size())])();
+    CheckState();
+  }
+
+  void Connect() {
+    static constexpr std::u16string_view kServers[] = {u"127.0.0.1", u"known", u"unknown"};
+    const auto server = m_input.Choice(3);
+    m_sockets.hostAddress = server == 1 ? std::optional(1U) : std::nullopt;
+    const bool isFree = m_control->m_status == TLK_Not_Connected;
+    // The socket of an unknown server is left open, and the next one takes its place.
+    if (isFree && m_control->m_socket != kInvalidSocket) ++m_leftOpen;
+    std::int32_t value = 7;
+    const auto result = m_control->Connect(kServers[server], 1371, &value);
+    Check(result == (isFree ? kResultOk : kResultFail), "only who is not connected connects");
+    Check(isFree ? value == 0 || value == 1 : value == 7, "the value is written with the result");
+    Check(value != 1 || HasTimers().second, "a new connection is kept alive");
+  }
+
+  void Disconnect() {
+    const auto steps = m_steps;
+    m_control->Disconnect();
+    Check(steps != m_steps || (m_control->m_socket == kInvalidSocket && !HasTimers().second),
+          "nothing is left of a connection that was ended");
+  }
+
+  void Request() {
+    const auto outer = std::exchange(m_asking, m_control->m_socket);
+    std::u16string reply;
+    m_control->SendReceiveTlkMsg(u"T", Wide(), &reply, &reply, 1000);
+    m_asking = outer;
+  }
+
+  void Notify() {
+    static constexpr std::uint32_t kEvents[] = {socket_event::kRead, socket_event::kWrite,
+                                                socket_event::kConnect, socket_event::kClose, 64};
+    const auto choice = m_input.Choice(16);
+    const auto event = kEvents[choice % 5];
+    const int error = choice > 12 ? Error() : 0;
+    const SocketHandle socket = choice == 10 ? 7 : m_control->m_socket;
+    const bool isLate = socket != m_control->m_socket && m_control->m_socket != kInvalidSocket;
+    // Nobody is notified of a socket that blocks.
+    if (m_sockets.IsOpen(socket) && m_sockets.blocking) return;
+    const auto before = std::tuple(m_steps, m_records, HasTimers());
+    m_isPending = m_isPending && isLate;
+    m_ports.window.Notify(socket, event, error);
+    Check(!isLate || before == std::tuple(m_steps, m_records, HasTimers()), "too late to matter");
+    Check(isLate || (error == 0 && event < socket_event::kClose) ||
+              m_steps != std::get<0>(before) || HasTimers() == std::pair(false, false),
+          "no timer outlives a connection that ends");
+  }
+
+  void Arrive() { m_sockets.Arrive(PeerBytes(m_input)); }
+  void FailReceive() { m_sockets.ArriveError(Error()); }
+  void FailCall() { m_sockets.Fail(Call{static_cast<int>(m_input.Choice(9))}, Error()); }
+  void TakePart() { m_sockets.TakeOnly(m_input.Byte()); }
+  void PassTime() { m_ports.window.Advance(m_input.Byte() * std::uint64_t{1000}); }
+  void Send() { m_control->SendTLKMsg(Wide(), u"<a/>"); }
+
+  void CheckState() const {
+    TLK_ConnStatusEnum status = TLK_Connecting;
+    m_control->ConnectionStatus(&status);
+    Check(status == TLK_Not_Connected || status == TLK_Connected, "a status is one of two");
+    Check(m_isNested || status == m_announced, "a host with quiet handlers knows the status");
+    const bool isOpen = m_sockets.IsOpen(m_control->m_socket);
+    Check(isOpen == (m_control->m_socket != kInvalidSocket), "the socket that is held is open");
+    Check(m_sockets.OpenCount() == m_leftOpen + (isOpen ? 1 : 0), "no other socket is open");
+    Check(!HasTimers().first || m_isPending, "the connect timer runs for a pending connection");
+    CheckMemory(m_depth);
+  }
+
+  void CheckReceive(SocketHandle socket) const {
+    const bool isOff = m_sockets.blocking && m_sockets.mask == 0;
+    const bool isConnected = m_control->m_status == TLK_Connected && m_sockets.IsOpen(socket);
+    Check(!isConnected || isOff == (socket == m_asking),
+          "notifications are off while blocking, and only then");
+    CheckMemory(m_depth + 1);
+  }
+
+  // Beside one frame for each read that is under way there is what was sent and what waits for
+  // that.
+  void CheckMemory(unsigned reads) const {
+    const auto queued = 3 * (m_control->m_pendingOut.size() + m_sockets.sent.size());
+    Check(Memory() <= m_memoryBefore + reads * kMaxMessageLength + queued + 1'000'000,
+          "memory is bounded by the frames that are being read");
+  }
+
+  void CheckRecord(const LogRecord& record) {
+    ++m_records;
+    m_ports.log.records.clear();
+    if (record.source != trace::kSourceName) return;
+    m_isPending = m_isPending || record.line == trace::kConnectPending.line;
+    const bool hasText = record.text.starts_with("Message ") && record.severity == 'N';
+    Check(!record.text.empty() && (!hasText || record.text.back() == '\n'), "a record is whole");
+  }
+
+  // The connect timer and the keep-alive timer.
+  std::pair<bool, bool> HasTimers() const {
+    return {m_ports.window.Runs(0x52ED8D), m_ports.window.Runs(0x52ED92)};
+  }
+
+  int Error() {
+    static constexpr int kErrors[] = {10035, 10036, 10053, 10054, 10060, 10061};
+    return kErrors[m_input.Choice(6)];
+  }
+
+  std::u16string Wide() {
+    const std::string text = m_input.Text();
+    return {text.begin(), text.end()};
+  }
+
+  Input& m_input;
+  WatchedSockets m_sockets;
+  ScriptedPorts m_ports{m_sockets};
+  std::optional<OpenControl> m_control;
+  const std::size_t m_memoryBefore = Memory();
+  TLK_ConnStatusEnum m_announced = TLK_Not_Connected;
+  SocketHandle m_asking = kInvalidSocket;
+  std::size_t m_leftOpen = 0;
+  unsigned m_steps = 0;
+  unsigned m_records = 0;
+  unsigned m_depth = 0;
+  bool m_isNested = false;  ///< Has the host ever acted in a handler?
+  bool m_isPending = false;
+  bool m_inStatus = false;
+  bool m_inMessage = false;
+};
+
+}  // namespace
+}  // namespace tlk::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  tlk::fuzz::Input input(data, size);
+  tlk::fuzz::Conversation(input).Run();
+  return 0;
+}
