@@ -1,6 +1,5 @@
 #include "fuzz/Fuzzing.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -27,9 +26,9 @@ std::uint8_t Input::Byte() {
 
 std::string Input::Text() {
   const std::size_t high = Byte();
-  const std::size_t size = std::min(high << 8 | Byte(), m_left.size());
+  const std::size_t size = high << 8 | Byte();
   std::string text(m_left.substr(0, size));
-  m_left.remove_prefix(size);
+  m_left.remove_prefix(text.size());
   return text;
 }
 
