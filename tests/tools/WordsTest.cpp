@@ -29,7 +29,7 @@ TEST(SplitWords, ReadsPlainAndQuotedWords) {
       {R"("\x+4")", {}, R"(unknown escape \x)"},
       {R"("\)", {}, R"(unknown escape \)"},
       // The complaint about an unprintable escape once rang the terminal's bell.
-      {"\"\\\a\"", {}, R"(unknown escape \x07)"},
+      {"\"\\\a\"", {}, R"(unknown escape \\x07)"},
   };
   for (const auto& one : cases) {
     std::vector<std::string> words{"left over"};
