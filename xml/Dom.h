@@ -39,7 +39,8 @@ struct DomAttribute {
 /// What is serialised can be read back: markup in a value is escaped, and line breaks and tabs in
 /// an attribute are written as character references. A value that is set ends before its first zero
 /// byte; any other control character that XML cannot hold becomes "?" in it. Names that are set
-/// have no prefix; what cannot be a name is a bad argument.
+/// have no prefix; what cannot be a name is a bad argument, and so is `xmlns` with one of the
+/// reserved namespaces as its value.
 ///
 /// A path is an XPath 1.0 expression. A name without a prefix selects what lies in no namespace; a
 /// prefix is bound to nothing and therefore an error. An expression that is not well-formed, is

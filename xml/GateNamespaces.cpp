@@ -75,6 +75,11 @@ bool Before(const GateAttribute<Char>& a, const GateAttribute<Char>& b) {
 
 }  // namespace
 
+bool IsReservedNamespace(std::string_view name) {
+  const std::string_view read = name.substr(0, name.find('\0'));
+  return read == kNameOfXml || read == kNameOfXmlns;
+}
+
 template <typename Char>
 const GateAttribute<Char>* FindDuplicate(std::span<GateAttribute<Char>> attributes) {
   if (attributes.size() <= kFewAttributes) {

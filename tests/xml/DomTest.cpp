@@ -133,6 +133,15 @@ TEST_F(DomTest, FailsOnPathsThatSelectNothingByKind) {
     EXPECT_EQ(Selected(path), "<failed>") << path;
 }
 
+// A message that its sender could write, nobody could read.
+TEST_F(DomTest, DeclaresNoNamespaceThatIsReserved) {
+  Load("<a/>");
+  for (const char* reserved :
+       {"http://www.w3.org/XML/1998/namespace", "http://www.w3.org/2000/xmlns/"})
+    EXPECT_EQ(m_document->SetAttribute(Root(), "xmlns", reserved), kDomBadArgument);
+  EXPECT_EQ(Xml(), "<a/>");
+}
+
 TEST_F(DomTest, SurvivesPathsThatAreAbsurd) {
   Load("<r/>");
   const auto times = [](std::size_t count, const std::string& piece) {

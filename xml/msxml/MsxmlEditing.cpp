@@ -7,6 +7,7 @@
 #include "platform/windows/Bstr.h"
 #include "platform/windows/Variant.h"
 #include "xml/Contained.h"
+#include "xml/GateNamespaces.h"
 #include "xml/msxml/MsxmlDocument.h"
 #include "xml/msxml/MsxmlNamespaces.h"
 #include "xml/msxml/MsxmlNodes.h"
@@ -132,6 +133,7 @@ DomResult MsxmlDocument::SetAttribute(DomNode element, std::string_view name,
   return Contained([&] {
     Bstr attribute;
     if (!Name(name, attribute)) return kDomBadArgument;
+    if (attribute.View() == u"xmlns" && IsReservedNamespace(value)) return kDomBadArgument;
     const Variant text{Value(value)};
     return ResultOf(owner->setAttribute(attribute.Get(), text.Get()));
   });

@@ -62,6 +62,7 @@ class PugiDocument : public DomDocument {
   DomResult Parse(std::string_view text);
   [[nodiscard]] std::string_view ToSource(std::string_view text);
   bool TakeName(std::string_view name);
+  bool TakeAttribute(const DomAttribute& attribute);
   DomResult AppendAttribute(pugi::xml_node element, const DomAttribute& attribute);
   DomResult SetValue(pugi::xml_attribute attribute, std::string_view value);
   [[nodiscard]] bool IsStray(const pugi::xml_node& node) const;

@@ -2,6 +2,7 @@
 #include <string_view>
 
 #include "xml/Contained.h"
+#include "xml/GateNamespaces.h"
 #include "xml/pugixml/PugiDocument.h"
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"
@@ -31,6 +32,12 @@ pugi::xml_node FirstElementFrom(pugi::xml_node node) {
 // Takes a name over into the scratch space; false for what cannot be a name.
 bool PugiDocument::TakeName(std::string_view name) {
   return m_store->text.NameInTree(name, m_store->name);
+}
+
+// The same for an attribute; false also for a declaration that no element may have.
+bool PugiDocument::TakeAttribute(const DomAttribute& attribute) {
+  if (!TakeName(attribute.name)) return false;
+  return std::string_view(m_store->name) != "xmlns" || !IsReservedNamespace(attribute.value);
 }
 
 DomResult PugiDocument::CreateElement(std::string_view name, DomNode& element) {
@@ -65,7 +72,7 @@ DomResult PugiDocument::AddElement(DomNode parent, std::string_view name,
 
 DomResult PugiDocument::AppendAttribute(pugi::xml_node element, const DomAttribute& attribute) {
   return Contained([&] {
-    if (!TakeName(attribute.name)) return kDomBadArgument;
+    if (!TakeAttribute(attribute)) return kDomBadArgument;
     return SetValue(element.append_attribute(m_store->name.c_str()), attribute.value);
   });
 }
@@ -196,7 +203,7 @@ DomResult PugiDocument::SetAttribute(DomNode element, std::string_view name,
   pugi::xml_node owner = ElementOf(element);
   if (IsNone(owner)) return kDomBadArgument;
   return Contained([&] {
-    if (!TakeName(name)) return kDomBadArgument;
+    if (!TakeAttribute({name, value})) return kDomBadArgument;
     if (std::string_view(m_store->name) == "xmlns") m_store->children.Forget();
     pugi::xml_attribute attribute = owner.attribute(m_store->name.c_str());
     if (IsNone(attribute)) attribute = owner.append_attribute(m_store->name.c_str());
