@@ -102,7 +102,7 @@ void Fill(Stage& stage, Input& input) {
   sync.eitherWaits.Give(WaitResult::kFailed, input.Byte() % 3);
   sync.mutexWaits.Give(WaitResult::kFailed, input.Byte() % 3);
   const bool areWaitsFine = sync.eitherWaits.waitsLeft + sync.mutexWaits.waitsLeft == 0;
-  while (!input.AtEnd()) {
+  for (int steps = 0; steps < 80 && !input.AtEnd(); ++steps) {
     const auto step = input.Choice(8);
     if (step == 0) Check(stage.Flush() || !areWaitsFine, "a flush succeeds");
     if (step == 1) sync.refusesThreads = input.Coin();
