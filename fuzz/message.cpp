@@ -2,7 +2,6 @@
 // is a path, in the first line, and a text, which a comment with the stamp makes a message.
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -27,58 +26,41 @@ namespace {
 
 using Texts = std::pair<std::u16string, std::u16string>;
 
+struct OpenControl final : CTlkc {
+  using CTlkc::CTlkc;
+  using CTlkc::m_clientId;
+  using CTlkc::m_socket;
+  using CTlkc::m_status;
+};
+
 /// A control that is connected, and what its host is told.
-class Conversation final : private ITlkcEvents {
- public:
+struct Conversation final : ITlkcEvents {
   Conversation() {
     std::int32_t connected = 0;
-    m_control.Connect(u"127.0.0.1", 1371, &connected);
+    control.Connect(u"127.0.0.1", 1371, &connected);
     Check(connected == 1, "the control connects");
     statuses = 0;
     log.records.clear();
   }
-
-  void ArriveAndRead(const std::string& message) {
-    m_sockets.Arrive(message);
-    while (m_sockets.HasArrivals()) m_window.Notify(m_control.m_socket, socket_event::kRead);
-  }
-
-  Texts Ask(const std::string& message) {
-    m_sockets.sent.clear();
-    m_sockets.Arrive(message);
-    Texts reply;
-    m_control.SendReceiveTlkMsg(u"Question", u"", &reply.first, &reply.second, 1);
-    return reply;
-  }
-
-  [[nodiscard]] std::int32_t ClientId() const { return m_control.m_clientId; }
-  [[nodiscard]] bool HasSent() const { return !m_sockets.sent.empty(); }
-  [[nodiscard]] bool IsUndisturbed() const {
-    return m_control.m_status == TLK_Connected && statuses == 0 && m_sockets.OpenCount() == 1;
-  }
-
-  std::vector<Texts> messages;
-  int statuses = 0;
-  RecordingLogger log;
-  PugiDomFactory dom{SystemPlatform().text};
-  XmlGate gate{SystemPlatform().text};
-
- private:
-  struct OpenControl final : CTlkc {
-    using CTlkc::CTlkc;
-    using CTlkc::m_clientId;
-    using CTlkc::m_socket;
-    using CTlkc::m_status;
-  };
 
   void ConnStatusChanged(TLK_ConnStatusEnum /*status*/) override { ++statuses; }
   void TlkMsgRecieved(std::u16string_view type, std::u16string_view message) override {
     messages.emplace_back(type, message);
   }
 
-  test::ScriptedSockets m_sockets;
-  test::ScriptedWindow m_window;
-  OpenControl m_control{{m_sockets, m_window, SystemPlatform(), dom, gate, log}, *this};
+  void CheckUndisturbed() const {
+    Check(control.m_status == TLK_Connected && statuses == 0, "content ends no connection");
+    Check(sockets.OpenCount() == 1, "the socket stays open");
+  }
+
+  int statuses = 0;
+  std::vector<Texts> messages;
+  RecordingLogger log;
+  PugiDomFactory dom{SystemPlatform().text};
+  XmlGate gate{SystemPlatform().text};
+  test::ScriptedSockets sockets;
+  test::ScriptedWindow window;
+  OpenControl control{{sockets, window, SystemPlatform(), dom, gate, log}, *this};
 };
 
 /// What the parser alone finds in a message.
@@ -91,45 +73,47 @@ struct Found {
 void CheckPath(TLK_XMLParser& parser, std::string_view path) {
   std::string text = "left alone";
   std::string xml = text;
+  DomNode node = nullptr;
   const int result = parser.GetNode(path, text, true);
   Check(parser.GetNode(path, xml, false) == result, "a node is there or is not");
   Check(result == 0 || xml == text, "what is not found is left alone");
-  DomNode node = nullptr;
   const bool isSelected = parser.SelectSingleNode(path, node) == kDomOk;
   Check(isSelected == (node != nullptr), "what is selected is there");
   Check(isSelected || parser.GetNodeAttribute(path, "Id", text) == -1, "and nothing else is");
 }
 
-std::optional<Found> Parse(Conversation& own, const std::string& message, std::string_view path) {
-  TLK_XMLParser parser({own.dom, SystemPlatform().text, own.gate, own.log, kMaxMessageDepth},
-                       message);
-  Check(parser.HasDocument() == own.gate.Pass(message, kMaxMessageDepth).Passed(),
-        "the gate decides");
+std::optional<Found> Parse(const std::string& message, std::string_view path) {
+  Conversation own;
+  const AnsiText& text = SystemPlatform().text;
+  TLK_XMLParser parser({own.dom, text, own.gate, own.log, kMaxMessageDepth}, message);
+  const bool passes = own.gate.Pass(message, kMaxMessageDepth).Passed();
+  Check(parser.HasDocument() == passes, "the gate decides");
   Found found;
   std::string data;
   std::string again;
   DomNode root = nullptr;
   parser.GetReceiverId(found.receiver);
-  const bool hasType = parser.GetType(found.type) == 0;
+  parser.GetType(found.type);
   parser.GetData(data);
   parser.GetRootElement(root);
-  Check((root != nullptr) == parser.HasDocument(), "a document has a root");
-  if (!parser.HasDocument()) return std::nullopt;
-  Check((parser.GetAttribute(root, "Type", again) == 0) == hasType, "a root has a type or not");
+  Check((root != nullptr) == passes, "a document has a root");
+  if (!passes) return std::nullopt;
+  parser.GetAttribute(root, "Type", again);
   Check(again == found.type, "the type is that of the root");
   Check(parser.GetNodeXml(root, again) == 0, "the root is written");
   for (const std::string& xml : {again, data})
     if (!xml.empty()) CheckReadsBack(own.dom, own.gate, xml);
   if (IsAffordable(path, message)) CheckPath(parser, path);
-  SystemPlatform().text.Widen(found.type, found.texts.first);
-  SystemPlatform().text.Widen(data, found.texts.second);
+  text.Widen(found.type, found.texts.first);
+  text.Widen(data, found.texts.second);
   return found;
 }
 
 /// What comes by itself: one event and its record at most, and nothing else.
 void CheckNotified(const std::string& message, const std::optional<Found>& found) {
-  Conversation conversation;
-  conversation.ArriveAndRead(message);
+  Conversation own;
+  own.sockets.Arrive(message);
+  while (own.sockets.HasArrivals()) own.window.Notify(own.control.m_socket, socket_event::kRead);
   std::vector<Texts> expected;
   std::vector<std::string> expectedRecords;
   if (found && found->type != kKeepAliveResponse) {
@@ -137,31 +121,31 @@ void CheckNotified(const std::string& message, const std::optional<Found>& found
     expectedRecords.push_back("Message Recieved. " + found->type + "\n");
   }
   std::vector<std::string> records;
-  for (const LogRecord& record : conversation.log.records)
+  for (const LogRecord& record : own.log.records)
     if (record.source == "Tlkc") records.push_back(record.text);
-  Check(conversation.messages == expected, "the host is told what the parser finds, once");
+  Check(own.messages == expected, "the host is told what the parser finds, once");
   Check(records == expectedRecords, "each event has its record, whole");
-  Check(!conversation.HasSent(), "nothing is answered");
-  Check(conversation.ClientId() == (found ? found->receiver : -1), "the receiver is this client");
-  Check(conversation.IsUndisturbed(), "content ends no connection");
+  Check(own.sockets.sent.empty(), "nothing is answered");
+  Check(own.control.m_clientId == (found ? found->receiver : -1), "the receiver is this client");
+  own.CheckUndisturbed();
 }
 
-/// What comes as a reply.
 void CheckReplied(const std::string& message, const std::optional<Found>& found) {
-  Conversation conversation;
-  Check(conversation.Ask(message) == (found ? found->texts : Texts()),
-        "a reply is what the parser finds");
-  Check(conversation.messages.empty() && conversation.IsUndisturbed(), "a reply is no event");
+  Conversation own;
+  Texts reply;
+  own.sockets.Arrive(message);
+  own.control.SendReceiveTlkMsg(u"Question", u"", &reply.first, &reply.second, 1);
+  Check(reply == (found ? found->texts : Texts()), "a reply is what the parser finds");
+  Check(own.messages.empty(), "a reply is no event");
+  own.CheckUndisturbed();
 }
 
-std::string Stamped(std::string_view text) {
-  constexpr const char* kComment = "<!--Length=\"%07zu\"-->";
-  constexpr std::size_t kCommentLength = 23;
-  std::string head(kCommentLength + 1, '\0');
-  const std::string behind(text.size() < 7 ? 7 : 0, ' ');  // to be no shorter than the prefix
-  std::snprintf(head.data(), head.size(), kComment, kCommentLength + text.size() + behind.size());
-  head.pop_back();
-  return head.append(text).append(behind);
+std::string Stamped(std::string text) {
+  constexpr std::size_t kHead = 23;
+  text.resize(std::max<std::size_t>(text.size(), 7), ' ');  // no shorter than the prefix
+  char head[kHead + 1];
+  std::snprintf(head, sizeof head, "<!--Length=\"%07zu\"-->", kHead + text.size());
+  return head + text;
 }
 
 }  // namespace
@@ -171,9 +155,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace tlk::fuzz;
   const std::string input = Input(data, size).Rest();
   const std::size_t end = std::min(input.find('\n'), input.size());
-  const std::string message = Stamped(std::string_view(input).substr(end));
-  Conversation own;
-  const auto found = Parse(own, message, std::string_view(input).substr(0, end));
+  const std::string message = Stamped(input.substr(end));
+  const auto found = Parse(message, std::string_view(input).substr(0, end));
   if (message.find('\0') != std::string::npos) return 0;  // nothing arrives whole
   CheckNotified(message, found);
   CheckReplied(message, found);
