@@ -113,10 +113,10 @@ class Conversation final : public ITlkcEvents {
   void Notify() {
     static constexpr std::uint32_t kEvents[] = {socket_event::kRead, socket_event::kWrite,
                                                 socket_event::kConnect, socket_event::kClose, 64};
-    const auto choice = m_input.Choice(16);
+    const auto choice = m_input.Choice(20);
     const auto event = kEvents[choice % 5];
-    const int error = choice > 12 ? Error() : 0;
-    const SocketHandle socket = choice == 10 ? 7 : m_control->m_socket;
+    const int error = choice / 5 == 2 ? Error() : 0;
+    const SocketHandle socket = choice / 5 == 3 ? 7 : m_control->m_socket;
     const bool isLate = socket != m_control->m_socket && m_control->m_socket != kInvalidSocket;
     // Nobody is notified of a socket that blocks.
     if (m_sockets.IsOpen(socket) && m_sockets.blocking) return;
