@@ -20,7 +20,7 @@ for target in "${targets[@]}"; do
   mkdir -p "build/fuzz/found/$target"
   log=build/fuzz/$target.log
   result=ok
-  "build/fuzz/fuzz/fuzz_$target" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 \
+  "build/fuzz/fuzz/fuzz_$target" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -close_fd_mask=1 \
     -print_final_stats=1 -artifact_prefix="build/fuzz/faults/$target-" \
     "build/fuzz/found/$target" "fuzz/corpus/$target" >"$log" 2>&1 || { result=FAULT && failed=1; }
   executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
