@@ -4,29 +4,10 @@
 #include <array>
 
 #include "tests/com/ModuleFile.h"
+#include "tests/com/ProcessHoldings.h"
 
 namespace tlk {
 namespace {
-
-std::size_t HeapBlocks() {
-  std::array<HANDLE, 64> heaps{};
-  const DWORD count = GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
-  std::size_t blocks = 0;
-  for (DWORD i = 0; i < count && i < heaps.size(); ++i) {
-    PROCESS_HEAP_ENTRY entry{};
-    while (HeapWalk(heaps[i], &entry)) blocks += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0;
-  }
-  return blocks;
-}
-
-std::size_t Handles() {
-  std::size_t handles = 0;
-  DWORD ignored = 0;
-  for (INT_PTR value = 4; value < 0x10000; value += 4) {
-    handles += GetHandleInformation(reinterpret_cast<HANDLE>(value), &ignored) != FALSE;
-  }
-  return handles;
-}
 
 // The system tells only when none is left.
 template <typename Take, typename Free>
