@@ -119,9 +119,10 @@ void Fill(Stage& stage, Input& input) {
 
 void CheckLines(const Stage& stage) {
   std::vector<std::string> tried;
-  for (const auto& call : stage.disk.files.Calls())
-    if (call.kind == FileCall::Kind::kAppend && !call.argument.starts_with("-----"))
-      tried.push_back(call.argument);
+  for (const auto& call : stage.disk.files.Calls()) {
+    const bool isMarker = call.argument.starts_with("-----");
+    if (call.kind == FileCall::Kind::kAppend && !isMarker) tried.push_back(call.argument);
+  }
   Check(tried == stage.lines, "each line is tried once, whole and in order");
 }
 
