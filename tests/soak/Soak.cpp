@@ -67,15 +67,16 @@ class Soak {
     TraceLog().SetConsoleEcho(false);
     TraceLog().SetMaxQueueSize(100'000);   // It keeps what room its lines once took.
     TraceLog().SetRotation(2 << 20, 100);  // None is deleted before it was looked at.
-    m_server.ReadLine();
-    m_port = static_cast<std::uint16_t>(
-        std::stoi(m_server.Output().substr(m_server.Output().find(':') + 1)));
   }
 
   void Run() {
     Check(m_options.connections % (kTurns * m_options.atOnce) == 0 &&
               m_options.messages % (2 * m_options.connections) == 0,
           "the numbers do not go into each other");
+    m_server.ReadLine();
+    const auto colon = m_server.Output().find(':');
+    Check(colon != std::string::npos, "the server does not listen");
+    m_port = static_cast<std::uint16_t>(std::stoi(m_server.Output().substr(colon + 1)));
     RunWave();
     const Holdings first = HoldingsNow();
     while (m_connections < m_options.connections) {
