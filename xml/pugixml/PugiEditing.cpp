@@ -171,8 +171,10 @@ void PugiDocument::TakeOut(pugi::xml_node node) {
 DomResult PugiDocument::Remove(DomNode node) {
   const pugi::xml_node removed = NodeOf(node);
   if (!HasParent(removed)) return kDomBadArgument;
-  TakeOut(removed);
-  return kDomOk;
+  return Contained([&] {
+    TakeOut(removed);
+    return kDomOk;
+  });
 }
 
 // At the top of a document stand comments, processing instructions and one element.

@@ -1,7 +1,11 @@
 #include "xml/pugixml/PugiNamespaces.h"
 
+#include <array>
 #include <cstddef>
 #include <cstring>
+#include <memory_resource>
+#include <string_view>
+#include <unordered_set>
 
 #include "xml/pugixml/PugiNode.h"
 
@@ -40,9 +44,9 @@ const char* InScope(pugi::xml_node place, const char* declaration) {
   return "";
 }
 
+// For an element that does not have the declaration itself.
 void Declare(pugi::xml_node element, const char* declaration, const char* name) {
   if (std::strcmp(InScope(element.parent(), declaration), name) == 0) return;
-  if (!IsNone(element.attribute(declaration))) return;
   element.append_attribute(declaration).set_value(name);
 }
 
@@ -59,15 +63,25 @@ bool InheritsDeclarations(const pugi::xml_node& element) {
 }
 
 void KeepInNoNamespace(const pugi::xml_node& element) {
-  if (!IsInNoNamespace(element.parent())) Declare(element, kDefault, "");
+  if (!IsInNoNamespace(element.parent()) && IsNone(element.attribute(kDefault)))
+    Declare(element, kDefault, "");
 }
 
+// Each declaration is looked at once, for a message may have a thousand. The usual few need no
+// memory.
 void KeepDeclarations(const pugi::xml_node& scope, pugi::xml_node element) {
+  std::array<std::byte, 2048> buffer;
+  std::pmr::monotonic_buffer_resource memory(buffer.data(), buffer.size());
+  std::pmr::unordered_set<std::string_view> settled(&memory);
+  for (pugi::xml_attribute attribute = element.first_attribute(); !IsNone(attribute);
+       attribute = attribute.next_attribute())
+    if (IsDeclaration(attribute)) settled.insert(attribute.name());
   VisitDeclarations(scope, [&](const pugi::xml_attribute& declaration) {
-    Declare(element, declaration.name(), InScope(scope, declaration.name()));
+    if (settled.insert(declaration.name()).second)
+      Declare(element, declaration.name(), declaration.value());
     return false;
   });
-  Declare(element, kDefault, InScope(scope, kDefault));
+  if (settled.insert(kDefault).second) Declare(element, kDefault, "");
 }
 
 }  // namespace tlk
