@@ -9,29 +9,18 @@
 #include <utility>
 #include <vector>
 
-#include "control/Tlkc.h"
 #include "fuzz/Fuzzing.h"
 #include "fuzz/ReadBack.h"
+#include "fuzz/ScriptedControl.h"
 #include "platform/AnsiText.h"
 #include "platform/Platform.h"
-#include "tests/scripted/RecordingLogger.h"
-#include "tests/scripted/ScriptedSockets.h"
-#include "tests/scripted/ScriptedWindow.h"
 #include "transport/MessageTypes.h"
 #include "xml/TLK_XMLParser.h"
-#include "xml/pugixml/PugiDom.h"
 
 namespace tlk::fuzz {
 namespace {
 
 using Texts = std::pair<std::u16string, std::u16string>;
-
-struct OpenControl final : CTlkc {
-  using CTlkc::CTlkc;
-  using CTlkc::m_clientId;
-  using CTlkc::m_socket;
-  using CTlkc::m_status;
-};
 
 /// A control that is connected, and what its host is told.
 struct Conversation final : ITlkcEvents {

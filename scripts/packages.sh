@@ -29,7 +29,7 @@ need_test_tools() {
 }
 
 need_fuzz_tools() {
-  need_build_tools && need clang libclang-rt-dev libexpat1-dev
+  need_build_tools && need clang libclang-rt-dev libexpat1-dev libgtest-dev libgmock-dev
 }
 
 # The peers that this project is measured beside, and what makes a table of the figures.

@@ -3,15 +3,17 @@
 #include <cstdlib>
 #include <pugixml.hpp>
 
-#include "tests/xml/CodecTest.h"
 #include "tests/scripted/ScarceMemory.h"
+#include "tests/xml/CodecTest.h"
 
 namespace tlk {
 namespace {
 
 class AllocationTest : public CodecTest {
  protected:
-  void SetUp() override { pugi::set_memory_management_functions(test::AllocateScarce, test::FreeScarce); }
+  void SetUp() override {
+    pugi::set_memory_management_functions(test::AllocateScarce, test::FreeScarce);
+  }
   void TearDown() override { pugi::set_memory_management_functions(std::malloc, std::free); }
 };
 
