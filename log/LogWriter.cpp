@@ -1,6 +1,7 @@
 #include "log/LogWriter.h"
 
 #include <cstdio>
+#include <new>
 #include <utility>
 
 #include "log/LogLock.h"
@@ -19,6 +20,18 @@ constexpr std::string_view kClearedLine =
 
 void Call(const ThreadHook& hook) {
   if (hook.function != nullptr) hook.function(hook.context, "System", "WriteLog");
+}
+
+// Takes a step that may ask for memory; false when it got none. Nobody who logs, and no writer,
+// ends by that: only what the step was for is lost.
+template <typename Step>
+bool IsTaken(Step step) noexcept {
+  try {
+    step();
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 }  // namespace
@@ -60,13 +73,18 @@ void LogWriter::Queue(std::initializer_list<std::string_view> pieces) {
   if (!m_isUsable) return;
   EnsureStarted();
   if (m_isThrottled) (void)m_room->Wait(kNoLimit);
-  {
-    std::uint32_t status = 0;
-    const QNManageMutex guard(m_lock.get(), status, nullptr, m_platform);
-    m_queue->PushBack(pieces, m_gauge);
+  if (!IsTaken([&] { QueueLine(pieces); })) {
+    std::fputs("Unable to queue a line - QNLogger\n", stdout);
+    return;
   }
   if (!m_hasFailed) EnsureStarted();  // Once more: the writer may have ended on request meanwhile.
   AskForPass();  // Outside the lock: the writer, if it sleeps, wakes to take it.
+}
+
+void LogWriter::QueueLine(std::initializer_list<std::string_view> pieces) {
+  std::uint32_t status = 0;
+  const QNManageMutex guard(m_lock.get(), status, nullptr, m_platform);
+  m_queue->PushBack(pieces, m_gauge);
 }
 
 // Once for all who come before the writer wakes. It takes the mark back before it looks at the
@@ -81,8 +99,11 @@ void LogWriter::AskForPass() {
 void LogWriter::Start() {
   const std::lock_guard guard(m_startGuard);
   if (m_isStarted) return;
-  auto thread = m_platform.synchronisation.NewThread([self = shared_from_this()] { self->Run(); });
-  if (thread == nullptr) return;
+  std::unique_ptr<SystemThread> thread;
+  const auto make = [&] {
+    thread = m_platform.synchronisation.NewThread([self = shared_from_this()] { self->Run(); });
+  };
+  if (!IsTaken(make) || thread == nullptr) return;
   m_thread = std::move(thread);
   m_hasFailed = false;
   m_isStarted = true;
@@ -156,7 +177,8 @@ void LogWriter::Drain() {
   do {
     SettleThrottle(RunPass());
   } while (m_isThrottled);
-  if (!m_taken.IsEmpty()) m_queue->GiveBack(m_taken);
+  // What cannot be given back is written by the next pass of this writer.
+  if (!m_taken.IsEmpty()) (void)IsTaken([this] { m_queue->GiveBack(m_taken); });
 }
 
 LogWriter::PassEnd LogWriter::RunPass() {
@@ -193,10 +215,10 @@ void LogWriter::MarkThrottle(bool& isOverflowMarked) {
     m_room->Reset();
     m_isThrottled = true;
     isOverflowMarked = true;
-    m_taken.PushFront(kOverflowLine);
+    (void)IsTaken([this] { m_taken.PushFront(kOverflowLine); });
   }
   if (isOverflowMarked && IsBelowHalf()) {
-    m_taken.PushFront(kClearedLine);
+    (void)IsTaken([this] { m_taken.PushFront(kClearedLine); });
     isOverflowMarked = false;
     OpenThrottle();
   }
@@ -218,20 +240,23 @@ void LogWriter::OpenThrottle() {
 void LogWriter::FindPath() {
   const std::uint32_t version = settings.DirectoryVersion();
   if (version == m_pathVersion) return;
-  m_pathVersion = version;
   m_place.directory = settings.Directory();
   PathInPlace(m_place, m_place.fileName, m_path);
+  m_pathVersion = version;
 }
 
 bool LogWriter::WriteLine(std::string_view line) {
-  FindPath();
+  if (!IsTaken([this] { FindPath(); })) {
+    std::fputs("Unable to find the log's place - QNLogger\n", stdout);
+    return false;
+  }
   const std::int64_t size = m_platform.files.AppendLine(m_path, line);
   if (size == append_result::kNotOpened) {
     std::printf("Unable to open %s\n", m_path.c_str());
     return false;
   }
   KeepSize(size);
-  if (settings.consoleEcho) Echo(line);
+  if (settings.consoleEcho) (void)IsTaken([&] { Echo(line); });
   return true;
 }
 
@@ -240,8 +265,11 @@ void LogWriter::KeepSize(std::int64_t size) {
   if (!isWritten && !m_isFullAnnounced) std::printf("Unable to write %s\n", m_path.c_str());
   m_isFullAnnounced = !isWritten;
   if (!isWritten || size <= settings.maxFileSize) return;
-  m_platform.files.RotateAlone(m_path, settings.maxFileSize, [this] {
-    RotateFiles(m_platform.files, m_place, settings.fileCount);
+  // A rotation that stops in the middle is taken up with the next line.
+  (void)IsTaken([this] {
+    m_platform.files.RotateAlone(m_path, settings.maxFileSize, [this] {
+      RotateFiles(m_platform.files, m_place, settings.fileCount);
+    });
   });
 }
 

@@ -30,7 +30,8 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
 
   /// Queues a line put together from its pieces and wakes the writer thread, starting it if need
   /// be. Waits while the queue is over its limit. A thread that cannot be started now is tried
-  /// again with the next line.
+  /// again with the next line. A line for which there is no memory is lost, and announced on
+  /// standard output.
   void Queue(std::initializer_list<std::string_view> pieces);
 
   /// Waits until a pass has found the queue empty, or the limit has passed.
@@ -55,6 +56,7 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
     if (!m_isStarted) Start();
   }
   void Start();
+  void QueueLine(std::initializer_list<std::string_view> pieces);
   void AskForPass();
   void Run();
   void EndByFailure();
@@ -99,7 +101,7 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   std::string m_path;
   std::uint32_t m_pathVersion = 0;
   std::string m_shown;
-  LineBatch m_taken;  // Empty between two passes.
+  LineBatch m_taken;  // Empty between two passes, unless memory ran out.
 };
 
 }  // namespace tlk

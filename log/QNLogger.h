@@ -32,8 +32,10 @@ struct RecordHead;
 ///
 ///     ---------------------------- logger queue cleared ----------------------------
 ///
-/// A file that cannot be opened costs the line at hand; it is announced on standard output, and the
-/// next queued line makes the writer try again. A full disk costs every line until there is room.
+/// Memory that runs out costs the lines for which there is none, which is announced on standard
+/// output. A file that cannot be opened costs the line at hand; it is announced on standard output,
+/// and the next queued line makes the writer try again. A full disk costs every line until there is
+/// room.
 ///
 /// The queue is one for the whole process, as it always was: with several logs alive at a time,
 /// each writes what it finds, and lines of one may end up in the file of another.
