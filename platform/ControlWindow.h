@@ -33,7 +33,8 @@ class ControlWindow {
   /// The number of a message name: the same name gives the same number throughout the process.
   [[nodiscard]] virtual std::uint32_t RegisterMessage(const char* name) = 0;
 
-  /// Starts a timer, or restarts it from now if it runs.
+  /// Starts a timer, or restarts it from now if it runs. The first start of a timer may throw
+  /// `std::bad_alloc`; none after it does.
   virtual void StartTimer(std::uintptr_t timerId, std::uint32_t milliseconds) = 0;
 
   /// Stops a timer; nothing happens if it does not run.

@@ -6,7 +6,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <optional>
-#include <vector>
+#include <utility>
 
 namespace tlk {
 namespace {
@@ -25,13 +25,17 @@ struct PosixEvent::Sleeper {
   std::span<PosixEvent* const> events;
   std::condition_variable wake = {};
   std::optional<size_t> wokenBy = std::nullopt;
+  Sleeper* previous = nullptr;
+  Sleeper* next = nullptr;
 };
 
-/// Everybody asleep in this process, in the order in which they fell asleep. One mutex for all
-/// makes waiting for two events simple, and only those who sleep or wake somebody ever take it.
+/// Everybody asleep in this process, in the order in which they fell asleep, and none of it needs
+/// memory: nobody can be refused to wait. One mutex for all makes waiting for two events simple,
+/// and only those who sleep or wake somebody ever take it.
 struct PosixEvent::Dormitory {
   std::mutex mutex;
-  std::vector<Sleeper*> sleepers;
+  Sleeper* first = nullptr;
+  Sleeper* last = nullptr;
 
   /// It is never destroyed: threads that outlive the static objects of the process may still wait.
   static Dormitory& Get() {
@@ -39,8 +43,14 @@ struct PosixEvent::Dormitory {
     return dormitory;
   }
 
+  void Add(Sleeper& sleeper) {
+    sleeper.previous = std::exchange(last, &sleeper);
+    (sleeper.previous != nullptr ? sleeper.previous->next : first) = &sleeper;
+  }
+
   void Remove(Sleeper& sleeper) {
-    std::erase(sleepers, &sleeper);
+    (sleeper.previous != nullptr ? sleeper.previous->next : first) = sleeper.next;
+    (sleeper.next != nullptr ? sleeper.next->previous : last) = sleeper.previous;
     for (PosixEvent* event : sleeper.events) event->UncountSleeper();
   }
 };
@@ -74,7 +84,7 @@ WaitResult PosixEvent::SleepUntilAny(std::span<PosixEvent* const> events,
     return ResultOf(i);
   }
   Sleeper self{.events = events};
-  dormitory.sleepers.push_back(&self);
+  dormitory.Add(self);
   const auto isWoken = [&self] { return self.wokenBy.has_value(); };
   if (milliseconds == kNoLimit) {
     self.wake.wait(lock, isWoken);
@@ -100,13 +110,10 @@ void PosixEvent::WakeSleepers() {
   Dormitory& dormitory = Dormitory::Get();
   const std::lock_guard lock(dormitory.mutex);
   bool isTaken = false;
-  for (size_t i = 0; i < dormitory.sleepers.size() && !isTaken;) {
-    Sleeper& sleeper = *dormitory.sleepers[i];
+  for (Sleeper* next = dormitory.first; next != nullptr && !isTaken;) {
+    Sleeper& sleeper = *std::exchange(next, next->next);
     const auto found = std::ranges::find(sleeper.events, this);
-    if (found == sleeper.events.end()) {
-      ++i;
-      continue;
-    }
+    if (found == sleeper.events.end()) continue;
     sleeper.wokenBy = static_cast<size_t>(found - sleeper.events.begin());
     dormitory.Remove(sleeper);
     sleeper.wake.notify_one();

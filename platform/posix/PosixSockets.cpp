@@ -188,9 +188,15 @@ int PosixSockets::Close(SocketHandle socket) {
     const unsigned limit = kLingerMilliseconds;
     ::setsockopt(closed->descriptor.Get(), IPPROTO_TCP, TCP_USER_TIMEOUT, &limit, sizeof(limit));
     Watch(*closed);
-    m_lingering.push_back(std::move(closed));
+    Linger(std::move(closed));
   }
   return 0;
+}
+
+// Without memory to keep it, the socket and what it still holds go at once.
+void PosixSockets::Linger(std::unique_ptr<State> closed) try {
+  m_lingering.push_back(std::move(closed));
+} catch (const std::bad_alloc&) {
 }
 
 int PosixSockets::EnableKeepAlive(SocketHandle socket) {

@@ -87,6 +87,8 @@ class PosixSockets final : public Sockets {
   void ReleaseAhead(State& state);
 
   void Watch(State& state);
+  bool PostWrite(State& state);
+  void Linger(std::unique_ptr<State> closed);
   bool DeliverPosted();
   bool DeliverAhead();
   bool OnReady(Life life, std::uint32_t events, std::uint64_t round);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <new>
 
 #include "platform/posix/MessageLoop.h"
 #include "platform/posix/PosixSocketState.h"
@@ -67,10 +68,19 @@ int PosixSockets::RequestNotifications(SocketHandle socket, ControlWindow& windo
     return FailWithErrno();
   }
   if ((mask & socket_event::kWrite) != 0 && !state->awaitingRoom && !state->writePosted) {
-    state->writePosted = true;
-    m_posted.push_back(state->CurrentLife());
+    if (!PostWrite(*state)) {
+      state->mask = 0;
+      return Fail(socket_error::kNoBufferSpace);
+    }
   }
   return 0;
+}
+
+bool PosixSockets::PostWrite(State& state) try {
+  m_posted.push_back(state.CurrentLife());
+  return state.writePosted = true;
+} catch (const std::bad_alloc&) {
+  return false;
 }
 
 void PosixSockets::Forget(const NotificationReceiver& receiver) {
@@ -155,8 +165,15 @@ bool PosixSockets::DeliverAhead() {
   // A copy, because a handler may close sockets and receive on others, or even come back here.
   std::vector<Life> lives;
   lives.swap(m_aheadNow);
+  try {
+    lives.reserve(m_ahead.size());
+  } catch (const std::bad_alloc&) {
+    // Those for whom there is no room have their turn in a later round.
+  }
   for (const State* state : m_ahead) {
-    lives.push_back(state->CurrentLife());
+    if (lives.size() < lives.capacity()) {
+      lives.push_back(state->CurrentLife());
+    }
   }
   bool delivered = false;
   for (const Life life : lives) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace tlk {
 
@@ -13,6 +14,7 @@ struct WindowTimers::Timer {
   bool running = false;
   bool queued = false;
   TimerQueue::Queue::iterator place{};
+  TimerQueue::Queue::node_type spare{};  // the place, while it is not in the queue
 };
 
 WindowTimers::WindowTimers(TimerQueue& queue, TimerReceiver& receiver)
@@ -36,14 +38,13 @@ void WindowTimers::Start(std::uintptr_t id, std::uint32_t milliseconds) {
   auto& timer = **found;
   timer.period = std::chrono::milliseconds(milliseconds);
   timer.deadline = TimerQueue::Clock::now() + timer.period;
-  timer.running = true;
   if (timer.queued && timer.deadline < timer.place->first) {
-    m_queue.m_queue.erase(timer.place);
-    timer.queued = false;
+    m_queue.TakeOut(timer);
   }
   if (!timer.queued) {
     m_queue.Enqueue(timer);
   }
+  timer.running = true;
 }
 
 void WindowTimers::Stop(std::uintptr_t id) {
@@ -67,8 +68,7 @@ int TimerQueue::MillisecondsToNext() const {
 bool TimerQueue::FireOne(Clock::time_point now) {
   while (!m_queue.empty() && m_queue.begin()->first <= now) {
     auto& timer = *m_queue.begin()->second;
-    m_queue.erase(m_queue.begin());
-    timer.queued = false;
+    TakeOut(timer);
     if (!timer.running) {
       continue;
     }
@@ -87,9 +87,20 @@ bool TimerQueue::FireOne(Clock::time_point now) {
   return false;
 }
 
+// Only the first time asks for memory: a timer that once ran can be started whatever happens.
 void TimerQueue::Enqueue(WindowTimers::Timer& timer) {
-  timer.place = m_queue.emplace(timer.deadline, &timer);
+  if (timer.spare.empty()) {
+    timer.place = m_queue.emplace(timer.deadline, &timer);
+  } else {
+    timer.spare.key() = timer.deadline;
+    timer.place = m_queue.insert(std::move(timer.spare));
+  }
   timer.queued = true;
+}
+
+void TimerQueue::TakeOut(WindowTimers::Timer& timer) {
+  timer.spare = m_queue.extract(timer.place);
+  timer.queued = false;
 }
 
 }  // namespace tlk

@@ -60,6 +60,7 @@ class TimerQueue {
   using Queue = std::multimap<Clock::time_point, WindowTimers::Timer*>;
 
   void Enqueue(WindowTimers::Timer& timer);
+  void TakeOut(WindowTimers::Timer& timer);
 
   Queue m_queue;
 };
