@@ -30,8 +30,8 @@ ResultCode CTlkc::Connect(std::u16string_view server, std::int32_t port, std::in
     }
     m_status = TLK_Connected;
     AnnounceStatus(trace::kConnectedLine);
-    *pVal = 1;
     StartKeepAliveTimer();
+    *pVal = 1;
     return kResultOk;
   };
   return AtBoundary(connect, [this] { OnOutOfMemory(); });
@@ -112,7 +112,10 @@ void CTlkc::DropConnection(int line) {
   EndConnection(line);
 }
 
+// Not each way here has stopped the keep-alive timer, and without a connection it would announce
+// the end once more.
 void CTlkc::EndConnection(int line) {
+  m_ports.window.StopTimer(m_keepAliveTimerId);
   m_socket = kInvalidSocket;
   m_status = TLK_Not_Connected;
   AnnounceStatus(line);

@@ -76,7 +76,7 @@ void CTlkc::OnOutOfMemory() {
     ForgetMessage();
     DropOnError(socket_error::kNoBufferSpace, {}, trace::kNotifiedUnknown);
   } catch (...) {
-    // Not even a record can be written: the connection is closed, and that must do.
+    // A host whose handler throws. The connection has ended by then.
   }
 }
 

@@ -14,6 +14,7 @@
 
 namespace tlk {
 
+class TLK_XMLBuilder;
 class XmlGate;
 class iLogger;
 struct TraceFailure;
@@ -158,6 +159,7 @@ class CTlkc : private WindowTarget {
   void RaiseMessage(const std::string& type, const std::string& data);
   void SendKeepAlive();
   bool BuildMessage(std::u16string_view message, std::u16string_view data, std::string& text);
+  bool FinishMessage(TLK_XMLBuilder& builder, std::string& text);
   bool Exchange(const std::string& request, std::int32_t timeOutMS, std::string& type,
                 std::string& data);
 

@@ -1,3 +1,5 @@
+#include <new>
+
 #include "control/FiringScope.h"
 #include "control/Tlkc.h"
 #include "platform/AnsiText.h"
@@ -7,6 +9,17 @@
 #include "xml/TLK_XMLParser.h"
 
 namespace tlk {
+
+namespace {
+
+// What the server has sent must not be taken for missing.
+void EnsureMemory(const TLK_XMLParser& parser) {
+  if (parser.LacksMemory()) {
+    throw std::bad_alloc();
+  }
+}
+
+}  // namespace
 
 Codec CTlkc::MessageCodec() const {
   return {m_ports.dom, m_ports.platform.text, m_ports.gate, m_ports.log};
@@ -40,6 +53,7 @@ int CTlkc::HandleMessage(std::string& type, std::string& data) {
   codec.maxDepth = kMaxMessageDepth;
   TLK_XMLParser parser(codec, m_recvText);
   if (!parser.HasDocument()) {
+    EnsureMemory(parser);
     return -1;
   }
   // The document has its own copy, and a large message is large enough once.
@@ -49,6 +63,7 @@ int CTlkc::HandleMessage(std::string& type, std::string& data) {
   }
   parser.GetType(type);
   parser.GetData(data);
+  EnsureMemory(parser);
   return 0;
 }
 

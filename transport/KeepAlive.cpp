@@ -22,9 +22,9 @@ void CTlkc::SendKeepAlive() {
   std::string text;
   TLK_XMLBuilder builder(MessageCodec());
   builder.CreateMessage(kKeepAlive, m_clientId, kServerId);
-  builder.SetLength();
-  builder.GetXml(text);
-  m_pendingOut += text;
+  if (FinishMessage(builder, text)) {
+    m_pendingOut += text;
+  }
   if (FlushPendingOutput() == 0) {
     StartKeepAliveTimer();
   }

@@ -1,3 +1,5 @@
+#include <new>
+
 #include "control/Boundary.h"
 #include "control/Tlkc.h"
 #include "platform/AnsiText.h"
@@ -14,8 +16,8 @@ ResultCode CTlkc::SendTLKMsg(std::u16string_view message, std::u16string_view da
     if (!BuildMessage(message, data, text)) {
       return kResultOk;
     }
-    m_ports.window.StopTimer(m_keepAliveTimerId);
     m_pendingOut += text;
+    m_ports.window.StopTimer(m_keepAliveTimerId);
     if (FlushPendingOutput() == 0) {
       StartKeepAliveTimer();
     }
@@ -49,13 +51,26 @@ bool CTlkc::BuildMessage(std::u16string_view message, std::u16string_view data, 
   TLK_XMLBuilder builder(MessageCodec());
   builder.CreateMessage(NarrowArgument(message), m_clientId, kServerId);
   builder.AppendData(NarrowArgument(data));
+  return FinishMessage(builder, text);
+}
+
+// A message that does not carry its own length would break the stream, and the wait for the reply
+// to one that was never sent would not end.
+bool CTlkc::FinishMessage(TLK_XMLBuilder& builder, std::string& text) {
   builder.SetLength();
   builder.GetXml(text);
   if (text.size() > kMaxMessageLength) {
     LogError(trace::kMessageTooLong, static_cast<std::int64_t>(text.size()));
     return false;
   }
-  return true;
+  if (builder.LacksMemory()) {
+    throw std::bad_alloc();
+  }
+  const bool isFramed = GetMessageLength(text) == static_cast<std::int64_t>(text.size());
+  if (!isFramed) {
+    LogError(trace::kMessageNotBuilt);
+  }
+  return isFramed;
 }
 
 bool CTlkc::Exchange(const std::string& request, std::int32_t timeOutMS, std::string& type,

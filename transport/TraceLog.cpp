@@ -1,6 +1,8 @@
 #include "transport/TraceLog.h"
 
-#include <string>
+#include <algorithm>
+#include <array>
+#include <charconv>
 
 #include "control/Tlkc.h"
 #include "log/iLogger.h"
@@ -16,6 +18,28 @@ constexpr std::uint32_t kTextMessage = 101;
 
 // No record is longer than this, so nothing longer need be put together for one.
 constexpr std::size_t kLongestText = 8192;
+
+// A record that is put together without asking for memory: the lack of it is to be recorded, too.
+class WholeText {
+ public:
+  void Append(std::string_view text) {
+    const std::size_t room = m_text.size() - 1 - m_length;
+    m_length += text.copy(m_text.data() + m_length, std::min(text.size(), room));
+    m_text[m_length] = '\0';
+  }
+  void Append(std::int64_t number) {
+    std::array<char, 20> digits;
+    const auto end = std::to_chars(digits.begin(), digits.end(), number).ptr;
+    Append({digits.data(), static_cast<std::size_t>(end - digits.data())});
+  }
+  [[nodiscard]] const char* Text() const { return m_text.data(); }
+
+ private:
+  static constexpr std::size_t kFixedText = 128;
+
+  std::array<char, kLongestText + kFixedText> m_text;  // Left unset beyond the text.
+  std::size_t m_length = 0;
+};
 
 }  // namespace
 
@@ -33,10 +57,12 @@ void CTlkc::LogNormal(const TraceRecord& record, std::string_view text) {
   if (m_ports.log.GetLevel() < kNormalLevel) {
     return;  // Not worth putting together.
   }
-  std::string whole(record.text);
-  whole.append(text.substr(0, kLongestText)).append("\n");
+  WholeText whole;
+  whole.Append(record.text);
+  whole.Append(text.substr(0, kLongestText));
+  whole.Append("\n");
   m_ports.log.LogNormal(m_module, kNormalLevel, kTextMessage, trace::kSourceName, record.line,
-                        whole.c_str());
+                        whole.Text());
 }
 
 void CTlkc::LogError(const TraceRecord& record) {
@@ -45,9 +71,11 @@ void CTlkc::LogError(const TraceRecord& record) {
 }
 
 void CTlkc::LogError(const TraceRecord& record, std::int64_t number) {
-  const std::string whole = record.text + std::to_string(number);
+  WholeText whole;
+  whole.Append(record.text);
+  whole.Append(number);
   m_ports.log.LogError(m_module, kErrorLevel, kTextMessage, trace::kSourceName, record.line,
-                       whole.c_str());
+                       whole.Text());
 }
 
 }  // namespace tlk

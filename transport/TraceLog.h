@@ -82,6 +82,7 @@ inline constexpr TraceRecord kMessageReceived{1000, "Message Recieved. "};
 inline constexpr TraceRecord kMessageSkipped{1009, "Message Skipped. "};
 
 // Sending
+inline constexpr TraceRecord kMessageNotBuilt{1027, "Message could not be built. Not sent.\n"};
 inline constexpr TraceRecord kMessageTooLong{1031, "Message too long. Not sent. Length = "};
 inline constexpr TraceFailure kNotificationsOffFailed{
     {1060, "WSAAsyncSelect to set blocking failed. Err Num = "}, 1067};

@@ -44,19 +44,25 @@ void ReportParseError(const Codec& codec, const char* source, const Failure& fai
   ReportFailure(codec, source, failure, result, reason);
 }
 
+void Tell(DomResult* why, DomResult result) {
+  if (why != nullptr) *why = result;
+}
+
 }  // namespace
 
 std::unique_ptr<DomDocument> SetUpDocument(const Codec& codec, const char* source,
-                                           const SetUpFailures& failures) {
+                                           const SetUpFailures& failures, DomResult* why) {
   std::unique_ptr<DomDocument> document;
   const DomResult created = codec.dom.NewDocument(document);
   if (!Succeeded(created) || document == nullptr) {
+    Tell(why, created);
     ReportFailure(codec, source, failures.create, created);
     return nullptr;
   }
   for (std::size_t i = 0; i < kSettings.size(); ++i) {
     const DomResult result = (document.get()->*kSettings[i])(false);
     if (!Succeeded(result)) {
+      Tell(why, result);
       ReportFailure(codec, source, failures.settings[i], result);
       return nullptr;
     }
@@ -65,11 +71,13 @@ std::unique_ptr<DomDocument> SetUpDocument(const Codec& codec, const char* sourc
 }
 
 std::unique_ptr<DomDocument> LoadWellFormed(const Codec& codec, const char* source,
-                                            const LoadFailures& failures, std::string_view text) {
-  std::unique_ptr<DomDocument> document = SetUpDocument(codec, source, failures.setUp);
+                                            const LoadFailures& failures, std::string_view text,
+                                            DomResult* why) {
+  std::unique_ptr<DomDocument> document = SetUpDocument(codec, source, failures.setUp, why);
   if (document == nullptr) return nullptr;
   const Parse parse = LoadThroughGate(codec, *document, text);
   if (parse.loaded) return document;
+  Tell(why, parse.verdict.lacksMemory ? kDomOutOfMemory : parse.result);
   if (parse.verdict.Passed()) {
     ReportParseError(codec, source, failures.load, *document);
   } else {

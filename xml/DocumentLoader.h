@@ -36,16 +36,19 @@ using SetUpLines = std::array<std::int32_t, 1 + kDocumentSettings>;
 /// The texts of a constructor that cannot parse its source text.
 [[nodiscard]] constexpr Failure ParseTexts(std::int32_t line);
 
-/// Makes an empty document and sets it up; null when a step fails, which is then reported.
+/// Makes an empty document and sets it up; null when a step fails, which is then reported. `why`,
+/// if given, is then the result of that step.
 [[nodiscard]] std::unique_ptr<DomDocument> SetUpDocument(const Codec& codec, const char* source,
-                                                         const SetUpFailures& failures);
+                                                         const SetUpFailures& failures,
+                                                         DomResult* why = nullptr);
 
 /// Makes a document from a text; null when the text cannot be parsed, or a step before fails, which
 /// is then reported. Nothing that the gate refuses is shown to the DOM; it counts as text that
-/// cannot be parsed.
+/// cannot be parsed. `why`, if given, tells the lack of memory from a text that is to blame.
 [[nodiscard]] std::unique_ptr<DomDocument> LoadWellFormed(const Codec& codec, const char* source,
                                                           const LoadFailures& failures,
-                                                          std::string_view text);
+                                                          std::string_view text,
+                                                          DomResult* why = nullptr);
 
 /// The same, judged by the result code only: a text that cannot be parsed gives a document that
 /// holds nothing, without a report.

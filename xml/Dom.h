@@ -78,7 +78,7 @@ class DomDocument {
 
   /// `CreateElement`, `SetAttribute` for each attribute, and `AppendChild` or, under null,
   /// `SetDocumentElement`, in one. The names of the attributes differ. The result is that of the
-  /// first; the others do what they can.
+  /// first; the others do what they can, but one that lacks memory is the result.
   [[nodiscard]] virtual DomResult AddElement(DomNode parent, std::string_view name,
                                              std::span<const DomAttribute> attributes,
                                              DomNode& element);

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <string>
 
 #include "log/iLogger.h"
@@ -68,17 +69,28 @@ void Record(const Codec& codec, const char* source, const Failure& failure, DomR
   }
 }
 
+// When memory has run out the text is left out: without it, nothing here asks for memory.
+template <typename Tell>
+void WithTextOrWithout(Tell tell, std::string_view text) noexcept {
+  try {
+    try {
+      tell(text);
+    } catch (const std::bad_alloc&) {
+      tell({});
+    }
+  } catch (const std::exception&) {
+    // The operation fails all the same; only its report is lost.
+    std::fputs("A failure could not be recorded.\n", stderr);
+  }
+}
+
 }  // namespace
 
 void ReportFailure(const Codec& codec, const char* source, const Failure& failure, DomResult code,
                    std::string_view text) noexcept {
-  try {
-    Show(failure, code, text);
-    Record(codec, source, failure, code, text);
-  } catch (const std::exception&) {
-    // Memory has run out. The operation fails all the same; only its report is lost.
-    std::fputs("A failure could not be recorded.\n", stderr);
-  }
+  WithTextOrWithout([&](std::string_view told) { Show(failure, code, told); }, text);
+  WithTextOrWithout([&](std::string_view told) { Record(codec, source, failure, code, told); },
+                    text);
 }
 
 }  // namespace tlk

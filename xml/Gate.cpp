@@ -13,7 +13,7 @@ namespace tlk {
 namespace {
 
 constexpr std::size_t kAsciiCount = 128;
-constexpr GateVerdict kNoMemory{"not enough memory", 0};
+constexpr GateVerdict kNoMemory{"not enough memory", 0, true};
 
 bool IsAscii(std::string_view text) {
   unsigned all = 0;

@@ -22,6 +22,7 @@ inline constexpr std::size_t kMaxXmlAttributes = 1024;
 struct GateVerdict {
   const char* reason = nullptr;
   std::size_t position = 0;
+  bool lacksMemory = false;  ///< Nothing may be wrong with the text then.
 
   [[nodiscard]] bool Passed() const { return reason == nullptr; }
 };

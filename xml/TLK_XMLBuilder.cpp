@@ -55,7 +55,9 @@ int TLK_XMLBuilder::LoadXml(std::string_view source) {
 int TLK_XMLBuilder::CreateMessage(std::string_view type, std::int32_t sender,
                                   std::int32_t receiver) {
   Replace(nullptr);
-  Replace(SetUpDocument(m_codec, failures::kSource, failures::kCreateMessage));
+  DomResult made = kDomOk;
+  Replace(SetUpDocument(m_codec, failures::kSource, failures::kCreateMessage, &made));
+  Noted(made);
   if (!HasDocument()) return -1;
   if (BuildEnvelope(type, sender, receiver)) return 0;
   Replace(nullptr);
@@ -84,7 +86,7 @@ int TLK_XMLBuilder::SetLength() {
 
   DomNode root = nullptr;
   if (!FindRoot(root, failures::kSetLength)) return -1;
-  const DomResult stamped = m_document->SetAttribute(root, "Length", stamp.data());
+  const DomResult stamped = Noted(m_document->SetAttribute(root, "Length", stamp.data()));
   m_isStamped = stamped == kDomOk && PatchStamp(m_stampedText, stamp.data());
   return 0;
 }
@@ -120,7 +122,7 @@ void TLK_XMLBuilder::AppendDataElement(DomNode root) {
 int TLK_XMLBuilder::AppendData(std::string_view payload) {
   if (!HasDocument()) return -1;
   DomNode data = nullptr;
-  const DomResult found = FindOrMakeData(data);
+  const DomResult found = Noted(FindOrMakeData(data));
   if (found != kDomOk) {
     Report(failures::kAppendData, found);
     return -1;
@@ -142,6 +144,7 @@ void TLK_XMLBuilder::AppendFromDocument(DomNode data, std::string_view payload) 
   DomNode root = nullptr;
   parser.GetRootElement(root);
   if (root != nullptr) Append(data, root);
+  m_lacksMemory = m_lacksMemory || parser.LacksMemory();
 }
 
 void TLK_XMLBuilder::Replace(std::unique_ptr<DomDocument> document) {
@@ -175,11 +178,16 @@ bool TLK_XMLBuilder::AddElement(DomNode parent, std::string_view name,
   return IsMade(element, failure, result);
 }
 
-bool TLK_XMLBuilder::IsMade(DomNode& element, const Failure& failure, DomResult result) const {
-  if (Succeeded(result) && element != nullptr) return true;
+bool TLK_XMLBuilder::IsMade(DomNode& element, const Failure& failure, DomResult result) {
+  if (Succeeded(Noted(result)) && element != nullptr) return true;
   Report(failure, result);
   element = nullptr;
   return false;
+}
+
+DomResult TLK_XMLBuilder::Noted(DomResult result) {
+  m_lacksMemory = m_lacksMemory || result == kDomOutOfMemory;
+  return result;
 }
 
 int TLK_XMLBuilder::CreateElement(std::string_view name, DomNode& element) {
@@ -197,7 +205,7 @@ int TLK_XMLBuilder::SetAttribute(DomNode element, std::string_view name, std::st
 
 void TLK_XMLBuilder::Append(DomNode parent, DomNode child) {
   m_isStamped = false;
-  m_document->AppendChild(parent, child);
+  Noted(m_document->AppendChild(parent, child));
 }
 
 DomResult TLK_XMLBuilder::SelectSingleNode(std::string_view path, DomNode& node) {
@@ -238,8 +246,8 @@ void TLK_XMLBuilder::Report(const Failure& failure, DomResult code) const {
   ReportFailure(m_codec, failures::kSource, failure, code);
 }
 
-int TLK_XMLBuilder::Serialise(std::string& xml) const {
-  if (!HasDocument() || m_document->Xml(nullptr, xml) != kDomOk) return -1;
+int TLK_XMLBuilder::Serialise(std::string& xml) {
+  if (!HasDocument() || Noted(m_document->Xml(nullptr, xml)) != kDomOk) return -1;
   EndAtZero(xml);
   return 0;
 }

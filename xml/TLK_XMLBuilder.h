@@ -133,16 +133,21 @@ class TLK_XMLBuilder {
 
   [[nodiscard]] bool HasDocument() const { return m_document != nullptr; }
 
+  /// Whether the envelope, its payload, stamp or text lacks something because memory ran out, and
+  /// not because of what was asked for.
+  [[nodiscard]] bool LacksMemory() const { return m_lacksMemory; }
+
  private:
   // The envelope
   void Replace(std::unique_ptr<DomDocument> document);
   bool AddElement(DomNode parent, std::string_view name, std::span<const DomAttribute> attributes,
                   const Failure& failure, DomNode& element);
-  bool IsMade(DomNode& element, const Failure& failure, DomResult result) const;
+  bool IsMade(DomNode& element, const Failure& failure, DomResult result);
+  DomResult Noted(DomResult result);
   bool BuildEnvelope(std::string_view type, std::int32_t sender, std::int32_t receiver);
   bool AddParty(DomNode root, std::string_view name, std::int32_t id, const Failure& failure);
   void AppendDataElement(DomNode root);
-  int Serialise(std::string& xml) const;
+  int Serialise(std::string& xml);
 
   // Payloads
   bool AppendInPlace(DomNode data, std::string_view payload);
@@ -175,6 +180,7 @@ class TLK_XMLBuilder {
   // as long as nothing else changes the document.
   std::string m_stampedText;
   bool m_isStamped = false;
+  bool m_lacksMemory = false;
 };
 
 }  // namespace tlk

@@ -36,8 +36,11 @@ std::int32_t ReadDecimal(const std::string& text) {
 
 }  // namespace
 
-TLK_XMLParser::TLK_XMLParser(const Codec& codec, std::string_view source)
-    : m_codec(codec), m_document(LoadWellFormed(codec, kSource, kConstructFailures, source)) {}
+TLK_XMLParser::TLK_XMLParser(const Codec& codec, std::string_view source) : m_codec(codec) {
+  DomResult why = kDomOk;
+  m_document = LoadWellFormed(codec, kSource, kConstructFailures, source, &why);
+  m_lacksMemory = why == kDomOutOfMemory;
+}
 
 TLK_XMLParser::~TLK_XMLParser() = default;
 
@@ -56,7 +59,7 @@ int TLK_XMLParser::GetRootElement(DomNode& root) {
 int TLK_XMLParser::GetType(std::string& type) {
   DomNode root = nullptr;
   if (!FindRoot(root)) return -1;
-  return m_document->Attribute(root, "Type", type) == kDomOk ? 0 : -2;
+  return IsGiven(m_document->Attribute(root, "Type", type)) ? 0 : -2;
 }
 
 int TLK_XMLParser::GetReceiverId(std::int32_t& id) {
@@ -65,8 +68,8 @@ int TLK_XMLParser::GetReceiverId(std::int32_t& id) {
   m_document->SelectXPath();
   DomNode to = nullptr;
   std::string digits;
-  if (m_document->SelectNode(root, "To", to) != kDomOk) return -2;
-  if (m_document->Attribute(to, "Id", digits) != kDomOk) return -2;
+  if (!IsGiven(m_document->SelectNode(root, "To", to))) return -2;
+  if (!IsGiven(m_document->Attribute(to, "Id", digits))) return -2;
   id = ReadDecimal(digits);
   return 0;
 }
@@ -89,12 +92,12 @@ int TLK_XMLParser::GetNode(std::string_view path, std::string& out, bool textOnl
   }
   DomNode node = nullptr;
   const DomResult selected = m_document->SelectNode(root, path, node);
-  if (selected != kDomOk) {
+  if (!IsGiven(selected)) {
     ReportFailure(m_codec, kSource, kNodeFailure, selected, path);
     return -1;
   }
   const DomResult read = textOnly ? m_document->Text(node, out) : m_document->Xml(node, out);
-  if (read != kDomOk) return -2;
+  if (!IsGiven(read)) return -2;
   EndAtZero(out);
   return 0;
 }
@@ -120,6 +123,11 @@ int TLK_XMLParser::GetNodeAttribute(std::string_view path, std::string_view name
 
 DomResult TLK_XMLParser::SelectSingleNode(std::string_view path, DomNode& node) {
   return SelectFirst(m_document.get(), path, node);
+}
+
+bool TLK_XMLParser::IsGiven(DomResult result) {
+  m_lacksMemory = m_lacksMemory || result == kDomOutOfMemory;
+  return result == kDomOk;
 }
 
 bool TLK_XMLParser::FindRoot(DomNode& root) const {

@@ -27,6 +27,9 @@ class TLK_XMLParser {
 
   [[nodiscard]] bool HasDocument() const { return m_document != nullptr; }
 
+  /// Whether an answer, or the document, is missing for lack of memory: it may be there.
+  [[nodiscard]] bool LacksMemory() const { return m_lacksMemory; }
+
   /// Replaces the document by that of a text. Text that is not well-formed gives 0 all the same,
   /// and a document that holds nothing.
   int LoadXml(std::string_view source);
@@ -64,8 +67,10 @@ class TLK_XMLParser {
 
  private:
   bool FindRoot(DomNode& root) const;
+  bool IsGiven(DomResult result);
 
   Codec m_codec;
+  bool m_lacksMemory = false;
   std::unique_ptr<DomDocument> m_document;
 };
 

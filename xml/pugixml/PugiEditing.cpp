@@ -65,9 +65,11 @@ DomResult PugiDocument::AddElement(DomNode parent, std::string_view name,
   });
   if (result != kDomOk) return result;
   if (parent == nullptr) m_root = NodeOf(element);
-  for (const DomAttribute& attribute : attributes) AppendAttribute(NodeOf(element), attribute);
+  DomResult appended = kDomOk;
+  for (const DomAttribute& attribute : attributes)
+    if (AppendAttribute(NodeOf(element), attribute) == kDomOutOfMemory) appended = kDomOutOfMemory;
   if (parent != nullptr) KeepInNoNamespace(NodeOf(element));
-  return kDomOk;
+  return appended;
 }
 
 DomResult PugiDocument::AppendAttribute(pugi::xml_node element, const DomAttribute& attribute) {
