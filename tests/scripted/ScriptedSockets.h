@@ -39,6 +39,7 @@ class ScriptedSockets : public Sockets {
   void Arrive(std::string bytes) { m_arrivals.emplace_back(std::move(bytes)); }
   /// Lets a receive that comes to this point fail.
   void ArriveError(int error) { m_arrivals.emplace_back(error); }
+  void ForgetArrivals() { m_arrivals.clear(); }
   /// Address that host names have; unset, no name is known.
   std::optional<std::uint32_t> hostAddress;
 

@@ -8,6 +8,7 @@
 
 #include "platform/Platform.h"
 #include "platform/Synchronisation.h"
+#include "tests/scripted/NthCall.h"
 
 namespace tlk::test {
 
@@ -34,6 +35,9 @@ class ScriptedSynchronisation final : public Synchronisation {
   WaitFault eventWaits;
   WaitFault eitherWaits;
 
+  /// Of all that can fail: makers of unnamed things, and waits.
+  NthCall anyCall;
+
   /// Counts down with each unnamed mutex and each event; the one that brings it to 0 is refused.
   int partsToRefusal = 0;
   bool refusesThreads = false;
@@ -54,11 +58,12 @@ class ScriptedSynchronisation final : public Synchronisation {
   /// Waits until they are quite gone: a process that ends beside a thread that ends may crash under
   /// an emulator.
   void WaitForThreads() const {
-    for (const auto& thread : m_threads) static_cast<void>(thread->Wait(kNoLimit));
+    for (const auto& thread : m_threads)
+      if (thread != nullptr) static_cast<void>(thread->Wait(kNoLimit));
   }
 
   std::unique_ptr<SystemMutex> NewMutex() override {
-    return --partsToRefusal == 0 ? nullptr : Wrap(m_real.NewMutex());
+    return IsRefused(--partsToRefusal == 0) ? nullptr : Wrap(m_real.NewMutex());
   }
 
   std::unique_ptr<SystemMutex> OpenNamedMutex(const char* name) override {
@@ -70,12 +75,13 @@ class ScriptedSynchronisation final : public Synchronisation {
   }
 
   std::unique_ptr<SystemEvent> NewEvent(ResetMode mode, bool signalled) override {
-    if (--partsToRefusal == 0) return nullptr;
+    if (IsRefused(--partsToRefusal == 0)) return nullptr;
     return std::make_unique<Event>(*this, m_real.NewEvent(mode, signalled));
   }
 
   WaitResult WaitEither(SystemEvent& first, SystemEvent& second,
                         std::uint32_t milliseconds) override {
+    if (anyCall.IsThis()) return WaitResult::kFailed;
     if (eitherWaits.IsMet()) return eitherWaits.result;
     return m_real.WaitEither(*static_cast<Event&>(first).real, *static_cast<Event&>(second).real,
                              milliseconds);
@@ -83,9 +89,11 @@ class ScriptedSynchronisation final : public Synchronisation {
 
   // Whoever asks for a thread has to resume it.
   std::unique_ptr<SystemThread> NewThread(std::function<void()> work) override {
-    if (refusesThreads) return nullptr;
-    const auto& thread = m_threads.emplace_back(m_real.NewThread(std::move(work)));
-    return std::make_unique<Thread>(leftOpen, thread);
+    if (IsRefused(refusesThreads)) return nullptr;
+    const std::shared_ptr<SystemThread> real = m_real.NewThread(std::move(work));
+    auto thread = std::make_unique<Thread>(leftOpen, real);
+    m_threads.push_back(real);
+    return thread;
   }
 
   std::unique_ptr<SystemThread> OpenCurrentThread() override {
@@ -103,15 +111,17 @@ class ScriptedSynchronisation final : public Synchronisation {
 
  private:
   struct Mutex final : SystemMutex {
-    Mutex(WaitFault& waitFault, std::unique_ptr<SystemMutex> mutex)
-        : fault(waitFault), real(std::move(mutex)) {}
+    Mutex(ScriptedSynchronisation& maker, std::unique_ptr<SystemMutex> mutex)
+        : owner(maker), real(std::move(mutex)) {}
 
     WaitResult Wait(std::uint32_t milliseconds) override {
+      if (owner.anyCall.IsThis()) return WaitResult::kFailed;
+      WaitFault& fault = owner.mutexWaits;
       return fault.IsMet() ? fault.result : real->Wait(milliseconds);
     }
     bool Release() override { return real->Release(); }
 
-    WaitFault& fault;
+    ScriptedSynchronisation& owner;
     const std::unique_ptr<SystemMutex> real;
   };
 
@@ -120,6 +130,7 @@ class ScriptedSynchronisation final : public Synchronisation {
         : owner(maker), real(std::move(event)) {}
 
     WaitResult Wait(std::uint32_t milliseconds) override {
+      if (owner.anyCall.IsThis()) return WaitResult::kFailed;
       ++owner.waitingForEvents;
       WaitFault& fault = owner.eventWaits;
       const WaitResult result = fault.IsMet() ? fault.result : real->Wait(milliseconds);
@@ -165,8 +176,10 @@ class ScriptedSynchronisation final : public Synchronisation {
     const std::unique_ptr<ThreadSlot> real;
   };
 
+  bool IsRefused(bool isToldTo) { return anyCall.IsThis() || isToldTo; }
+
   std::unique_ptr<SystemMutex> Wrap(std::unique_ptr<SystemMutex> real) {
-    return real == nullptr ? nullptr : std::make_unique<Mutex>(mutexWaits, std::move(real));
+    return real == nullptr ? nullptr : std::make_unique<Mutex>(*this, std::move(real));
   }
 
   Synchronisation& m_real = SystemPlatform().synchronisation;

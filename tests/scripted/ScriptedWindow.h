@@ -17,12 +17,18 @@ class ScriptedWindow final : public ControlWindow {
   }
 
   void StartTimer(std::uintptr_t timerId, std::uint32_t milliseconds) override {
-    m_timers[timerId] = {m_now + milliseconds, milliseconds};
+    m_timers[timerId] = {true, m_now + milliseconds, milliseconds};
   }
 
-  void StopTimer(std::uintptr_t timerId) override { m_timers.erase(timerId); }
+  void StopTimer(std::uintptr_t timerId) override {
+    const auto timer = m_timers.find(timerId);
+    if (timer != m_timers.end()) timer->second.runs = false;
+  }
 
-  [[nodiscard]] bool Runs(std::uintptr_t timerId) const { return m_timers.contains(timerId); }
+  [[nodiscard]] bool Runs(std::uintptr_t timerId) const {
+    const auto timer = m_timers.find(timerId);
+    return timer != m_timers.end() && timer->second.runs;
+  }
   [[nodiscard]] bool HasTarget() const { return m_target != nullptr; }
 
   /// Delivers a notification; false when the target did not treat it.
@@ -46,6 +52,7 @@ class ScriptedWindow final : public ControlWindow {
 
  private:
   struct Timer {
+    bool runs = false;
     std::uint64_t due = 0;
     std::uint32_t period = 0;
   };
@@ -53,7 +60,8 @@ class ScriptedWindow final : public ControlWindow {
   [[nodiscard]] std::uintptr_t NextDue(std::uint64_t end) const {
     std::uintptr_t next = 0;
     for (const auto& [id, timer] : m_timers) {
-      if (timer.due <= end && (next == 0 || timer.due < m_timers.at(next).due)) next = id;
+      if (timer.runs && timer.due <= end && (next == 0 || timer.due < m_timers.at(next).due))
+        next = id;
     }
     return next;
   }

@@ -1,0 +1,170 @@
+// Every call that can fail fails once, in turn, under whole conversations. After each the control
+// is in a defined state, the host has been told what it lost, nothing leaks, and it can connect
+// anew.
+//
+// Before, a host whose memory ran out saw the process end in the log's writer, producers of the log
+// held back for ever, messages go out without a type or with a wrong length, or not at all,
+// messages come in empty or not at all, and a keep-alive timer run without a connection, or none
+// with one, all without a word.
+
+#include <cstdio>
+
+#include "tests/faults/Stage.h"
+
+namespace tlk::test {
+namespace {
+
+const std::string kFirst = Frame("Hello", "<Data><to>everybody who is there</to></Data>");
+
+struct Conversation {
+  const char* name;
+  void (*run)(Stage& stage);
+};
+
+constexpr Conversation kConversations[] = {
+    {"connect by address",
+     [](Stage& stage) {
+       stage.Connect();
+       stage.Disconnect();
+     }},
+    {"connect by name",
+     [](Stage& stage) {
+       stage.sockets.hostAddress = 0x0100007F;
+       stage.Connect(u"a-server-with-a-long-name.example");
+       stage.Send(u"Chat");
+       stage.Disconnect();
+     }},
+    {"messages in pieces",  // The first tells the id, the second does not fit the stack.
+     [](Stage& stage) {
+       stage.Connect();
+       for (std::size_t at = 0; at < kFirst.size(); at += 25) stage.Arrive(kFirst.substr(at, 25));
+       const std::string large = Frame("Large", "<Data>" + std::string(20000, 'x') + "</Data>");
+       stage.Arrive(large.substr(0, 9000));
+       stage.Arrive(large.substr(9000));
+       stage.Send(u"Chat");
+     }},
+    {"keep-alive",
+     [](Stage& stage) {
+       stage.Connect();
+       stage.Arrive(kFirst);
+       stage.IdleForAMinute();
+       stage.Arrive(Frame("Keep Connection Alive Response", ""));
+     }},
+    {"send in parts",
+     [](Stage& stage) {
+       stage.Connect();
+       if (stage.IsConnected()) stage.sockets.TakeOnly(40);
+       stage.Send(u"Part");
+       if (stage.IsConnected()) stage.sockets.Fail(Call::kSend, socket_error::kWouldBlock);
+       stage.Send(u"Later");
+     }},
+    {"request with reply",
+     [](Stage& stage) {
+       stage.Connect();
+       stage.Arrive(kFirst);
+       stage.sockets.Arrive(Frame("Reply", "<Data><what was='asked'/></Data>"));
+       stage.Request();
+       stage.Arrive(Frame("Event", "<Data/>"));
+     }},
+    {"peer closes",
+     [](Stage& stage) {
+       stage.Connect();
+       stage.Arrive(kFirst.substr(0, 60));
+       stage.Notify(socket_event::kClose, socket_error::kConnectionReset);
+       stage.Connect();
+       stage.Arrive(kFirst.substr(60));
+       stage.Notify(socket_event::kClose);
+     }},
+    {"disconnect, connect again",
+     [](Stage& stage) {
+       stage.Connect();
+       stage.Send(u"One");
+       stage.Disconnect();
+       stage.Connect();
+       stage.Arrive(kFirst + kFirst);
+       stage.Disconnect();
+     }},
+};
+
+struct Way {
+  const char* what;
+  Kind kind;
+  int how;
+};
+
+constexpr Way kWays[] = {
+    {"an allocation", kMemory, 1},
+    {"all allocations from one on", kMemory, kEveryTime},
+    {"an allocation of the log's writer", kWriterMemory, 1},
+    {"all allocations of the log's writer from one on", kWriterMemory, kEveryTime},
+    {"a socket call, 10035", kSockets, socket_error::kWouldBlock},
+    {"a socket call, 10054", kSockets, socket_error::kConnectionReset},
+    {"a socket call, 10055", kSockets, socket_error::kNoBufferSpace},
+    {"a file call, not opened", kFiles, append_result::kNotOpened},
+    {"a file call, not written", kFiles, append_result::kNotWritten},
+    {"a DOM call", kDom, 0},
+    {"a thread call", kThreads, 0},
+};
+
+void PrintTo(const Way& way, std::ostream* out) { *out << way.what; }
+
+bool Shows(const Outcome& outcome, const char* text) {
+  return outcome.shown.find(text) != std::string::npos;
+}
+
+// What the DOM refuses is missing in a message; that one came of it is all there is to see.
+bool IsAllThere(const Outcome& outcome, const Outcome& ideal, Kind kind) {
+  if (kind != kDom) return outcome.host == ideal.host && outcome.sent == ideal.sent;
+  return outcome.host.size() >= ideal.host.size() && outcome.sent.empty() == ideal.sent.empty();
+}
+
+void CheckTold(const Outcome& outcome, const Outcome& ideal, Kind kind) {
+  const bool isTold = outcome.refusals > ideal.refusals || outcome.ends > ideal.ends ||
+                      outcome.errors > ideal.errors || Shows(outcome, "Failed to");
+  const bool isLogWhole = outcome.records >= ideal.records || Shows(outcome, "Unable to");
+  EXPECT_TRUE(isTold || IsAllThere(outcome, ideal, kind));
+  EXPECT_TRUE(isTold || isLogWhole);
+  // A log that fails costs the host nothing.
+  if (kind == kFiles || kind == kThreads || kind == kWriterMemory) {
+    EXPECT_EQ(outcome.host, ideal.host);
+    EXPECT_EQ(outcome.sent, ideal.sent);
+  }
+}
+
+Outcome Play(const Conversation& conversation, const Fault& fault) {
+  Stage stage(fault);
+  conversation.run(stage);
+  const Outcome outcome = stage.Heal();
+  stage.CheckState();
+  stage.CheckNewConnection();
+  return outcome;
+}
+
+// Whether the fault came at all.
+bool BringsFault(const Conversation& conversation, const Outcome& ideal, const Fault& fault) {
+  const Outcome outcome = Play(conversation, fault);
+  CheckTold(outcome, ideal, fault.kind);
+  return outcome.hasFailed;
+}
+
+class Faults : public testing::TestWithParam<Way> {};
+
+TEST_P(Faults, LeaveADefinedStateAndTellTheHost) {
+  const auto [what, kind, how] = GetParam();
+  for (const Conversation& conversation : kConversations) {
+    const Outcome ideal = Play(conversation, {});
+    int nth = 0;
+    for (bool hasFailed = true; hasFailed && !HasFailure();) {
+      SCOPED_TRACE(std::string(conversation.name) + ", call " + std::to_string(++nth));
+      const long before = LiveAllocations();
+      hasFailed = BringsFault(conversation, ideal, {kind, how, nth});
+      EXPECT_EQ(LiveAllocations(), before);
+    }
+    std::printf("[   POINTS ] %s: %s: %d\n", conversation.name, what, nth - 1);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(EachFails, Faults, testing::ValuesIn(kWays));
+
+}  // namespace
+}  // namespace tlk::test

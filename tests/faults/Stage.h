@@ -1,0 +1,227 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <pugixml.hpp>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "log/LogQueue.h"
+#include "log/QNLogger.h"
+#include "tests/control/ControlFixture.h"
+#include "tests/log/LogFixture.h"
+#include "tests/scripted/FailingPorts.h"
+#include "tests/scripted/ScarceMemory.h"
+#include "tests/scripted/ScriptedDom.h"
+#include "tests/scripted/ScriptedSynchronisation.h"
+
+namespace tlk::test {
+
+enum Kind : std::size_t { kMemory, kWriterMemory, kSockets, kFiles, kDom, kThreads, kNothing };
+
+/// What fails: the nth call of a kind. `how` is the number it fails with, or, of memory, how often
+/// it is refused.
+struct Fault {
+  Kind kind = kNothing;
+  int how = 0;
+  int nth = 0;
+};
+
+/// What came of a conversation.
+struct Outcome {
+  Timeline host;     ///< Events, and what calls gave.
+  std::string sent;  ///< What the server got.
+  int ends = 0;      ///< How often the host was told of an end.
+  int refusals = 0;  ///< How often a call told of a failure, or nothing was done unconnected.
+  int records = 0;   ///< In the log; `errors` of them tell of one.
+  int errors = 0;
+  std::string shown;       ///< On standard output.
+  bool hasFailed = false;  ///< Whether the call that was to fail was made.
+};
+
+/// One control with its log, on ports of which one call fails, and its host.
+class Stage final : public ITlkcEvents {
+ public:
+  explicit Stage(const Fault& fault) {
+    pugi::set_memory_management_functions(AllocateScarce, FreeScarce);
+    testing::internal::CaptureStdout();
+    if (fault.kind <= kWriterMemory) m_limits[fault.kind].Set(fault.nth - 1, fault.how);
+    if (fault.kind >= kSockets && fault.kind < kNothing) CallOf(fault.kind).Fail(fault.nth);
+    m_sockets.error = fault.how;
+    m_files.appendResult = fault.how;
+    m_strings.texts[{m_strings.TheModule(), 101}] = "%s";
+    m_log = std::make_unique<QNLogger>("TLK_Client.log", 4, m_platform);
+    const auto limitWriter = [](void* limit, const char* /*category*/, const char* /*name*/) {
+      SetMemoryLimit(static_cast<MemoryLimit*>(limit));
+    };
+    m_log->SetThreadStartHook(limitWriter, &m_limits[kWriterMemory]);
+    m_log->SetRotation(400, 4);   // Within each conversation.
+    m_log->SetMaxQueueSize(400);  // It holds producers back.
+    DomFactory& dom = fault.kind == kDom ? static_cast<DomFactory&>(m_dom) : m_realDom;
+    const ControlPorts ports{m_sockets, m_window, m_platform, dom, m_gate, *m_log};
+    m_control = std::make_unique<OpenControl>(ports, *this);
+  }
+
+  // What the queue of the process keeps for the next line is not the stage's own.
+  ~Stage() override {
+    m_control.reset();
+    m_log->Rest();
+    m_log.reset();
+    m_threads.WaitForThreads();
+    LineBatch left;
+    QueueGauge gauge;
+    LogQueue::OfProcess()->TakeAll(left, gauge, 0);
+    EXPECT_EQ(sockets.OpenCount(), 0U);
+  }
+
+  [[nodiscard]] bool IsConnected() const { return m_control->m_status == TLK_Connected; }
+
+  // Another attempt would forget the socket that an unknown name has left behind.
+  void Connect(std::u16string_view server = u"127.0.0.1") {
+    if (!IsConnected() && m_control->m_socket != kInvalidSocket) Disconnect();
+    std::int32_t value = 0;
+    const auto result = Do([&] { return m_control->Connect(server, 1371, &value); });
+    if (value == 0) ++m_outcome.refusals;
+    Note("connect " + std::to_string(value), result);
+  }
+
+  void Disconnect() {
+    Note("disconnect", Do([&] { return m_control->Disconnect(); }));
+  }
+
+  // After a send that would have blocked, the system tells of room.
+  void Send(std::u16string_view type) {
+    if (IsTooLate()) return;
+    constexpr std::u16string_view kData = u"<Text>a text of more than a few bytes</Text>";
+    Note("send", Do([&] { return m_control->SendTLKMsg(type, kData); }));
+    for (int i = 0; i < 3; ++i) Notify(socket_event::kWrite);
+  }
+
+  void Request() {
+    if (IsTooLate()) return;
+    std::u16string type;
+    std::u16string data;
+    const auto result =
+        Do([&] { return m_control->SendReceiveTlkMsg(u"Ask", u"<A/>", &type, &data, 100); });
+    Note("request " + ToNarrow(type) + " " + ToNarrow(data), result);
+  }
+
+  void Arrive(const std::string& bytes) {
+    if (IsTooLate()) return;
+    sockets.Arrive(bytes);
+    for (int i = 0; i < 100 && sockets.HasArrivals(); ++i) Notify(socket_event::kRead);
+  }
+
+  void IdleForAMinute() {
+    Do([this] { return m_window.Advance(60000), 0; });
+    Notify(socket_event::kWrite);
+  }
+
+  void Notify(std::uint32_t event, int error = 0) {
+    if (!IsTooLate()) Do([&] { return m_window.Notify(m_control->m_socket, event, error); });
+  }
+
+  ScriptedSockets sockets;
+
+  // A writer that met the fault may have stopped at it; the next line makes it go on.
+  Outcome Heal() {
+    m_log->Write(kLastLine);
+    EXPECT_TRUE(Eventually([this] { return HasFailed() || m_files.hasLastLine; }));
+    m_outcome.hasFailed = HasFailed();
+    for (MemoryLimit& limit : m_limits) limit.Set(-1, 0);
+    for (const Kind kind : {kSockets, kFiles, kDom, kThreads}) CallOf(kind).Fail(0);
+    m_log->SetConsoleEcho(false);
+    m_log->Write(kLastLine);
+    m_log->Rest();
+    m_outcome.shown = testing::internal::GetCapturedStdout();
+    m_outcome.sent = std::exchange(sockets.sent, "");
+    m_outcome.records = m_files.records;
+    m_outcome.errors = m_files.errorRecords;
+    return m_outcome;
+  }
+
+  void CheckState() const {
+    EXPECT_EQ(m_control->m_status, m_announced);
+    EXPECT_EQ(sockets.OpenCount(), m_control->m_socket == kInvalidSocket ? 0U : 1U);
+    // Only an unknown name leaves a socket behind.
+    const bool isUnknown = !m_outcome.host.empty() && m_outcome.host.back() == "connect 0";
+    EXPECT_TRUE(m_control->m_socket == kInvalidSocket || IsConnected() || isUnknown);
+    EXPECT_EQ(m_window.Runs(kKeepAliveTimer), IsConnected());
+  }
+
+  // What is left of an incomplete message may cost the first of two connections.
+  void CheckNewConnection() {
+    for (int attempt = m_control->m_recvText.empty() ? 1 : 0; attempt < 2; ++attempt) {
+      Disconnect();
+      sockets.ForgetArrivals();
+      m_outcome.host.clear();
+      Connect();
+      Send(u"Later");
+      Arrive(Frame("New", "<Data><n/></Data>"));
+    }
+    EXPECT_THAT(m_outcome.host, testing::ElementsAre("status 3", "connect 1", "send",
+                                                     "message New <Data><n/></Data>"));
+    EXPECT_THAT(sockets.sent, testing::HasSubstr("Type=\"Later\""));
+  }
+
+ private:
+  NthCall& CallOf(Kind kind) {
+    return *std::array{&m_sockets.anyCall, &m_files.anyCall, &m_dom.script.anyCall,
+                       &m_threads.anyCall}[kind - kSockets];
+  }
+
+  bool HasFailed() {
+    const auto hasCome = [this](Kind kind) { return CallOf(kind).HasCome(); };
+    return m_limits[kMemory].hasRefused || m_limits[kWriterMemory].hasRefused ||
+           std::ranges::any_of(std::array{kSockets, kFiles, kDom, kThreads}, hasCome);
+  }
+
+  template <typename Call>
+  std::invoke_result_t<Call> Do(Call call) {
+    const LimitedMemory limited(&m_limits[kMemory]);
+    return call();
+  }
+
+  void Note(const std::string& what, ResultCode result) {
+    m_outcome.host.push_back(what + (result == kResultOk ? "" : " failed"));
+    if (result != kResultOk) ++m_outcome.refusals;
+  }
+
+  bool IsTooLate() {
+    if (!IsConnected()) ++m_outcome.refusals;
+    return !IsConnected();
+  }
+
+  void ConnStatusChanged(TLK_ConnStatusEnum status) override {
+    const PlentyOfMemory plenty;
+    m_announced = status;
+    if (status == TLK_Not_Connected) ++m_outcome.ends;
+    m_outcome.host.push_back("status " + std::to_string(status));
+  }
+
+  void TlkMsgRecieved(std::u16string_view type, std::u16string_view message) override {
+    const PlentyOfMemory plenty;
+    m_outcome.host.push_back("message " + ToNarrow(type) + " " + ToNarrow(message));
+  }
+
+  Outcome m_outcome;
+  std::array<MemoryLimit, 2> m_limits;
+  TLK_ConnStatusEnum m_announced = TLK_Not_Connected;
+  FailingSockets m_sockets{sockets};
+  ScriptedWindow m_window;
+  ScriptedStringTable m_strings;
+  ScriptedSurroundings m_surroundings;
+  ScriptedFiles m_realFiles;
+  FailingFiles m_files{m_realFiles};
+  ScriptedSynchronisation m_threads;
+  const Platform m_platform{SystemPlatform().text, m_strings, m_threads, m_surroundings, m_files};
+  SystemDomFactory m_realDom{SystemPlatform().text};
+  ScriptedDomFactory m_dom{m_realDom};
+  XmlGate m_gate{SystemPlatform().text};
+  std::unique_ptr<QNLogger> m_log;
+  std::unique_ptr<OpenControl> m_control;
+};
+
+}  // namespace tlk::test
