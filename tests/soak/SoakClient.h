@@ -18,7 +18,7 @@ inline void Check(bool holds, const char* what) {
 /// there is more of the message to come.
 enum class Way { kDisconnect, kControlDestroyed, kServerCloses, kServerResets };
 inline constexpr int kWays = 4;
-inline constexpr int kServerLimit = 50'000;
+inline constexpr int kServerLimit = 20'000;
 
 /// A host whose control has one connection after another. On each it sends numbered messages, in
 /// bursts and as requests, and compares what comes back.
@@ -64,7 +64,7 @@ class SoakClient final : public ITlkcEvents {
   }
   // Mostly small; one of ten is larger, and one of a hundred large.
   static std::u16string Body(int number) {
-    const int size = number % 100 == 15 ? 40'000 : number % 10 == 3 ? 2'000 : number % 80;
+    const int size = number % 100 == 15 ? 15'000 : number % 10 == 3 ? 2'000 : number % 80;
     return u"<a>\u00e9&lt;" + std::u16string(static_cast<std::size_t>(size), u'x') + u"</a>";
   }
   bool Request() {
@@ -79,8 +79,8 @@ class SoakClient final : public ITlkcEvents {
   bool End() {
     m_isEnding = true;
     if (m_way == Way::kDisconnect) (*m_control)->Disconnect();
-    if (m_way == Way::kServerCloses) SendTooLong(kServerLimit + 5'000);
-    if (m_way == Way::kServerResets) SendTooLong(6 * kServerLimit);
+    if (m_way == Way::kServerCloses) SendTooLong(kServerLimit + 2'000);
+    if (m_way == Way::kServerResets) SendTooLong(5 * kServerLimit);
     if (m_way != Way::kControlDestroyed) return true;
     m_control.reset();
     return m_isDone = true;
