@@ -112,10 +112,9 @@ void CTlkc::DropConnection(int line) {
   EndConnection(line);
 }
 
-// Not each way here has stopped the keep-alive timer, and without a connection it would announce
-// the end once more.
+// A request leaves the keep-alive timer alone, also when it ends the connection: the next tick then
+// announces the end once more.
 void CTlkc::EndConnection(int line) {
-  m_ports.window.StopTimer(m_keepAliveTimerId);
   m_socket = kInvalidSocket;
   m_status = TLK_Not_Connected;
   AnnounceStatus(line);

@@ -9,6 +9,6 @@ cd "$(dirname "$0")/.."
 need_test_tools
 mkdir -p build
 echo "Building release"
-cmake --preset release -DTLKC2_TESTS=ON >build/release.log
-cmake --build --preset release --target soak tlk >>build/release.log || { cat build/release.log >&2 && exit 1; }
+{ cmake --preset release -DTLKC2_TESTS=ON && cmake --build --preset release --target soak tlk; } \
+  >build/release.log || { cat build/release.log >&2 && exit 1; }
 exec build/release/tests/soak/soak --tlk build/release/tools/tlk/tlk "$@"

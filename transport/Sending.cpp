@@ -16,6 +16,9 @@ ResultCode CTlkc::SendTLKMsg(std::u16string_view message, std::u16string_view da
     if (!BuildMessage(message, data, text)) {
       return kResultOk;
     }
+    if (m_pendingOut.size() + text.size() > kMaxPendingOutput) {
+      throw std::bad_alloc();
+    }
     m_pendingOut += text;
     m_ports.window.StopTimer(m_keepAliveTimerId);
     if (FlushPendingOutput() == 0) {

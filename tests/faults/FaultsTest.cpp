@@ -4,8 +4,8 @@
 //
 // Before, a host whose memory ran out saw the process end in the log's writer, producers of the log
 // held back for ever, messages go out without a type or with a wrong length, or not at all,
-// messages come in empty or not at all, and a keep-alive timer run without a connection, or none
-// with one, all without a word.
+// messages come in empty or not at all, and no keep-alive timer with a connection, all without a
+// word.
 
 #include <cstdio>
 
