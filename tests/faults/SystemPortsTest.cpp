@@ -48,7 +48,7 @@ class SystemPorts : public testing::TestWithParam<int> {
   // Nobody reads what is sent here, so most of it stays behind the port, even when it is closed.
   void LeaveUnread(Sockets& sockets, ControlWindow& window) {
     LoopbackPeer peer;
-    const std::string much(std::size_t{16} << 20, 'x');
+    static const std::string much(std::size_t{6} << 20, 'x');
     const SocketHandle socket = sockets.Open();
     ASSERT_EQ(sockets.Connect(socket, peer.Address()), 0);
     Scarcely([&] {
