@@ -16,6 +16,12 @@ namespace {
 
 const std::string kFirst = Frame("Hello", "<Data><to>everybody who is there</to></Data>");
 
+const std::string kManyElements = [] {
+  std::string elements;
+  for (int i = 0; i < 1000; ++i) elements += "<e/>";
+  return elements;
+}();
+
 struct Conversation {
   const char* name;
   void (*run)(Stage& stage);
@@ -64,7 +70,8 @@ constexpr Conversation kConversations[] = {
        stage.Arrive(kFirst);
        stage.sockets.Arrive(Frame("Reply", "<Data><what was='asked'/></Data>"));
        stage.Request();
-       stage.Arrive(Frame("Event", "<Data/>"));
+       // A declaration that Data inherits is written into it, on a copy.
+       stage.Arrive(Frame("Event\" xmlns:p=\"urn:p", "<Data><p:a/>" + kManyElements + "</Data>"));
      }},
     {"peer closes",
      [](Stage& stage) {

@@ -1,11 +1,13 @@
 #include "xml/pugixml/PugiDom.h"
 
+#include <new>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "xml/Contained.h"
+#include "xml/pugixml/PugiCopy.h"
 #include "xml/pugixml/PugiDocument.h"
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"
@@ -166,6 +168,7 @@ void PugiDocument::WriteNode(DomNode node, std::string& utf8) {
   } else if (element && InheritsDeclarations(element)) {
     pugi::xml_document alone;
     const pugi::xml_node copy = alone.append_copy(element);
+    if (!IsWholeCopy(element, copy)) throw std::bad_alloc();
     KeepDeclarations(element.parent(), copy);
     AppendXml(copy, utf8);
   } else {

@@ -3,6 +3,7 @@
 
 #include "xml/Contained.h"
 #include "xml/GateNamespaces.h"
+#include "xml/pugixml/PugiCopy.h"
 #include "xml/pugixml/PugiDocument.h"
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"
@@ -68,8 +69,11 @@ DomResult PugiDocument::AddElement(DomNode parent, std::string_view name,
   DomResult appended = kDomOk;
   for (const DomAttribute& attribute : attributes)
     if (AppendAttribute(NodeOf(element), attribute) == kDomOutOfMemory) appended = kDomOutOfMemory;
-  if (parent != nullptr) KeepInNoNamespace(NodeOf(element));
-  return appended;
+  if (parent == nullptr || appended != kDomOk) return appended;
+  return Contained([&] {
+    KeepInNoNamespace(NodeOf(element));
+    return kDomOk;
+  });
 }
 
 DomResult PugiDocument::AppendAttribute(pugi::xml_node element, const DomAttribute& attribute) {
@@ -114,8 +118,12 @@ DomResult PugiDocument::ReadInto(DomNode parent, std::string_view text) {
     const pugi::xml_node root = isRead ? FirstElementFrom(added) : pugi::xml_node();
     RemoveBehind(place, last, root);
     if (IsNone(root)) return kDomNothing;
-    KeepInNoNamespace(root);
-    return kDomOk;
+    const DomResult kept = Contained([&] {
+      KeepInNoNamespace(root);
+      return kDomOk;
+    });
+    if (kept != kDomOk) RemoveBehind(place, last, {});
+    return kept;
   });
 }
 
@@ -146,6 +154,10 @@ DomResult PugiDocument::Place(pugi::xml_node parent, const pugi::xml_node& child
     placed = IsNone(before) ? parent.append_copy(child) : parent.insert_copy_before(child, before);
   }
   if (IsNone(placed)) return kDomFailed;
+  if (!IsSame(placed, child) && !IsWholeCopy(child, placed)) {
+    parent.remove_child(placed);
+    return kDomOutOfMemory;
+  }
   if (wasRoot) m_root = {};
   if (wasStray) {
     --m_strays;

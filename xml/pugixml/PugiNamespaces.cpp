@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 #include <memory_resource>
+#include <new>
 #include <string_view>
 #include <unordered_set>
 
@@ -47,7 +48,7 @@ const char* InScope(pugi::xml_node place, const char* declaration) {
 // For an element that does not have the declaration itself.
 void Declare(pugi::xml_node element, const char* declaration, const char* name) {
   if (std::strcmp(InScope(element.parent(), declaration), name) == 0) return;
-  element.append_attribute(declaration).set_value(name);
+  if (!element.append_attribute(declaration).set_value(name)) throw std::bad_alloc();
 }
 
 }  // namespace

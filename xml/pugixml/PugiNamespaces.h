@@ -4,7 +4,8 @@
 
 namespace tlk {
 
-/// Namespaces, of which pugixml knows nothing but the attributes that declare them.
+/// Namespaces, of which pugixml knows nothing but the attributes that declare them. What adds one
+/// throws `std::bad_alloc` when there is no memory for it.
 
 /// Whether an element without a prefix is in no namespace.
 [[nodiscard]] bool IsInNoNamespace(const pugi::xml_node& element);

@@ -1,7 +1,11 @@
 #include "xml/pugixml/PugiWriter.h"
 
 #include <cstddef>
+#include <cstring>
+#include <new>
 #include <string_view>
+
+#include "xml/pugixml/PugiNode.h"
 
 namespace tlk {
 namespace {
@@ -71,7 +75,8 @@ void AppendXml(const pugi::xml_attribute& attribute, std::string& utf8) {
   constexpr std::size_t kBehind = 2;
   pugi::xml_document alone;
   const pugi::xml_node element = alone.append_child("a");
-  pugi::xml_node(element).append_copy(attribute);
+  const pugi::xml_attribute copy = pugi::xml_node(element).append_copy(attribute);
+  if (IsNone(copy) || std::strcmp(copy.value(), attribute.value()) != 0) throw std::bad_alloc();
   std::string written;
   AppendXml(element, written);
   utf8.append(written, kBefore, written.size() - kBefore - kBehind);
