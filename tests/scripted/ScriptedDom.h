@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <regex>
 #include <string>
 #include <utility>
@@ -17,7 +18,7 @@ class DomScript {
   /// From now on, lets every call whose beginning `which` matches give `result` and do
   /// nothing else.
   void Fail(const char* which, DomResult result) {
-    m_failing = which;
+    m_failing = std::regex(which);
     m_result = result;
   }
 
@@ -29,7 +30,8 @@ class DomScript {
 
   template <typename Real>
   DomResult Meet(const std::string& call, Real real) {
-    const bool fails = std::regex_search(call, m_failing, std::regex_constants::match_continuous);
+    const bool fails =
+        m_failing && std::regex_search(call, *m_failing, std::regex_constants::match_continuous);
     if (fails) return m_result;
     if (anyCall.IsThis()) return kDomFailed;
     calls.push_back(call);
@@ -37,7 +39,7 @@ class DomScript {
   }
 
  private:
-  std::regex m_failing{"nothing"};
+  std::optional<std::regex> m_failing;
   DomResult m_result = kDomOk;
 };
 
