@@ -32,6 +32,7 @@ struct Record {
 
 std::vector<Record> Race(const std::vector<const Contestant*>& contestants, int rounds) {
   std::vector<Record> records;
+  records.reserve(contestants.size());
   for (const Contestant* contestant : contestants) records.push_back({contestant, {}});
   for (int round = -1; round < rounds; ++round) {
     for (std::size_t i = 0; i < records.size(); ++i) {

@@ -34,6 +34,7 @@ int main() {
     return 1;
   }
   std::vector<double> figures;
+  figures.reserve(kRounds);
   for (int round = 0; round < kRounds; ++round)
     figures.push_back(MegabytesPerSecond(messages.gate, message));
   std::ranges::sort(figures);

@@ -137,7 +137,7 @@ void RunAll(const std::string& input) {
 /// Memory grows with the input; and when it declares namespaces, with its square at worst, because
 /// each element that is moved takes along what is declared around it.
 std::size_t MemoryFor(const std::string& input) {
-  constexpr std::size_t kAtRest = 512 * 1024;
+  constexpr std::size_t kAtRest = 524'288;
   constexpr std::size_t kPerByte = 256;
   const auto tags = static_cast<std::size_t>(std::count(input.begin(), input.end(), '<'));
   const bool declares = input.find("xmlns") != std::string::npos;

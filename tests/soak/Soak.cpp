@@ -17,7 +17,8 @@
 #include "tests/soak/TraceLogTally.h"
 
 /// Present where a sanitizer has put a heap of its own.
-extern "C" std::size_t __sanitizer_get_current_allocated_bytes() __attribute__((weak));
+extern "C" std::size_t AllocatedBytes() __asm__("__sanitizer_get_current_allocated_bytes")
+    __attribute__((weak));
 
 namespace tlk::soak {
 namespace {
@@ -55,9 +56,9 @@ Holdings HoldingsNow() {
     return std::distance(fs::directory_iterator(folder), {});
   };
   const auto info = ::mallinfo2();
-  const bool isSanitized = __sanitizer_get_current_allocated_bytes != nullptr;
-  return {isSanitized ? __sanitizer_get_current_allocated_bytes() : info.uordblks + info.hblkhd,
-          entries("/proc/self/fd"), entries("/proc/self/task")};
+  const bool isSanitized = AllocatedBytes != nullptr;
+  return {isSanitized ? AllocatedBytes() : info.uordblks + info.hblkhd, entries("/proc/self/fd"),
+          entries("/proc/self/task")};
 }
 
 class Soak {

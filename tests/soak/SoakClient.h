@@ -18,7 +18,7 @@ inline void Check(bool holds, const char* what) {
 /// there is more of the message to come.
 enum class Way { kDisconnect, kControlDestroyed, kServerCloses, kServerResets };
 inline constexpr int kWays = 4;
-inline constexpr int kServerLimit = 20'000;
+inline constexpr std::size_t kServerLimit = 20'000;
 
 /// A host whose control has one connection after another. On each it sends numbered messages, in
 /// bursts and as requests, and compares what comes back.

@@ -11,7 +11,7 @@ namespace tlk {
 
 // Nodes and attributes are nothing but pointers into their tree. They are taken for that here,
 // because they are compared and passed on all the time, and each question to pugixml is a call.
-static_assert(sizeof(pugi::xml_node) == sizeof(DomNode));
+static_assert(sizeof(pugi::xml_node) == sizeof(void*));
 static_assert(std::is_trivially_copyable_v<pugi::xml_node>);
 static_assert(sizeof(pugi::xml_attribute) == sizeof(void*));
 static_assert(std::is_trivially_copyable_v<pugi::xml_attribute>);
