@@ -141,7 +141,7 @@ void CheckTold(const Outcome& outcome, const Outcome& ideal, Kind kind) {
 Outcome Play(const Conversation& conversation, const Fault& fault) {
   Stage stage(fault);
   conversation.run(stage);
-  const Outcome outcome = stage.Heal();
+  Outcome outcome = stage.Heal();
   stage.CheckState();
   stage.CheckNewConnection();
   return outcome;
