@@ -133,7 +133,8 @@ int TLK_XMLBuilder::AppendData(std::string_view payload) {
 
 // The short way. Whatever is in its way, the other one meets it too, and reports it.
 bool TLK_XMLBuilder::AppendInPlace(DomNode data, std::string_view payload) {
-  if (!m_document->ReadsInPlace() || !m_codec.gate.Pass(payload).Passed()) return false;
+  if (!m_document->ReadsInPlace() || !m_codec.gate.Pass(payload, m_codec.maxDepth).Passed())
+    return false;
   if (m_document->ReadInto(data, payload) != kDomOk) return false;
   m_isStamped = false;
   return true;
