@@ -13,11 +13,6 @@ struct PayloadList {
   Failure noEntry;
 };
 
-struct NamedValue {
-  std::string_view name;
-  std::string_view value;
-};
-
 namespace {
 
 constexpr PayloadList kConferences = {"//Conference_List", "Conference", failures::kConferenceData,
@@ -49,10 +44,10 @@ int TLK_XMLBuilder::AddConferenceList(std::string_view name, std::int32_t partic
                                       std::string_view creator, std::uint32_t elapsedTime) {
   const Digits count = Decimal(participantCount);
   const Digits elapsed = Decimal(elapsedTime);
-  const NamedValue attributes[] = {{"Name", name},
-                                   {"ParticipantCount", count.data()},
-                                   {"Creator", creator},
-                                   {"EllapsedTime", elapsed.data()}};
+  const DomAttribute attributes[] = {{"Name", name},
+                                     {"ParticipantCount", count.data()},
+                                     {"Creator", creator},
+                                     {"EllapsedTime", elapsed.data()}};
   return AddToList(kConferences, attributes);
 }
 
@@ -60,21 +55,20 @@ int TLK_XMLBuilder::AddParticipantList(std::string_view name, std::int32_t isLea
                                        std::int32_t isCreator, std::int32_t queueIndex,
                                        std::string_view /*unused*/) {
   const Digits index = Decimal(queueIndex);
-  const NamedValue attributes[] = {{"Name", name},
-                                   {"Creator", Truth(isCreator)},
-                                   {"Leader", Truth(isLeader)},
-                                   {"Queue_Index", index.data()}};
+  const DomAttribute attributes[] = {{"Name", name},
+                                     {"Creator", Truth(isCreator)},
+                                     {"Leader", Truth(isLeader)},
+                                     {"Queue_Index", index.data()}};
   return AddToList(kParticipants, attributes);
 }
 
-int TLK_XMLBuilder::AddToList(const PayloadList& kind, std::span<const NamedValue> attributes) {
+int TLK_XMLBuilder::AddToList(const PayloadList& kind, std::span<const DomAttribute> attributes) {
   if (!HasDocument()) return -1;
   const DomNode list = FindOrMakeList(kind.path, kind.noData);
   if (list == nullptr) return 0;
-  const DomNode entry = NewPart(kind.entry, kind.noEntry);
-  if (entry == nullptr) return 0;
-  for (const auto& [name, value] : attributes) SetAttribute(entry, name, value);
-  Append(list, entry);
+  DomNode entry = nullptr;
+  if (!AddElement(list, kind.entry, attributes, failures::kCreateElement, entry))
+    Report(kind.noEntry);
   return 0;
 }
 

@@ -14,7 +14,6 @@ namespace tlk {
 
 struct AttributeEdit;
 struct GivenLists;
-struct NamedValue;
 struct PayloadList;
 
 /// Builds a message document: the envelope
@@ -152,7 +151,7 @@ class TLK_XMLBuilder {
   // Payloads
   bool AppendInPlace(DomNode data, std::string_view payload);
   void AppendFromDocument(DomNode data, std::string_view payload);
-  int AddToList(const PayloadList& kind, std::span<const NamedValue> attributes);
+  int AddToList(const PayloadList& kind, std::span<const DomAttribute> attributes);
   DomNode NewPart(std::string_view name, const Failure& failure);
   bool AddText(DomNode parent, std::string_view name, std::string_view text,
                const Failure& failure);
