@@ -6,24 +6,12 @@
 #include "xml/PathNames.h"
 #include "xml/pugixml/PugiChildren.h"
 #include "xml/pugixml/PugiNode.h"
+#include "xml/pugixml/PugiText.h"
 
 namespace tlk {
 namespace {
 
 constexpr std::string_view kAnywhere = "//";
-
-bool BeginsWord(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
-
-bool ContinuesWord(char c) {
-  return BeginsWord(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
-}
-
-// Whether a path is nothing but a name, of the plainest kind. Nearly every path is, behind "//" or
-// not, and needs no XPath.
-bool IsWord(std::string_view path) {
-  return !path.empty() && BeginsWord(path.front()) &&
-         std::all_of(path.begin(), path.end(), ContinuesWord);
-}
 
 bool IsNamed(const pugi::xml_node& node, std::string_view name) {
   const char* const own = node.name();
@@ -69,9 +57,10 @@ pugi::xpath_node FirstUnder(pugi::xpath_node_set found, const PathStart& start) 
 DomResult PugiPaths::Select(const PathStart& start, std::string_view path, bool strays,
                             pugi::xpath_node& found) {
   if (path.size() > kMaxPathLength) return kDomFailed;
-  if (IsWord(path)) {
+  // Nearly every path is nothing but a plain name, behind "//" or not, and needs no XPath.
+  if (IsPlainName(path)) {
     found = Child(start, path);
-  } else if (path.starts_with(kAnywhere) && IsWord(path.substr(kAnywhere.size()))) {
+  } else if (path.starts_with(kAnywhere) && IsPlainName(path.substr(kAnywhere.size()))) {
     found = Anywhere(start.root, path.substr(kAnywhere.size()));
   } else {
     const pugi::xpath_query* const query = Compile(path);

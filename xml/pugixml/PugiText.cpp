@@ -32,14 +32,6 @@ constexpr auto kNameCharacters = [] {
   return belongs;
 }();
 
-// Whether a text is a name of the plainest kind, which is the same in the tree.
-bool IsPlainName(std::string_view narrow) {
-  if (narrow.empty() || !BeginsName(narrow.front())) return false;
-  bool all = true;
-  for (const char c : narrow) all &= kNameCharacters[static_cast<unsigned char>(c)];
-  return all;
-}
-
 // Whether a value is the same in the tree: printable ASCII, nothing else.
 bool IsPlainValue(std::string_view narrow) {
   return std::all_of(narrow.begin(), narrow.end(), [](char c) { return c >= ' ' && c <= '~'; });
@@ -52,8 +44,11 @@ void DropBeyond(Text& scratch, std::size_t bytes) {
 
 }  // namespace
 
-void PugiText::ToTree(std::string_view narrow, std::string& utf8) {
-  utf8.assign(InTree(narrow, utf8));
+bool IsPlainName(std::string_view narrow) {
+  if (narrow.empty() || !BeginsName(narrow.front())) return false;
+  bool all = true;
+  for (const char c : narrow) all &= kNameCharacters[static_cast<unsigned char>(c)];
+  return all;
 }
 
 void PugiText::SourceToTree(std::string_view narrow, std::string& utf8) {
@@ -78,7 +73,7 @@ void PugiText::ToTreeValue(std::string_view narrow, std::string& utf8) {
 
 std::string_view PugiText::ValueInTree(std::string_view narrow, std::string& scratch) {
   if (IsPlainValue(narrow)) return narrow;
-  ToTree(narrow.substr(0, narrow.find('\0')), scratch);
+  scratch.assign(InTree(narrow.substr(0, narrow.find('\0')), scratch));
   std::replace_if(scratch.begin(), scratch.end(), IsForbidden, '?');
   return scratch;
 }

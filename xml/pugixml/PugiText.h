@@ -14,20 +14,18 @@ class PugiText {
  public:
   explicit PugiText(const AnsiText& codePage) : m_codePage(codePage) {}
 
-  /// Replaces `utf8` by `narrow`.
-  void ToTree(std::string_view narrow, std::string& utf8);
-
-  /// The same for the text of a document.
-  void SourceToTree(std::string_view narrow, std::string& utf8);
-
-  /// The same, where the text may stay where it is: it is copied only if it has to be changed.
+  /// What `narrow` is in a tree. It stays where it is, or is put into `scratch` if it has to be
+  /// changed.
   [[nodiscard]] std::string_view InTree(std::string_view narrow, std::string& scratch);
 
-  /// The same for a single value, which ends before its first zero byte. A control character that
-  /// no document can hold becomes "?".
+  /// Replaces `utf8` by the text of a document.
+  void SourceToTree(std::string_view narrow, std::string& utf8);
+
+  /// Replaces `utf8` by a single value, which ends before its first zero byte. A control character
+  /// that no document can hold becomes "?".
   void ToTreeValue(std::string_view narrow, std::string& utf8);
 
-  /// The same where it may stay where it is.
+  /// The same where the value may stay where it is.
   [[nodiscard]] std::string_view ValueInTree(std::string_view narrow, std::string& scratch);
 
   /// Replaces `narrow` by `utf8`, all or nothing. A character that the code page lacks becomes "?".
@@ -48,6 +46,9 @@ class PugiText {
   std::u16string m_wide;
   std::string m_narrow;
 };
+
+/// Whether a text is a name of the plainest kind, of ASCII, which is the same in a tree.
+[[nodiscard]] bool IsPlainName(std::string_view text);
 
 /// Turns every end of line into a line feed, as XML reads it.
 void NormaliseLineEnds(std::string& text);
