@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -20,6 +21,9 @@ class iLogger;
 struct TraceFailure;
 struct TraceRecord;
 struct ErrorFailure;
+
+/// The most bytes that a host may let wait: one send of all of them must be able to count them.
+inline constexpr std::size_t kMaxPendingOutput = 2'000'000'000;
 
 /// Status of a connection. Only `TLK_Not_Connected` and `TLK_Connected` are ever announced;
 /// `TLK_Resolving` lasts as long as the connect call inside `Connect`, and `TLK_Connecting` is
@@ -186,6 +190,7 @@ class CTlkc : private WindowTarget {
   bool m_firingStatus = false;
   bool m_firingMessage = false;
   std::string m_pendingOut;
+  std::size_t m_maxPendingOut = kMaxPendingOutput;
   std::string m_recvText;
   std::int32_t m_expectedLength = -1;
   std::int32_t m_clientId = -1;

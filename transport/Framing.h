@@ -24,9 +24,6 @@ inline constexpr std::size_t kLengthPrefix = 30;
 /// The longest message that can be framed.
 inline constexpr std::size_t kMaxMessageLength = 9999999;
 
-/// The most bytes that a host may let wait: one send of all of them must be able to count them.
-inline constexpr std::size_t kMaxPendingOutput = 2'000'000'000;
-
 /// The length stamp of a text, or -1 when it has none. Of the seven characters behind the marker it
 /// reads what a C program reads with `atoi`: "12ab567" is 12. A stamp that reads as 0 is none; a
 /// negative one is returned as it is, and whoever frames a message treats everything below 1 alike.

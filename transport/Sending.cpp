@@ -16,7 +16,7 @@ ResultCode CTlkc::SendTLKMsg(std::u16string_view message, std::u16string_view da
     if (!BuildMessage(message, data, text)) {
       return kResultOk;
     }
-    if (m_pendingOut.size() + text.size() > kMaxPendingOutput) {
+    if (m_pendingOut.size() + text.size() > m_maxPendingOut) {
       throw std::bad_alloc();
     }
     m_pendingOut += text;

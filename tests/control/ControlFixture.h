@@ -110,6 +110,7 @@ class OpenControl final : public CTlkc {
   using CTlkc::m_clientId;
   using CTlkc::m_expectedLength;
   using CTlkc::m_keepAliveIntervalMs;
+  using CTlkc::m_maxPendingOut;
   using CTlkc::m_pendingOut;
   using CTlkc::m_recvText;
   using CTlkc::m_serverAddr;

@@ -152,6 +152,22 @@ TEST_F(SendTest, APeerThatNeverReadsMakesNothingWaitButAKeepAliveAMinute) {
   EXPECT_EQ(Bare(control->m_pendingOut), keepAlive + keepAlive);
 }
 
+TEST_F(SendTest, WhatTheHostMaySendToAPeerThatNeverReadsHasALimit) {
+  ConnectQuietly();
+  const auto sendInVain = [&] {
+    sockets.Fail(Call::kSend, socket_error::kWouldBlock);
+    return control->SendTLKMsg(u"T", u"");
+  };
+  sendInVain();
+  control->m_maxPendingOut = 2 * control->m_pendingOut.size();
+  EXPECT_EQ(sendInVain(), kResultOk);
+  EXPECT_EQ(control->SendTLKMsg(u"T", u""), kResultOutOfMemory);
+  EXPECT_EQ(control->m_status, TLK_Connected);
+  EXPECT_TRUE(window.Runs(kKeepAliveTimer));
+  Notify(socket_event::kWrite);
+  EXPECT_EQ(Bare(sockets.sent), Sent("T", "<Data/>") + Sent("T", "<Data/>"));
+}
+
 TEST_F(SendTest, AKeepAliveThatFailsEndsTheConnection) {
   ConnectQuietly();
   sockets.Fail(Call::kSend, socket_error::kConnectionReset);
