@@ -25,7 +25,7 @@ need_build_tools() {
 }
 
 need_test_tools() {
-  need_build_tools && need libgtest-dev libgmock-dev libexpat1-dev valgrind
+  need_build_tools && need libgtest-dev libgmock-dev libexpat1-dev valgrind iproute2
 }
 
 need_fuzz_tools() {
