@@ -10,6 +10,17 @@ cd "$(dirname "$0")/.."
 . scripts/wine.sh
 . scripts/wine32.sh
 
+# test_preset PRESET: runs the tests of a preset, and tells of each case that it left out, and why, which
+# nobody would hear otherwise.
+test_preset() {
+  echo "Testing $1"
+  ctest --preset "$1"
+  tr -d '\r' <"build/$1/Testing/Temporary/LastTest.log" | awk '
+    /^Skipped: / { print }
+    /: Skipped$/ { getline reason }
+    /^\[  SKIPPED \] .* ms\)$/ { print "Skipped " $4 ": " reason }'
+}
+
 windows=yes
 [ "${1:-}" != --native ] || { windows=no && shift; }
 
@@ -19,8 +30,7 @@ native=("$@")
 [ "$#" -gt 0 ] || native=(debug asan-ubsan tsan)
 for preset in "${native[@]}"; do
   build "$preset"
-  echo "Testing $preset"
-  ctest --preset "$preset"
+  test_preset "$preset"
 done
 [ $windows = yes ] || exit 0
 
@@ -32,17 +42,14 @@ tests/hardening/check.sh build/release/tools/tlk/tlk \
   build/windows-x{64,86}/com/TlkC2.dll build/windows-x{64,86}/tools/tlk/tlk.exe
 trap 'end_wine; end_wine32' EXIT
 start_wine
-echo "Testing windows-x64"
-ctest --preset windows-x64
-tell_skipped windows-x64
+test_preset windows-x64
 echo "Playing the conversations against the module in its container"
 tests/conversations/play-in-wine.sh "build/${native[0]}" build/windows-x64
 echo "Running the samples of docs/embedding.md"
 tests/embedding/check.sh "build/${native[0]}" build/windows-x64
-echo "Testing windows-x86 (without conversations and samples: the system's container does not run there)"
+echo "The 32-bit module, without conversations and samples: the system's container does not run there"
 if start_wine32; then
-  in_wine32 ctest --preset windows-x86
-  tell_skipped windows-x86
+  in_wine32 test_preset windows-x86
 else
   ctest --preset windows-x86 --tests-regex '^com-module$'
 fi

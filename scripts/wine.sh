@@ -39,11 +39,3 @@ end_wine() {
   env -u TMPDIR WINEPREFIX="$(wine_prefix)" timeout 20 /usr/lib/wine/wineserver -k -w \
     </dev/null >/dev/null 2>&1 || true
 }
-
-# tell_skipped PRESET: prints each case that the last run of the preset's tests left out, and why. Under
-# Wine a whole program is one test, which hides them.
-tell_skipped() {
-  tr -d '\r' <"build/$1/Testing/Temporary/LastTest.log" | awk '
-    /: Skipped$/ { getline reason }
-    /^\[  SKIPPED \] .* ms\)$/ { print "Skipped " $4 ": " reason }'
-}
