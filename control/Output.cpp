@@ -6,7 +6,7 @@ namespace tlk {
 
 namespace {
 
-constexpr ErrorFailure kKnownErrors[] = {
+constexpr ErrorFailure kSendErrors[] = {
     {socket_error::kConnectionReset, trace::kSendReset},
     {socket_error::kConnectionRefused, trace::kSendRefused},
     {socket_error::kConnectionAborted, trace::kSendAborted},
@@ -24,7 +24,7 @@ int CTlkc::FlushPendingOutput() {
     if (error == socket_error::kWouldBlock || error == socket_error::kInProgress) {
       return 0;
     }
-    DropOnError(error, kKnownErrors, trace::kSendUnknown);
+    DropOnError(error, kSendErrors, trace::kSendUnknown);
     return -1;
   }
   const auto taken = static_cast<std::size_t>(sent);

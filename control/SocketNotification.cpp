@@ -5,7 +5,7 @@ namespace tlk {
 
 namespace {
 
-constexpr ErrorFailure kKnownErrors[] = {
+constexpr ErrorFailure kNotifiedErrors[] = {
     {socket_error::kConnectionReset, trace::kNotifiedReset},
     {socket_error::kConnectionRefused, trace::kNotifiedRefused},
     {socket_error::kConnectionAborted, trace::kNotifiedAborted},
@@ -35,7 +35,7 @@ void CTlkc::HandleNotification(std::uint32_t event, int error) {
   if (error == socket_error::kNone) {
     OnSocketEvent(event);
   } else {
-    DropOnError(error, kKnownErrors, trace::kNotifiedUnknown);
+    DropOnError(error, kNotifiedErrors, trace::kNotifiedUnknown);
   }
 }
 

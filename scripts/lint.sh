@@ -17,10 +17,18 @@ clang-format --dry-run -Werror "${sources[@]}"
 echo "Checking that includes point downwards"
 scripts/check-includes.sh "${sources[@]}"
 
-cmake --preset debug -DTLKC2_BENCH=ON >/dev/null
-build debug
+# configure PRESET [OPTION...]: for building each source by itself, which finds what it fails to include.
+configure() {
+  cmake --preset "$1" -B "build/lint/$1" -DCMAKE_UNITY_BUILD=OFF "${@:2}" >/dev/null
+}
+
+configure debug -DTLKC2_BENCH=ON
+configure windows-x64
+configure windows-x86
+echo "Building debug, each source by itself"
+quietly build/lint/debug.log cmake --build build/lint/debug
 # Of the Windows builds, the generated headers that their sources include are enough.
-build windows-x64 tlkc2_idl
-build windows-x86 tlkc2_idl
-scripts/tidy.sh build/debug build/windows-x64 build/windows-x86
+quietly build/lint/windows-x64.log cmake --build build/lint/windows-x64 --target tlkc2_idl
+quietly build/lint/windows-x86.log cmake --build build/lint/windows-x86 --target tlkc2_idl
+scripts/tidy.sh build/lint/debug build/lint/windows-x64 build/lint/windows-x86
 echo "Clean"

@@ -44,16 +44,19 @@ need_windows_tools() {
     wine64 wine libwine-dev xvfb googletest locales python3
 }
 
-# build PRESET [TARGET...]: configures and builds, quietly unless it fails.
+# quietly LOG COMMAND [ARGUMENT...]: keeps what a command says in a file, and shows it if it fails.
+quietly() {
+  local log=$1
+  shift
+  mkdir -p "$(dirname "$log")"
+  "$@" >"$log" 2>&1 || { cat "$log" >&2 && return 1; }
+}
+
+# build PRESET [TARGET...]: configures and builds.
 build() {
   local preset=$1
   shift
   echo "Building $preset"
-  local log="build/$preset.log"
-  mkdir -p build
-  if ! { cmake --preset "$preset" &&
-    cmake --build --preset "$preset" ${1:+--target "$@"}; } >"$log" 2>&1; then
-    cat "$log" >&2
-    return 1
-  fi
+  quietly "build/$preset.configure.log" cmake --preset "$preset" &&
+    quietly "build/$preset.log" cmake --build --preset "$preset" ${1:+--target "$@"}
 }

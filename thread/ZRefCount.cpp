@@ -8,11 +8,11 @@ namespace tlk {
 
 namespace {
 
-constexpr const char* kSource = "ZRefCount";
+constexpr const char* kRefCountSource = "ZRefCount";
 constexpr std::int32_t kDereferenceLine = 45;
 
 [[noreturn]] void EndWith(const char* message, std::int32_t line) {
-  Report(Fatal::kYes, kSource, line, nullptr, message);
+  Report(Fatal::kYes, kRefCountSource, line, nullptr, message);
   std::abort();  // Not reached: a fatal report does not return.
 }
 

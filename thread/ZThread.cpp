@@ -16,7 +16,7 @@ namespace tlk {
 
 namespace {
 
-constexpr const char* kSource = "ZThread";
+constexpr const char* kThreadSource = "ZThread";
 constexpr std::int32_t kExceptionLine = 468;
 constexpr std::int32_t kUnknownExceptionLine = 472;
 constexpr std::size_t kMaxMessage = 1024;
@@ -36,7 +36,7 @@ std::uint32_t WholeMilliseconds(std::int64_t microseconds) {
 void ReportUncaught(const std::exception& exception) {
   std::array<char, kMaxMessage> message{};
   std::snprintf(message.data(), message.size(), "Uncaught exception: %s", exception.what());
-  Report(Fatal::kNo, kSource, kExceptionLine, nullptr, message.data());
+  Report(Fatal::kNo, kThreadSource, kExceptionLine, nullptr, message.data());
 }
 
 }  // namespace
@@ -94,7 +94,8 @@ void ZThread::RunReported() noexcept {
   } catch (const std::exception& exception) {
     ReportUncaught(exception);
   } catch (...) {
-    Report(Fatal::kNo, kSource, kUnknownExceptionLine, nullptr, "Uncaught exception, unknown type");
+    Report(Fatal::kNo, kThreadSource, kUnknownExceptionLine, nullptr,
+           "Uncaught exception, unknown type");
   }
 }
 

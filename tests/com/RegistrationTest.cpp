@@ -7,7 +7,7 @@ namespace tlk {
 namespace {
 
 const std::wstring kClasses = L"Software\\Classes\\";
-const std::wstring kLibrary = kClasses + L"TypeLib\\{C5A1C94B-80B9-4317-98BE-D528F13E2459}";
+const std::wstring kTypeLibrary = kClasses + L"TypeLib\\{C5A1C94B-80B9-4317-98BE-D528F13E2459}";
 const std::wstring kSandbox = L"Software\\TlkC2 registration test";
 
 const std::wstring kRegistered =
@@ -42,7 +42,7 @@ std::wstring Value(HKEY hive, const std::wstring& key, const wchar_t* value) {
 }
 
 std::wstring LibraryFile(HKEY hive) {
-  return Value(hive, kLibrary + (sizeof(void*) == 8 ? L"\\1.0\\0\\win64" : L"\\1.0\\0\\win32"),
+  return Value(hive, kTypeLibrary + (sizeof(void*) == 8 ? L"\\1.0\\0\\win64" : L"\\1.0\\0\\win32"),
                L"");
 }
 
@@ -129,8 +129,8 @@ TEST_F(RegistrationTest, UndoesWhatItWroteWhenItFails) {
   HKEY passing = nullptr;
   ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, (kClasses + L"TypeLib").c_str(), &libraries), 0);
   RegCloseKey(libraries);
-  ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kLibrary.c_str(), 0, nullptr, REG_OPTION_VOLATILE,
-                            KEY_ALL_ACCESS, nullptr, &passing, nullptr),
+  ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kTypeLibrary.c_str(), 0, nullptr,
+                            REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, &passing, nullptr),
             0);
   RegCloseKey(passing);
   EXPECT_TRUE(FAILED(Install(TRUE, L"user")));

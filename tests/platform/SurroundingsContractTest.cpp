@@ -12,38 +12,38 @@
 namespace tlk {
 namespace {
 
-Surroundings& System() { return SystemPlatform().surroundings; }
+Surroundings& ThisSystem() { return SystemPlatform().surroundings; }
 
 TEST(SurroundingsContract, CopiesTheTemporaryFolderOnlyWhenItFitsWithItsEnd) {
   std::array<char, 10'000> wide{};
-  const std::uint32_t length = System().TemporaryFolder(wide);
+  const std::uint32_t length = ThisSystem().TemporaryFolder(wide);
   const std::string folder(wide.data());
   EXPECT_EQ(folder.size(), length);
-  EXPECT_TRUE(folder.ends_with(System().PathSeparator()));
+  EXPECT_TRUE(folder.ends_with(ThisSystem().PathSeparator()));
 
   std::vector<char> exact(length + 1, 'x');
-  EXPECT_EQ(System().TemporaryFolder(exact), length);
+  EXPECT_EQ(ThisSystem().TemporaryFolder(exact), length);
   EXPECT_EQ(exact.data(), folder);
   std::vector<char> tooSmall(length, 'x');
-  EXPECT_EQ(System().TemporaryFolder(tooSmall), length + 1);
+  EXPECT_EQ(ThisSystem().TemporaryFolder(tooSmall), length + 1);
   EXPECT_EQ(tooSmall, std::vector<char>(length, 'x'));
 }
 
 // The clock may step by as much as 16 milliseconds.
 TEST(SurroundingsContract, TheTickClockCountsTheMillisecondsOfASleep) {
-  const std::uint64_t start = System().TickCount();
-  System().Sleep(60);
-  const std::uint64_t slept = System().TickCount() - start;
+  const std::uint64_t start = ThisSystem().TickCount();
+  ThisSystem().Sleep(60);
+  const std::uint64_t slept = ThisSystem().TickCount() - start;
   EXPECT_GE(slept, 43U);
   EXPECT_LT(slept, 30'000U);
 }
 
 TEST(SurroundingsContract, TellsTheTimesOfTheProcess) {
   ProcessTimes first;
-  ASSERT_TRUE(System().ReadProcessTimes(first));
+  ASSERT_TRUE(ThisSystem().ReadProcessTimes(first));
   EXPECT_LE(std::abs(first.now / 10'000'000 - 11'644'473'600 - std::time(nullptr)), 2);
   ProcessTimes last = first;
-  while (last.now - first.now < 2'000'000) ASSERT_TRUE(System().ReadProcessTimes(last));
+  while (last.now - first.now < 2'000'000) ASSERT_TRUE(ThisSystem().ReadProcessTimes(last));
   EXPECT_GT(last.processor, first.processor);
   EXPECT_LT(last.processor - first.processor, 2 * (last.now - first.now));
 }

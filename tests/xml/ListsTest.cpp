@@ -70,7 +70,7 @@ std::vector<Text> Split(const Text& text, char separator) {
   return parts;
 }
 
-Text Message(const Text& text) {
+Text WholeMessage(const Text& text) {
   return Replaced(text, "^(<Attribute_List.*)", "<TLK_Message><Data>$1</Data></TLK_Message>");
 }
 
@@ -78,7 +78,7 @@ class ListsTest : public CodecTest {
  protected:
   void Check(const Text& operation, std::vector<Text> row) {
     row.resize(8);
-    TLK_XMLBuilder builder(m_codec, Message(row[1]));
+    TLK_XMLBuilder builder(m_codec, WholeMessage(row[1]));
     for (int round = 0; round < 2; ++round) ASSERT_EQ(builder.SetLength(), 0);
     Text paths = "<Path_List><p>" + Replaced(row[3], ";", "</p><p>") + "</p></Path_List>";
     if (row[3].starts_with('<')) paths = row[3];
@@ -86,7 +86,7 @@ class ListsTest : public CodecTest {
     const auto run = [&] { result = kOperations.at(operation)(builder, row[2], paths); };
     EXPECT_EQ(ShownBy(run), row[6].empty() ? "" : row[6] + "\n");
     EXPECT_EQ(std::to_string(result), row[4]);
-    ExpectFresh(builder, Message(row[5] == "=" ? row[1] : row[5]));
+    ExpectFresh(builder, WholeMessage(row[5] == "=" ? row[1] : row[5]));
     EXPECT_EQ(m_log.records.empty() ? "" : m_log.records[0].text, Replaced(row[7], "~", "\n"));
     m_log.records.clear();
   }
