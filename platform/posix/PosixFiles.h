@@ -9,9 +9,9 @@ namespace tlk {
 /// is a file or a link in the log's place that belongs to another user than this one and root.
 class PosixFiles final : public Files {
  public:
-  /// A new file is for its user alone (mode 0600). Part of a line that could not be
-  /// written whole is taken back, unless another process has appended behind it meanwhile. A line
-  /// that another process appends in the same moment may not be in the size.
+  /// A new file is for its user alone (mode 0600). Part of a line that could not be written whole
+  /// is taken back, unless another process has appended behind it meanwhile. A line that another
+  /// process appends in the same moment may not be in the size.
   ///
   /// The signal of the limit on file sizes (SIGXFSZ) stays blocked in the calling thread.
   [[nodiscard]] std::int64_t AppendLine(const std::string& path, std::string_view line) override;

@@ -236,6 +236,8 @@ struct PartialSend {
   const char* left;
 };
 
+void PrintTo(const PartialSend& send, std::ostream* out) { *out << send.taken; }
+
 class PartialSendTest : public ConnectionTest, public testing::WithParamInterface<PartialSend> {};
 
 TEST_P(PartialSendTest, KeepsTheLastByteTaken) {
@@ -256,6 +258,8 @@ struct SendFailure {
   int error;
   const char* failures;
 };
+
+void PrintTo(const SendFailure& failure, std::ostream* out) { *out << failure.error; }
 
 class SendFailureTest : public ConnectionTest, public testing::WithParamInterface<SendFailure> {};
 

@@ -65,7 +65,10 @@ struct Place {
 
 using GateCharacters = testing::TestWithParam<Place>;
 INSTANTIATE_TEST_SUITE_P(InNames, GateCharacters,
-                         testing::Values(Place{u"<", u"/>"}, Place{u"<a", u"/>"}));
+                         testing::Values(Place{u"<", u"/>"}, Place{u"<a", u"/>"}),
+                         [](const auto& test) {
+                           return std::string(test.index == 0 ? "AtTheStart" : "Behind");
+                         });
 
 TEST_P(GateCharacters, AgreeWithTheOracleInEveryCodePage) {
   constexpr unsigned kPage = 0x80;
