@@ -55,7 +55,8 @@ class TLK_XMLBuilder {
   /// Measures the serialised document in bytes and stamps the number, seven digits with leading
   /// zeros, into the root's `Length`. The placeholder is as wide, so the stamp does not change the
   /// length. A document that needs more digits is stamped with them and then no longer fits its
-  /// stamp.
+  /// stamp. One that was loaded with a stamp of another width, or none, fits its stamp only after a
+  /// second call, which measures it with the first one in it.
   int SetLength();
 
   /// The text of the first node that `path` selects; -1 when nothing is selected, -2 when the node
