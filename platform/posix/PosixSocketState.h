@@ -23,6 +23,8 @@ struct PosixSockets::State {
 
   OwnedDescriptor descriptor;
   std::uint32_t number = 0;
+  bool isConnected = false;
+  bool isClosed = false;  // by its owner, with bytes that are still to go out
   bool blocking = true;
   std::int32_t sendTimeout = 0;
   std::int32_t receiveTimeout = 0;
@@ -43,7 +45,7 @@ struct PosixSockets::State {
   bool awaitingRoom = false;  // a send has reported would-block
   bool readTold = false;      // a read notification was delivered and no receive was made since
   bool closeTold = false;
-  bool endSeen = false;           // a blocking receive has met the end of the stream
+  bool endSeen = false;           // a receive has met the end of the stream
   int error = 0;                  // what ended the connection while nobody was calling
   std::uint64_t lastReceive = 0;  // the round of waiting in which the last receive was made
 };

@@ -3,24 +3,20 @@
 #include <arpa/inet.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
-#include <sys/epoll.h>
 #include <sys/socket.h>
 
 #include <cerrno>
 #include <cstring>
 #include <new>
 
+#include "platform/posix/CallLimit.h"
 #include "platform/posix/PosixSocketState.h"
 #include "platform/posix/SocketErrors.h"
 
 namespace tlk {
 
 namespace {
-
-// How long the system goes on trying to bring out what a closed socket still holds.
-constexpr unsigned kLingerMilliseconds = 30000;
 
 // A connect that a signal interrupts goes on by itself: wait for its end and take its result.
 int FinishInterruptedConnect(int descriptor) {
@@ -36,17 +32,7 @@ int FinishInterruptedConnect(int descriptor) {
   return error == 0 ? 0 : -1;
 }
 
-timeval ToTimeval(std::int32_t milliseconds) {
-  // The option is an unsigned number of milliseconds, so a negative one is very long.
-  const auto total = static_cast<std::uint32_t>(milliseconds);
-  return {.tv_sec = static_cast<time_t>(total / 1000),
-          .tv_usec = static_cast<suseconds_t>(total % 1000 * 1000)};
-}
-
 }  // namespace
-
-PosixSockets::PosixSockets() : m_epoll(::epoll_create1(EPOLL_CLOEXEC)) {}
-PosixSockets::~PosixSockets() = default;
 
 PosixSockets::State* PosixSockets::Find(SocketHandle socket) {
   return socket < m_states.size() ? m_states[socket].get() : nullptr;
@@ -60,6 +46,7 @@ int PosixSockets::Fail(int error) {
 int PosixSockets::FailWithErrno() { return Fail(SocketErrorFromErrno(errno)); }
 
 SocketHandle PosixSockets::Open() try {
+  SweepClosed();
   OwnedDescriptor descriptor(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (!descriptor.IsOpen()) {
     FailWithErrno();
@@ -79,7 +66,7 @@ SocketHandle PosixSockets::Open() try {
 }
 
 int PosixSockets::Connect(SocketHandle socket, const InternetAddress& address) {
-  const State* state = Find(socket);
+  State* state = Find(socket);
   if (state == nullptr) {
     return Fail(socket_error::kNotASocket);
   }
@@ -92,7 +79,11 @@ int PosixSockets::Connect(SocketHandle socket, const InternetAddress& address) {
   if (result != 0 && errno == EINTR) {
     result = FinishInterruptedConnect(descriptor);
   }
-  return result == 0 ? 0 : FailWithErrno();
+  if (result != 0) {
+    return FailWithErrno();
+  }
+  state->isConnected = true;
+  return 0;
 }
 
 int PosixSockets::Send(SocketHandle socket, std::string_view bytes) {
@@ -100,42 +91,37 @@ int PosixSockets::Send(SocketHandle socket, std::string_view bytes) {
   if (state == nullptr) {
     return Fail(socket_error::kNotASocket);
   }
+  if (!state->isConnected) {
+    // The system takes it for a broken connection.
+    return Fail(socket_error::kNotConnected);
+  }
   return state->blocking ? SendBlocking(*state, bytes) : SendAtOnce(*state, bytes);
 }
 
 int PosixSockets::SendBlocking(State& state, std::string_view bytes) {
-  if (!DrainBacklog(state, 0)) {
-    return Fail(state.error != 0 ? state.error : socket_error::kTimedOut);
-  }
+  const CallLimit limit(state.sendTimeout);
   std::size_t sent = 0;
   while (sent < bytes.size()) {
-    const auto count =
-        ::send(state.descriptor.Get(), bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    int error = socket_error::kNone;
+    const auto count = SendNow(state, bytes.substr(sent), error);
     if (count >= 0) {
       sent += static_cast<std::size_t>(count);
-    } else if (errno != EINTR) {
-      const int error = errno == EAGAIN ? socket_error::kTimedOut : SocketErrorFromErrno(errno);
-      return sent > 0 ? static_cast<int>(sent) : Fail(error);
+      continue;
     }
+    const bool isFull = error == socket_error::kWouldBlock;
+    if (isFull && limit.WaitFor(state.descriptor.Get(), POLLOUT)) {
+      continue;
+    }
+    return sent > 0 ? static_cast<int>(sent) : Fail(isFull ? socket_error::kTimedOut : error);
   }
   return static_cast<int>(sent);
 }
 
 int PosixSockets::SendAtOnce(State& state, std::string_view bytes) {
-  const bool room = DrainBacklog(state, MSG_DONTWAIT);
-  if (state.error != 0) {
-    return Fail(state.error);
-  }
-  ssize_t count = -1;
-  errno = EAGAIN;
-  if (room) {
-    do {
-      count =
-          ::send(state.descriptor.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    } while (count < 0 && errno == EINTR);
-  }
-  if (count < 0 && errno != EAGAIN) {
-    return FailWithErrno();
+  int error = socket_error::kNone;
+  const auto count = SendNow(state, bytes, error);
+  if (count < 0 && error != socket_error::kWouldBlock) {
+    return Fail(error);
   }
   const auto taken = count < 0 ? 0 : static_cast<std::size_t>(count);
   if (count >= 0 && taken < bytes.size()) {
@@ -154,11 +140,26 @@ int PosixSockets::SendAtOnce(State& state, std::string_view bytes) {
   return count < 0 ? Fail(socket_error::kWouldBlock) : static_cast<int>(bytes.size());
 }
 
-bool PosixSockets::DrainBacklog(State& state, int flags) {
+// Sends what the system takes at once, what is left of earlier texts first. Returns how much of
+// `bytes` it took, or -1 and says why.
+std::ptrdiff_t PosixSockets::SendNow(State& state, std::string_view bytes, int& error) {
+  if (!DrainBacklog(state)) {
+    error = state.error != socket_error::kNone ? state.error : socket_error::kWouldBlock;
+    return -1;
+  }
+  ssize_t count = 0;
+  do {
+    count = ::send(state.descriptor.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  } while (count < 0 && errno == EINTR);
+  error = count < 0 ? SocketErrorFromErrno(errno) : socket_error::kNone;
+  return count;
+}
+
+bool PosixSockets::DrainBacklog(State& state) {
   while (!state.Backlog().empty()) {
     const auto rest = state.Backlog();
     const auto count =
-        ::send(state.descriptor.Get(), rest.data(), rest.size(), MSG_NOSIGNAL | flags);
+        ::send(state.descriptor.Get(), rest.data(), rest.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (count >= 0) {
       state.backlogSent += static_cast<std::size_t>(count);
     } else if (errno == EAGAIN) {
@@ -173,30 +174,6 @@ bool PosixSockets::DrainBacklog(State& state, int flags) {
     state.backlogSent = 0;
   }
   return state.error == 0;
-}
-
-int PosixSockets::Close(SocketHandle socket) {
-  State* state = Find(socket);
-  if (state == nullptr) {
-    return Fail(socket_error::kNotASocket);
-  }
-  state->receiver = nullptr;
-  state->mask = 0;
-  ReleaseAhead(*state);
-  auto closed = std::move(m_states[socket]);
-  if (!closed->Backlog().empty()) {
-    const unsigned limit = kLingerMilliseconds;
-    ::setsockopt(closed->descriptor.Get(), IPPROTO_TCP, TCP_USER_TIMEOUT, &limit, sizeof(limit));
-    Watch(*closed);
-    Linger(std::move(closed));
-  }
-  return 0;
-}
-
-// Without memory to keep it, the socket and what it still holds go at once.
-void PosixSockets::Linger(std::unique_ptr<State> closed) try {
-  m_lingering.push_back(std::move(closed));
-} catch (const std::bad_alloc&) {
 }
 
 int PosixSockets::EnableKeepAlive(SocketHandle socket) {
@@ -224,26 +201,19 @@ int PosixSockets::SetBlocking(SocketHandle socket) {
 
 int PosixSockets::SetSendTimeout(SocketHandle socket, std::int32_t milliseconds) {
   State* state = Find(socket);
-  return state == nullptr ? Fail(socket_error::kNotASocket)
-                          : SetTimeout(*state, SO_SNDTIMEO, state->sendTimeout, milliseconds);
+  if (state == nullptr) {
+    return Fail(socket_error::kNotASocket);
+  }
+  state->sendTimeout = milliseconds;
+  return 0;
 }
 
 int PosixSockets::SetReceiveTimeout(SocketHandle socket, std::int32_t milliseconds) {
   State* state = Find(socket);
-  return state == nullptr ? Fail(socket_error::kNotASocket)
-                          : SetTimeout(*state, SO_RCVTIMEO, state->receiveTimeout, milliseconds);
-}
-
-int PosixSockets::SetTimeout(State& state, int option, std::int32_t& current,
-                             std::int32_t milliseconds) {
-  if (milliseconds == current) {
-    return 0;
+  if (state == nullptr) {
+    return Fail(socket_error::kNotASocket);
   }
-  const timeval limit = ToTimeval(milliseconds);
-  if (::setsockopt(state.descriptor.Get(), SOL_SOCKET, option, &limit, sizeof(limit)) != 0) {
-    return FailWithErrno();
-  }
-  current = milliseconds;
+  state->receiveTimeout = milliseconds;
   return 0;
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,8 +23,9 @@ class ReadAhead;
 /// call, so that going back and forth between the two ways costs nothing.
 ///
 /// A socket that does not block takes a text whole or not at all: what the system does not take of
-/// it waits here and goes out as room comes, even after the socket is closed, as long as the peer
-/// goes on reading and the loop goes on running.
+/// it waits here and goes out as room comes, even after the socket is closed: while the loop runs,
+/// for up to 30 seconds without progress; when this object, its thread or the program (by `exit`)
+/// ends, that end waits for it, up to 5 seconds without progress.
 ///
 /// A small receive takes more from the system than it was asked for and keeps the rest, so that a
 /// stream of small messages costs few system calls. Whoever receives or is notified sees no
@@ -64,6 +68,7 @@ class PosixSockets final : public Sockets {
 
  private:
   struct State;
+  struct OfThread;
   /// A socket at a moment: the same number, but another life, once the socket has been closed.
   struct Life {
     int descriptor;
@@ -74,14 +79,15 @@ class PosixSockets final : public Sockets {
   State* Find(Life life);
   int Fail(int error);
   int FailWithErrno();
-  int SetTimeout(State& state, int option, std::int32_t& current, std::int32_t milliseconds);
   int SendBlocking(State& state, std::string_view bytes);
   int SendAtOnce(State& state, std::string_view bytes);
-  bool DrainBacklog(State& state, int flags);
+  std::ptrdiff_t SendNow(State& state, std::string_view bytes, int& error);
+  bool DrainBacklog(State& state);
   std::size_t TakeAhead(State& state, std::span<char> out);
   int ReceiveFirst(State& state, std::span<char> wanted);
   int ReceiveBehind(State& state, std::span<char> wanted, std::size_t held);
-  std::ptrdiff_t ReceiveOn(State& state, std::span<char> out, int flags);
+  std::ptrdiff_t ReceiveWaiting(State& state, std::span<char> wanted);
+  std::ptrdiff_t ReceiveNow(State& state, std::span<char> out);
   ReadAhead* SpareAhead();
   void HoldAhead(State& state);
   void ReleaseAhead(State& state);
@@ -89,18 +95,24 @@ class PosixSockets final : public Sockets {
   void Watch(State& state);
   bool PostWrite(State& state);
   void Linger(std::unique_ptr<State> closed);
+  bool HasGoneOut(State& state);
+  bool BringOut(State& state);
+  void OnClosedReady(Life life);
+  void SweepClosed();
+  void BringOutRest() noexcept;
   bool DeliverPosted();
   bool DeliverAhead();
   bool OnReady(Life life, std::uint32_t events, std::uint64_t round);
-  void OnLingeringReady(Life life);
   bool OnRoom(State& state);
   bool OnReadable(State& state, std::uint32_t events);
   void Deliver(State& state, std::uint32_t event, int error);
 
+  PosixSockets* m_next = nullptr;  // of those that this thread has made
+  const pid_t m_process;
   OwnedDescriptor m_epoll;
   std::vector<std::unique_ptr<State>> m_states;     // by descriptor
   std::vector<std::unique_ptr<State>> m_lingering;  // closed, with bytes still to go out
-  std::vector<Life> m_posted;                       // sockets with a write notification to deliver
+  std::deque<Life> m_posted;                        // sockets with a write notification to deliver
   std::vector<State*> m_ahead;                      // sockets that hold bytes read ahead
   std::vector<Life> m_aheadNow;                     // room for the list of one round of delivery
   std::unique_ptr<ReadAhead> m_spareAhead;          // the empty buffer for the next receive

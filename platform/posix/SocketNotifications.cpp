@@ -100,6 +100,9 @@ void PosixSockets::Watch(State& state) {
   if ((state.mask != 0 && state.awaitingRoom) || !state.Backlog().empty()) {
     wanted |= EPOLLOUT;
   }
+  if (state.isClosed && !state.endSeen) {
+    wanted |= EPOLLIN;
+  }
   if (wanted == state.watched) {
     return;
   }
@@ -126,6 +129,9 @@ bool PosixSockets::WaitAndDeliver(int milliseconds) {
   const int limit = delivered || HasAtHand() ? 0 : milliseconds;
   const int count =
       ::epoll_wait(m_epoll.Get(), events.data(), static_cast<int>(events.size()), limit);
+  if (count <= 0) {
+    SweepClosed();
+  }
   for (int i = 0; i < count; ++i) {
     const auto& event = events[static_cast<std::size_t>(i)];
     const Life life{static_cast<int>(event.data.u64 & 0xFFFFFFFF),
@@ -135,12 +141,13 @@ bool PosixSockets::WaitAndDeliver(int milliseconds) {
   return delivered;
 }
 
+// Taken one at a time: a handler that runs the loop leaves the others to it, instead of keeping
+// them back until it returns.
 bool PosixSockets::DeliverPosted() {
   bool delivered = false;
-  std::vector<Life> posted;
-  posted.swap(m_posted);
-  for (const Life life : posted) {
-    State* state = Find(life);
+  for (auto rest = m_posted.size(); rest > 0 && !m_posted.empty(); --rest) {
+    State* state = Find(m_posted.front());
+    m_posted.pop_front();
     if (state == nullptr || !state->writePosted) {
       continue;
     }
@@ -192,7 +199,7 @@ bool PosixSockets::DeliverAhead() {
 bool PosixSockets::OnReady(Life life, std::uint32_t events, std::uint64_t round) {
   State* state = Find(life);
   if (state == nullptr) {
-    OnLingeringReady(life);
+    OnClosedReady(life);
     return false;
   }
   bool delivered = false;
@@ -211,18 +218,8 @@ bool PosixSockets::OnReady(Life life, std::uint32_t events, std::uint64_t round)
   return delivered;
 }
 
-void PosixSockets::OnLingeringReady(Life life) {
-  const auto found =
-      std::find_if(m_lingering.begin(), m_lingering.end(),
-                   [life](const auto& state) { return state->number == life.number; });
-  if (found != m_lingering.end() &&
-      (DrainBacklog(**found, MSG_DONTWAIT) || (*found)->error != socket_error::kNone)) {
-    m_lingering.erase(found);
-  }
-}
-
 bool PosixSockets::OnRoom(State& state) {
-  if (!DrainBacklog(state, MSG_DONTWAIT) && state.error == socket_error::kNone) {
+  if (!DrainBacklog(state) && state.error == socket_error::kNone) {
     return false;
   }
   if (!state.awaitingRoom) {

@@ -1,3 +1,4 @@
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -7,6 +8,7 @@
 #include <new>
 #include <utility>
 
+#include "platform/posix/CallLimit.h"
 #include "platform/posix/PosixSocketState.h"
 #include "platform/posix/PosixSockets.h"
 #include "platform/posix/ReadAhead.h"
@@ -38,7 +40,7 @@ int PosixSockets::Receive(SocketHandle socket, std::span<char> buffer, int size)
 // With bytes in hand: adds what waits behind them. How the stream ends is the next call's business;
 // an error, which the system reports only once, is kept for it.
 int PosixSockets::ReceiveBehind(State& state, std::span<char> wanted, std::size_t held) {
-  const auto count = ReceiveOn(state, wanted.subspan(held), MSG_DONTWAIT);
+  const auto count = ReceiveNow(state, wanted.subspan(held));
   if (count < 0 && errno != EAGAIN) {
     state.receiveError = SocketErrorFromErrno(errno);
   }
@@ -49,9 +51,9 @@ int PosixSockets::ReceiveFirst(State& state, std::span<char> wanted) {
   if (state.receiveError != socket_error::kNone) {
     return Fail(std::exchange(state.receiveError, socket_error::kNone));
   }
-  const auto count = ReceiveOn(state, wanted, state.blocking ? 0 : MSG_DONTWAIT);
+  const auto count = state.blocking ? ReceiveWaiting(state, wanted) : ReceiveNow(state, wanted);
   if (count < 0) {
-    return state.blocking && errno == EAGAIN ? Fail(socket_error::kTimedOut) : FailWithErrno();
+    return FailWithErrno();
   }
   if (count == 0 && !wanted.empty() && state.blocking) {
     if (state.endSeen) {
@@ -62,14 +64,26 @@ int PosixSockets::ReceiveFirst(State& state, std::span<char> wanted) {
   return static_cast<int>(count);
 }
 
-// Receives from the system, and ahead if `out` is small. Returns how many bytes there are in `out`,
-// or -1 with `errno` set.
-std::ptrdiff_t PosixSockets::ReceiveOn(State& state, std::span<char> out, int flags) {
+std::ptrdiff_t PosixSockets::ReceiveWaiting(State& state, std::span<char> wanted) {
+  const CallLimit limit(state.receiveTimeout);
+  while (limit.WaitFor(state.descriptor.Get(), POLLIN)) {
+    const auto count = ReceiveNow(state, wanted);
+    if (count >= 0 || errno != EAGAIN) {
+      return count;
+    }
+  }
+  errno = ETIMEDOUT;
+  return -1;
+}
+
+// Receives what the system has, and ahead if `out` is small. Returns how many bytes there are in
+// `out`, or -1 with `errno` set.
+std::ptrdiff_t PosixSockets::ReceiveNow(State& state, std::span<char> out) {
   ReadAhead* const ahead = out.size() < ReadAhead::kRoom ? SpareAhead() : nullptr;
   const auto room = ahead != nullptr ? ahead->Room() : out;
   ssize_t count = 0;
   do {
-    count = ::recv(state.descriptor.Get(), room.data(), room.size(), flags);
+    count = ::recv(state.descriptor.Get(), room.data(), room.size(), MSG_DONTWAIT);
   } while (count < 0 && errno == EINTR);
   if (ahead == nullptr || count <= 0) {
     return count;

@@ -177,6 +177,18 @@ TEST_F(SocketsContract, AHandlerMayRunTheLoop) {
   EXPECT_THAT(Told(3), ElementsAre("read", "read", "outer ends"));
 }
 
+TEST_F(SocketsContract, AHandlerThatRunsTheLoopKeepsNoFirstWriteBack) {
+  for (const auto socket : {Connect(peer), Connect(peer)}) {
+    ASSERT_EQ(Request(socket, socket_event::kWrite), 0);
+  }
+  target.onTold = [&] {
+    target.onTold = nullptr;
+    Told(2);
+    target.told.emplace_back("outer ends");
+  };
+  EXPECT_THAT(Told(3), ElementsAre("write", "write", "outer ends"));
+}
+
 TEST_F(SocketsContract, BlockingReceiveAndItsEnds) {
   const auto socket = Connect(peer);
   ASSERT_EQ(sockets.SetReceiveTimeout(socket, 30), 0);
@@ -206,6 +218,7 @@ TEST_F(SocketsContract, BlockingSendRunsIntoItsLimit) {
   for (int i = 0; i < 100 && result != kSocketError; ++i) result = sockets.Send(socket, block);
   EXPECT_EQ(result, kSocketError);
   EXPECT_EQ(sockets.LastError(), socket_error::kTimedOut);
+  peer.Reset();
 }
 
 TEST_F(SocketsContract, CallsThatCannotSucceedTellWhy) {
@@ -220,19 +233,20 @@ TEST_F(SocketsContract, CallsThatCannotSucceedTellWhy) {
   };
   const Call receive = [&](SocketHandle s) { return sockets.Receive(s, room, 1); };
   const Call connect = [&](SocketHandle s) { return sockets.Connect(s, peer.Address()); };
+  const Call send = [&](SocketHandle s) { return sockets.Send(s, "x"); };
 
   const auto closed = sockets.Open();
   sockets.Close(closed);
   for (const auto none : {kInvalidSocket, closed}) {
     expectFailures(none, socket_error::kNotASocket,
-                   {connect, receive, [&](auto s) { return sockets.Send(s, "x"); },
-                    [&](auto s) { return sockets.Close(s); },
+                   {connect, receive, send, [&](auto s) { return sockets.Close(s); },
                     [&](auto s) { return sockets.EnableKeepAlive(s); },
                     [&](auto s) { return sockets.SetBlocking(s); },
                     [&](auto s) { return sockets.SetSendTimeout(s, 1); },
                     [&](auto s) { return sockets.SetReceiveTimeout(s, 1); },
                     [&](auto s) { return Request(s, 1); }});
   }
+  expectFailures(sockets.Open(), socket_error::kNotConnected, {send, receive});
   const auto open = Connect(peer);
   peer.Send("abcdef");
   expectFailures(open, socket_error::kFault,
