@@ -7,10 +7,12 @@
 
 namespace tlk {
 
-/// Runs the body of an automation method and lets no exception out of it. `recover`, which must not
-/// throw, puts things in order when memory has run out on the way.
+/// Runs the body of an automation method, holds the control of that window meanwhile, and lets no
+/// exception out of it. `recover`, which must not throw, puts things in order when memory has run
+/// out on the way.
 template <typename Body, typename Recover>
-ResultCode AtBoundary(Body&& body, Recover&& recover) noexcept {
+ResultCode AtBoundary(const ControlWindow& window, Body&& body, Recover&& recover) noexcept {
+  const auto held = window.Hold();
   try {
     return body();
   } catch (const std::bad_alloc&) {
@@ -23,8 +25,8 @@ ResultCode AtBoundary(Body&& body, Recover&& recover) noexcept {
 }
 
 template <typename Body>
-ResultCode AtBoundary(Body&& body) noexcept {
-  return AtBoundary(std::forward<Body>(body), [] {});
+ResultCode AtBoundary(const ControlWindow& window, Body&& body) noexcept {
+  return AtBoundary(window, std::forward<Body>(body), [] {});
 }
 
 }  // namespace tlk

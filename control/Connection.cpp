@@ -34,11 +34,11 @@ ResultCode CTlkc::Connect(std::u16string_view server, std::int32_t port, std::in
     *pVal = 1;
     return kResultOk;
   };
-  return AtBoundary(connect, [this] { OnOutOfMemory(); });
+  return AtBoundary(m_ports.window, connect, [this] { OnOutOfMemory(); });
 }
 
 ResultCode CTlkc::Disconnect() {
-  return AtBoundary([&] {
+  return AtBoundary(m_ports.window, [&] {
     // The connect timer is left alone: if it runs, it only stops itself.
     m_ports.window.StopTimer(m_keepAliveTimerId);
     LogNormal(trace::kDisconnectRequested);
@@ -50,11 +50,14 @@ ResultCode CTlkc::Disconnect() {
   });
 }
 
-// Opens the socket and finds the address. When the name is unknown the socket stays open and is
-// recorded nowhere but here: the next Connect replaces it, Disconnect or the end closes it.
+// Opens the socket and finds the address. When the name is unknown the socket stays open, and
+// nothing tells of it: the next Connect, Disconnect or the end of the control closes it.
 bool CTlkc::OpenSocket(std::u16string_view server, std::int32_t port) {
   auto& sockets = m_ports.sockets;
   m_server = NarrowArgument(server);
+  if (m_socket != kInvalidSocket) {
+    CloseSocket();
+  }
   m_socket = sockets.Open();
   if (m_socket == kInvalidSocket) {
     return false;

@@ -47,7 +47,40 @@ ControlPorts NativePorts(MessageLoop& loop, MessageWindow& window) {
   return {loop.GetSockets(), window, SystemPlatform(), Xml().dom, Xml().gate, TraceLog()};
 }
 
+/// What is held while a call or an event is under way.
+struct NativeControl::Parts final : ITlkcEvents {
+  Parts(MessageLoop& loop, ITlkcEvents& events)
+      : host(&events), window(loop), control(NativePorts(loop, window), *this) {}
+
+  void ConnStatusChanged(TLK_ConnStatusEnum status) override {
+    if (host != nullptr) {
+      host->ConnStatusChanged(status);
+    }
+  }
+
+  void TlkMsgRecieved(std::u16string_view messageType, std::u16string_view message) override {
+    if (host != nullptr) {
+      host->TlkMsgRecieved(messageType, message);
+    }
+  }
+
+  ITlkcEvents* host;  // null once the host has let go of the control
+  MessageWindow window;
+  CTlkc control;
+};
+
 NativeControl::NativeControl(MessageLoop& loop, ITlkcEvents& events)
-    : m_window(loop), m_control(NativePorts(loop, m_window), events) {}
+    : m_parts(std::make_shared<Parts>(loop, events)) {
+  m_parts->window.SetOwner(m_parts);
+}
+
+NativeControl::~NativeControl() {
+  m_parts->host = nullptr;
+  m_parts->window.SetTarget(nullptr);
+}
+
+CTlkc* NativeControl::operator->() { return &m_parts->control; }
+
+CTlkc& NativeControl::operator*() { return m_parts->control; }
 
 }  // namespace tlk

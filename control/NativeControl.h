@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "control/Tlkc.h"
 #include "log/iLogger.h"
 #include "platform/posix/MessageLoop.h"
@@ -16,16 +18,26 @@ namespace tlk {
 [[nodiscard]] ControlPorts NativePorts(MessageLoop& loop, MessageWindow& window);
 
 /// A control with a window of its own in a message loop: what a native program makes.
+///
+/// It may be destroyed whenever its thread likes, also inside its own events: the host hears
+/// nothing more of it then, and the control itself ends, and its connection with it, silently, when
+/// the last call and the last event of it have returned.
 class NativeControl {
  public:
+  /// `loop` and `events` outlive it.
   NativeControl(MessageLoop& loop, ITlkcEvents& events);
+  ~NativeControl();
 
-  CTlkc* operator->() { return &m_control; }
-  CTlkc& operator*() { return m_control; }
+  NativeControl(const NativeControl&) = delete;
+  NativeControl& operator=(const NativeControl&) = delete;
+
+  CTlkc* operator->();
+  CTlkc& operator*();
 
  private:
-  MessageWindow m_window;
-  CTlkc m_control;
+  struct Parts;
+
+  const std::shared_ptr<Parts> m_parts;
 };
 
 }  // namespace tlk

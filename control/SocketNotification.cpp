@@ -15,6 +15,7 @@ constexpr ErrorFailure kNotifiedErrors[] = {
 
 std::intptr_t CTlkc::OnSocketNotify(std::uint32_t /*message*/, std::uintptr_t wParam,
                                     std::uintptr_t lParam, bool& handled) {
+  const auto held = m_ports.window.Hold();
   handled = true;
   if (m_socket != kInvalidSocket && wParam != m_socket) {
     // A late word about an earlier connection must not end this one.

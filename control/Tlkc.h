@@ -42,8 +42,9 @@ inline constexpr ResultCode kResultFail = static_cast<ResultCode>(0x80004005);
 inline constexpr ResultCode kResultOutOfMemory = static_cast<ResultCode>(0x8007000E);
 
 /// What a control tells its host. Called on the control's thread, from inside the call or the
-/// notification that caused it, so a handler may call the control back. A handler must not throw
-/// and must not destroy the control.
+/// notification that caused it, so a handler may call the control back, and may let go of it:
+/// whoever is inside the control holds what its window holds (`ControlWindow::Hold`). A handler
+/// must not throw.
 class ITlkcEvents {
  public:
   virtual ~ITlkcEvents() = default;

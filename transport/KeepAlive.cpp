@@ -5,6 +5,7 @@
 namespace tlk {
 
 void CTlkc::OnTimer(std::uintptr_t timerId) {
+  const auto held = m_ports.window.Hold();
   if (timerId == m_connectTimerId) {
     // A connection attempt that is still pending ends by itself, or with Disconnect.
     m_ports.window.StopTimer(m_connectTimerId);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <utility>
 
 #include "platform/ControlWindow.h"
 #include "platform/posix/NotificationReceiver.h"
@@ -14,7 +16,8 @@ namespace tlk {
 ///
 /// Everything here belongs to the thread that made the loop. A handler may run the loop again,
 /// start and stop timers, close sockets, and destroy windows, its own included. Windows end before
-/// the loop.
+/// the loop. Its end waits until the peers that go on reading have what was sent to them: for up to
+/// five seconds in which none of them takes anything.
 class MessageLoop {
  public:
   MessageLoop() = default;
@@ -62,6 +65,10 @@ class MessageWindow final : public ControlWindow,
   void StartTimer(std::uintptr_t timerId, std::uint32_t milliseconds) override;
   void StopTimer(std::uintptr_t timerId) override;
 
+  /// Says what `Hold` keeps: usually an object that has the window and its target as parts.
+  void SetOwner(std::weak_ptr<void> owner) { m_owner = std::move(owner); }
+  [[nodiscard]] std::shared_ptr<void> Hold() const override { return m_owner.lock(); }
+
  private:
   friend class PosixSockets;
 
@@ -71,6 +78,7 @@ class MessageWindow final : public ControlWindow,
 
   MessageLoop& m_loop;
   WindowTarget* m_target = nullptr;
+  std::weak_ptr<void> m_owner;
   WindowTimers m_timers;
 };
 

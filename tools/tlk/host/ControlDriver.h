@@ -40,8 +40,8 @@ struct RequestResult {
   std::optional<std::string> data;
 };
 
-/// One control: its five members, with narrow ANSI text. It must not be destroyed while one of its
-/// calls or events is on the stack.
+/// One control: its five members, with narrow ANSI text. It may be destroyed while its calls and
+/// events are on the stack; none of its events is heard any more then.
 class DrivenControl {
  public:
   virtual ~DrivenControl() = default;

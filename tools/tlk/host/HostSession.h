@@ -20,8 +20,8 @@ namespace tlk::host {
 /// Controls are numbered from 1; the first one is there from the start, and a number is never used
 /// again. A command acts on the control in use, or, inside a handler, on the control whose event
 /// runs the handler: `wait` and `on` mean that control's events. After `destroy` no control is in
-/// use until the next `new` or `use`; a control that is destroyed inside one of its own calls or
-/// events falls silent at once and is freed when they have returned.
+/// use until the next `new` or `use`. A control that is destroyed inside one of its own calls or
+/// events ends there and then, as a host's may.
 ///
 /// Handlers of one control and event run one per event, in the order in which they were given.
 /// After `quit` no handler runs any more and no wait lasts any longer.

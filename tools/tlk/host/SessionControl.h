@@ -36,8 +36,12 @@ class SessionControl final : private DrivenEvents {
   /// The oldest handler of that event, which is then no longer there; null when there is none.
   [[nodiscard]] std::shared_ptr<const Command> TakeHandler(EventKind event);
 
-  /// From here on the control is silent: nobody hears of its events.
-  void Destroy() { m_destroyed = true; }
+  /// Ends the control at once, also inside one of its own calls and events: nobody hears of it any
+  /// more.
+  void Destroy() {
+    m_destroyed = true;
+    m_driven.reset();
+  }
   [[nodiscard]] bool IsDestroyed() const { return m_destroyed; }
 
   /// Whether it is destroyed and no call or event of it is on the stack any more.
