@@ -47,7 +47,7 @@ class Conversation final : public ITlkcEvents {
     m_control.reset();
     Check(!m_ports.window.HasTarget() && HasTimers() == std::pair(false, false),
           "no timer is left");
-    Check(m_sockets.OpenCount() == m_leftOpen, "a control closes its socket");
+    Check(m_sockets.OpenCount() == 0, "a control closes its socket");
   }
 
  private:
@@ -87,8 +87,6 @@ class Conversation final : public ITlkcEvents {
     const auto server = m_input.Choice(3);
     m_sockets.hostAddress = server == 1 ? std::optional(1U) : std::nullopt;
     const bool isFree = m_control->m_status == TLK_Not_Connected;
-    // The socket of an unknown server is left open, and the next one takes its place.
-    if (isFree && m_control->m_socket != kInvalidSocket) ++m_leftOpen;
     std::int32_t value = 7;
     const auto result = m_control->Connect(kServers[server], 1371, &value);
     Check(result == (isFree ? kResultOk : kResultFail), "only who is not connected connects");
@@ -143,7 +141,7 @@ class Conversation final : public ITlkcEvents {
     Check(m_isNested || status == m_announced, "a host with quiet handlers knows the status");
     const bool isOpen = m_sockets.IsOpen(m_control->m_socket);
     Check(isOpen == (m_control->m_socket != kInvalidSocket), "the socket that is held is open");
-    Check(m_sockets.OpenCount() == m_leftOpen + (isOpen ? 1 : 0), "no other socket is open");
+    Check(m_sockets.OpenCount() == (isOpen ? 1 : 0), "no other socket is open");
     Check(!HasTimers().first || m_isPending, "the connect timer runs for a pending connection");
     CheckMemory(m_depth);
   }
@@ -195,7 +193,6 @@ class Conversation final : public ITlkcEvents {
   const std::size_t m_memoryBefore = Memory();
   TLK_ConnStatusEnum m_announced = TLK_Not_Connected;
   SocketHandle m_asking = kInvalidSocket;
-  std::size_t m_leftOpen = 0;
   unsigned m_steps = 0;
   unsigned m_records = 0;
   unsigned m_depth = 0;

@@ -78,9 +78,7 @@ class Stage final : public ITlkcEvents {
 
   [[nodiscard]] bool IsConnected() const { return m_control->m_status == TLK_Connected; }
 
-  // Another attempt would forget the socket that an unknown name has left behind.
   void Connect(std::u16string_view server = u"127.0.0.1") {
-    if (!IsConnected() && m_control->m_socket != kInvalidSocket) Disconnect();
     std::int32_t value = 0;
     const auto result = Do([&] { return m_control->Connect(server, 1371, &value); });
     if (value == 0) ++m_outcome.refusals;
