@@ -29,10 +29,18 @@ constexpr unsigned kLingerMilliseconds = 30000;
 constexpr std::chrono::seconds kLastPatience{5};
 constexpr int kLookMilliseconds = 10;
 
-// Bytes that the system has taken and the peer's system has not, a farewell included.
+// Bytes that the system has taken and the peer's system has not, a farewell included. Of a
+// connection that is dead it still counts what it has thrown away.
 std::size_t UnconfirmedBytes(int descriptor) {
   int count = 0;
-  return ::ioctl(descriptor, SIOCOUTQ, &count) == 0 ? static_cast<std::size_t>(count) : 0;
+  if (::ioctl(descriptor, SIOCOUTQ, &count) != 0 || count == 0) {
+    return 0;
+  }
+  tcp_info info{};
+  socklen_t size = sizeof(info);
+  const bool isDead = ::getsockopt(descriptor, IPPROTO_TCP, TCP_INFO, &info, &size) == 0 &&
+                      info.tcpi_state == TCP_CLOSE;
+  return isDead ? 0 : static_cast<std::size_t>(count);
 }
 
 // Takes what the peer of a closed socket still sends, so that it gets on with reading. Returns an
