@@ -5,16 +5,22 @@
 
 namespace tlk {
 
+/// What stands for a broken multi-byte sequence.
+inline constexpr char16_t kBrokenCharacter = 0xFFFD;
+
 /// Conversion between the system's ANSI code page and UTF-16.
 ///
-/// Safe to call from any thread. Plain ASCII takes a fast path on every platform. No call fails:
-/// what cannot be converted is replaced.
+/// Safe to call from any thread, and takes time in proportion to the text. Plain ASCII takes a fast
+/// path on every platform, and needs neither memory nor anything else than room for its result.
+/// What the code page has no word for is replaced; what cannot be converted at the moment, for want
+/// of memory or of the system's means, throws `std::bad_alloc`: no text is ever a wrong one.
 class AnsiText {
  public:
   virtual ~AnsiText() = default;
 
   /// Replaces `wide` by the text of `narrow`, zero bytes included. A byte that the code page does
-  /// not define becomes the character of the same number; a broken multi-byte sequence U+FFFD.
+  /// not define becomes the character of the same number; a broken multi-byte sequence U+FFFD: a
+  /// lead byte without a fitting trail byte, and whatever is not UTF-8 where that is the code page.
   virtual void Widen(std::string_view narrow, std::u16string& wide) const = 0;
 
   /// Replaces `narrow` by the text of `wide`, zero characters included. A character that the code

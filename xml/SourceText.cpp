@@ -1,5 +1,6 @@
 #include "xml/SourceText.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "platform/AnsiText.h"
@@ -7,13 +8,11 @@
 namespace tlk {
 namespace {
 
-constexpr std::u16string_view kBroken = u"\uFFFD";
-constexpr std::u16string_view kBrokenBeforeEnd = u"\uFFFD>";
-
-bool Holds(const AnsiText& codePage, std::u16string_view character) {
+bool EndsLost(const AnsiText& codePage, std::u16string_view wide) {
+  if (wide.empty() || wide.back() < 0x80) return false;
   std::string narrow;
-  codePage.Narrow(character, narrow);
-  return narrow != "?";
+  codePage.Narrow(wide.substr(wide.size() - std::min<std::size_t>(wide.size(), 2)), narrow);
+  return narrow.back() == '?';
 }
 
 }  // namespace
@@ -21,9 +20,9 @@ bool Holds(const AnsiText& codePage, std::u16string_view character) {
 void WidenSource(const AnsiText& codePage, std::string_view narrow, std::u16string& wide) {
   codePage.Widen(narrow, wide);
   if (codePage.IsSingleByte()) return;
-  std::size_t at = wide.find(kBrokenBeforeEnd);
-  if (at == std::u16string::npos || Holds(codePage, kBroken)) return;
-  for (; at != std::u16string::npos; at = wide.find(kBrokenBeforeEnd, at)) wide[at] = u' ';
+  const std::u16string_view text = wide;
+  for (std::size_t at = text.find(u'>'); at != text.npos; at = text.find(u'>', at + 1))
+    if (EndsLost(codePage, text.substr(0, at))) wide[at - 1] = u' ';
 }
 
 }  // namespace tlk

@@ -1,20 +1,20 @@
 #pragma once
 
-#include <array>
-#include <cstdint>
+#include <atomic>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/AnsiText.h"
 
 namespace tlk {
 
-class ConverterPool;
+class CodePage;
 
-/// Conversion with one of the code pages that iconv knows. Pages of single bytes are read from it
-/// once, into a table; a page with characters of several bytes is converted by it, call by call.
+/// Conversion with one of the code pages that iconv knows. It is read at the start; if iconv has no
+/// converter to give then, the first texts that need it try again, and until one gets it, the page
+/// does not count as one of single bytes.
 class PosixAnsiText final : public AnsiText {
  public:
   static constexpr const char* kDefaultCodePage = "CP1252";
@@ -33,25 +33,15 @@ class PosixAnsiText final : public AnsiText {
   /// the code page lacks it.
   void Narrow(std::u16string_view wide, std::string& narrow) const override;
 
-  [[nodiscard]] bool IsSingleByte() const override { return m_isSingleByte; }
+  [[nodiscard]] bool IsSingleByte() const override;
 
  private:
-  struct HighCharacter {
-    char16_t wide;
-    char narrow;
-  };
+  [[nodiscard]] const CodePage& Page() const;
 
-  [[nodiscard]] bool Use(const std::string& codePage);
-  void SortHighCharacters();
-  [[nodiscard]] char NarrowOne(char16_t wide) const;
-  void WidenByTable(std::string_view narrow, char16_t* wide) const;
-  void NarrowByTable(std::u16string_view wide, char* narrow) const;
-
-  bool m_isSingleByte = true;
-  std::array<char16_t, 256> m_wideOf{};
-  std::vector<HighCharacter> m_highCharacters;
-  std::unique_ptr<ConverterPool> m_toWide;
-  std::unique_ptr<ConverterPool> m_toNarrow;
+  const std::string m_name;
+  mutable std::mutex m_mutex;
+  mutable std::unique_ptr<const CodePage> m_owned;
+  mutable std::atomic<const CodePage*> m_page = nullptr;
 };
 
 }  // namespace tlk

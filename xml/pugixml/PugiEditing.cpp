@@ -1,6 +1,7 @@
 #include <pugixml.hpp>
 #include <string_view>
 
+#include "platform/Ascii.h"
 #include "xml/Contained.h"
 #include "xml/GateNamespaces.h"
 #include "xml/pugixml/PugiCopy.h"
@@ -8,7 +9,6 @@
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"
 #include "xml/pugixml/PugiText.h"
-#include "xml/pugixml/Utf8.h"
 
 namespace tlk {
 namespace {

@@ -6,9 +6,10 @@
 #include <cstdint>
 
 #include "platform/AnsiText.h"
+#include "platform/Ascii.h"
+#include "platform/Utf8.h"
 #include "xml/SourceText.h"
 #include "xml/XmlCharacters.h"
-#include "xml/pugixml/Utf8.h"
 
 namespace tlk {
 namespace {
@@ -37,6 +38,15 @@ bool IsPlainValue(std::string_view narrow) {
   return std::all_of(narrow.begin(), narrow.end(), [](char c) { return c >= ' ' && c <= '~'; });
 }
 
+/// Replaces `utf8` by `wide`. What XML cannot hold, half a surrogate pair, U+FFFE and U+FFFF,
+/// becomes "?".
+void ToUtf8(std::u16string& wide, std::string& utf8) {
+  std::ranges::replace_if(
+      wide, [](char16_t unit) { return unit >= 0xFFFE; }, u'?');
+  utf8.clear();
+  AppendUtf8(wide, utf8);
+}
+
 template <typename Text>
 void DropBeyond(Text& scratch, std::size_t bytes) {
   if (scratch.capacity() > bytes) Text().swap(scratch);
@@ -56,14 +66,14 @@ void PugiText::SourceToTree(std::string_view narrow, std::string& utf8) {
     utf8.assign(narrow);
   } else {
     WidenSource(m_codePage, narrow, m_wide);
-    Utf16ToUtf8(m_wide, utf8);
+    ToUtf8(m_wide, utf8);
   }
 }
 
 std::string_view PugiText::InTree(std::string_view narrow, std::string& scratch) {
   if (IsAscii(narrow)) return narrow;
   m_codePage.Widen(narrow, m_wide);
-  Utf16ToUtf8(m_wide, scratch);
+  ToUtf8(m_wide, scratch);
   return scratch;
 }
 
@@ -83,7 +93,8 @@ void PugiText::FromTree(std::string_view utf8, std::string& narrow) {
     narrow.assign(utf8);
     return;
   }
-  Utf8ToUtf16(utf8, m_wide);
+  m_wide.clear();
+  AppendUtf16(utf8, m_wide);
   m_codePage.Narrow(m_wide, m_narrow);
   narrow.swap(m_narrow);
 }
@@ -102,7 +113,8 @@ bool PugiText::NameInTree(std::string_view narrow, std::string& utf8) {
     return true;
   }
   ToTreeValue(narrow, utf8);
-  Utf8ToUtf16(utf8, m_wide);
+  m_wide.clear();
+  AppendUtf16(utf8, m_wide);
   return IsXmlName(m_wide);
 }
 

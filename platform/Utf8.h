@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tlk {
+
+/// Appends what `utf8` is in UTF-16. A byte with which no character begins becomes U+FFFD; so does,
+/// as one, a character that the end of the text cuts short.
+void AppendUtf16(std::string_view utf8, std::u16string& wide);
+
+/// Appends what `wide` is in UTF-8. Half a surrogate pair becomes "?".
+void AppendUtf8(std::u16string_view wide, std::string& utf8);
+
+}  // namespace tlk
