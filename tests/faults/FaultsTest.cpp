@@ -1,6 +1,6 @@
 // Every call that can fail fails once, in turn, under whole conversations. After each the control
 // is in a defined state, the host has been told what it lost, nothing leaks, and it can connect
-// anew.
+// anew. That holds in code pages of every kind.
 //
 // Before, a host whose memory ran out saw the process end in the log's writer, producers of the log
 // held back for ever, messages go out without a type or with a wrong length, or not at all,
@@ -8,13 +8,15 @@
 // word.
 
 #include <cstdio>
+#include <tuple>
 
 #include "tests/faults/Stage.h"
 
 namespace tlk::test {
 namespace {
 
-const std::string kFirst = Frame("Hello", "<Data><to>everybody who is there</to></Data>");
+// No ASCII, and well-formed in each of the code pages.
+const std::string kFirst = Frame("Hello", "<Data><to>everybody, \xC3\xA9</to></Data>");
 
 const std::string kManyElements = [] {
   std::string elements;
@@ -138,8 +140,8 @@ void CheckTold(const Outcome& outcome, const Outcome& ideal, Kind kind) {
   }
 }
 
-Outcome Play(const Conversation& conversation, const Fault& fault) {
-  Stage stage(fault);
+Outcome Play(const std::string& codePage, const Conversation& conversation, const Fault& fault) {
+  Stage stage(codePage, fault);
   conversation.run(stage);
   Outcome outcome = stage.Heal();
   stage.CheckState();
@@ -148,30 +150,34 @@ Outcome Play(const Conversation& conversation, const Fault& fault) {
 }
 
 // Whether the fault came at all.
-bool BringsFault(const Conversation& conversation, const Outcome& ideal, const Fault& fault) {
-  const Outcome outcome = Play(conversation, fault);
+bool BringsFault(const std::string& codePage, const Conversation& conversation,
+                 const Outcome& ideal, const Fault& fault) {
+  const Outcome outcome = Play(codePage, conversation, fault);
   CheckTold(outcome, ideal, fault.kind);
   return outcome.hasFailed;
 }
 
-class Faults : public testing::TestWithParam<Way> {};
+class Faults : public testing::TestWithParam<std::tuple<std::string, Way>> {};
 
 TEST_P(Faults, LeaveADefinedStateAndTellTheHost) {
-  const auto [what, kind, how] = GetParam();
+  const auto [codePage, way] = GetParam();
+  const auto [what, kind, how] = way;
   for (const Conversation& conversation : kConversations) {
-    const Outcome ideal = Play(conversation, {});
+    const Outcome ideal = Play(codePage, conversation, {});
     int nth = 0;
     for (bool hasFailed = true; hasFailed && !HasFailure();) {
       SCOPED_TRACE(std::string(conversation.name) + ", call " + std::to_string(++nth));
       const long before = LiveAllocations();
-      hasFailed = BringsFault(conversation, ideal, {kind, how, nth});
+      hasFailed = BringsFault(codePage, conversation, ideal, {kind, how, nth});
       EXPECT_EQ(LiveAllocations(), before);
     }
     std::printf("[   POINTS ] %s: %s: %d\n", conversation.name, what, nth - 1);
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(EachFails, Faults, testing::ValuesIn(kWays));
+INSTANTIATE_TEST_SUITE_P(EachFails, Faults,
+                         testing::Combine(testing::Values("CP1252", "CP932", "UTF-8"),
+                                          testing::ValuesIn(kWays)));
 
 }  // namespace
 }  // namespace tlk::test

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include "log/LogQueue.h"
 #include "log/QNLogger.h"
+#include "platform/posix/PosixAnsiText.h"
 #include "tests/control/ControlFixture.h"
 #include "tests/log/LogFixture.h"
 #include "tests/scripted/FailingPorts.h"
@@ -29,6 +31,12 @@ struct Fault {
   int nth = 0;
 };
 
+/// Made once, for as long as the program runs.
+inline const AnsiText& CodePage(const std::string& name) {
+  static std::map<std::string, PosixAnsiText> codePages;
+  return codePages.try_emplace(name, name).first->second;
+}
+
 /// What came of a conversation.
 struct Outcome {
   Timeline host;     ///< Events, and what calls gave.
@@ -44,7 +52,7 @@ struct Outcome {
 /// One control with its log, on ports of which one call fails, and its host.
 class Stage final : public ITlkcEvents {
  public:
-  explicit Stage(const Fault& fault) {
+  Stage(const std::string& codePage, const Fault& fault) : m_text(CodePage(codePage)) {
     pugi::set_memory_management_functions(AllocateScarce, FreeScarce);
     testing::internal::CaptureStdout();
     if (fault.kind <= kWriterMemory) m_limits[fault.kind].Set(fault.nth - 1, fault.how);
@@ -92,7 +100,7 @@ class Stage final : public ITlkcEvents {
   // After a send that would have blocked, the system tells of room.
   void Send(std::u16string_view type) {
     if (IsTooLate()) return;
-    constexpr std::u16string_view kData = u"<Text>a text of more than a few bytes</Text>";
+    constexpr std::u16string_view kData = u"<Text>more than a few bytes, \u00E9</Text>";
     Note("send", Do([&] { return m_control->SendTLKMsg(type, kData); }));
     for (int i = 0; i < 3; ++i) Notify(socket_event::kWrite);
   }
@@ -206,6 +214,7 @@ class Stage final : public ITlkcEvents {
     m_outcome.host.push_back("message " + ToNarrow(type) + " " + ToNarrow(message));
   }
 
+  const AnsiText& m_text;
   Outcome m_outcome;
   std::array<MemoryLimit, 2> m_limits;
   TLK_ConnStatusEnum m_announced = TLK_Not_Connected;
@@ -216,10 +225,10 @@ class Stage final : public ITlkcEvents {
   ScriptedFiles m_realFiles;
   FailingFiles m_files{m_realFiles};
   ScriptedSynchronisation m_threads;
-  const Platform m_platform{SystemPlatform().text, m_strings, m_threads, m_surroundings, m_files};
-  SystemDomFactory m_realDom{SystemPlatform().text};
+  const Platform m_platform{m_text, m_strings, m_threads, m_surroundings, m_files};
+  SystemDomFactory m_realDom{m_text};
   ScriptedDomFactory m_dom{m_realDom};
-  XmlGate m_gate{SystemPlatform().text};
+  XmlGate m_gate{m_text};
   std::unique_ptr<QNLogger> m_log;
   std::unique_ptr<OpenControl> m_control;
 };
