@@ -11,9 +11,10 @@ inline constexpr char16_t kBrokenCharacter = 0xFFFD;
 /// Conversion between the system's ANSI code page and UTF-16.
 ///
 /// Safe to call from any thread, and takes time in proportion to the text. Plain ASCII takes a fast
-/// path on every platform, and needs neither memory nor anything else than room for its result.
-/// What the code page has no word for is replaced; what cannot be converted at the moment, for want
-/// of memory or of the system's means, throws `std::bad_alloc`: no text is ever a wrong one.
+/// path on every platform, and can always be converted, given room for it. What the code page lacks
+/// or cannot mean is replaced. What the system cannot convert at the moment, for want of memory or
+/// of a converter, is a failure and never a wrong text: `std::bad_alloc` then, with the result left
+/// in any state.
 class AnsiText {
  public:
   virtual ~AnsiText() = default;

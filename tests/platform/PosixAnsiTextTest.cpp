@@ -12,6 +12,7 @@
 #include <new>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -104,10 +105,11 @@ std::clock_t TimeToConvert(const PosixAnsiText& codePage, const Text& piece, int
   std::clock_t best = std::numeric_limits<std::clock_t>::max();
   for (int round = 0; round < 5; ++round) {
     const std::clock_t start = std::clock();
-    if constexpr (std::is_same_v<Text, std::string>)
+    if constexpr (std::is_same_v<Text, std::string>) {
       Wide(codePage, text);
-    else
+    } else {
       Narrow(codePage, text);
+    }
     best = std::min(best, std::clock() - start);
   }
   return best;
