@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <map>
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
@@ -31,12 +30,6 @@ struct Fault {
   int nth = 0;
 };
 
-/// Made once, for as long as the program runs.
-inline const AnsiText& CodePage(const std::string& name) {
-  static std::map<std::string, PosixAnsiText> codePages;
-  return codePages.try_emplace(name, name).first->second;
-}
-
 /// What came of a conversation.
 struct Outcome {
   Timeline host;     ///< Events, and what calls gave.
@@ -49,10 +42,11 @@ struct Outcome {
   bool hasFailed = false;  ///< Whether the call that was to fail was made.
 };
 
-/// One control with its log, on ports of which one call fails, and its host.
+/// One control with its log, on ports of which one call fails, and its host. The code page is as
+/// new.
 class Stage final : public ITlkcEvents {
  public:
-  Stage(const std::string& codePage, const Fault& fault) : m_text(CodePage(codePage)) {
+  Stage(const std::string& codePage, const Fault& fault) : m_text(codePage) {
     pugi::set_memory_management_functions(AllocateScarce, FreeScarce);
     testing::internal::CaptureStdout();
     if (fault.kind <= kWriterMemory) m_limits[fault.kind].Set(fault.nth - 1, fault.how);
@@ -214,7 +208,7 @@ class Stage final : public ITlkcEvents {
     m_outcome.host.push_back("message " + ToNarrow(type) + " " + ToNarrow(message));
   }
 
-  const AnsiText& m_text;
+  const PosixAnsiText m_text;
   Outcome m_outcome;
   std::array<MemoryLimit, 2> m_limits;
   TLK_ConnStatusEnum m_announced = TLK_Not_Connected;
