@@ -20,38 +20,53 @@ WaitResult ResultOf(size_t index) { return static_cast<WaitResult>(index); }
 
 }  // namespace
 
-/// A thread asleep on one event or two. Whoever wakes it says by which one.
-struct PosixEvent::Sleeper {
-  std::span<PosixEvent* const> events;
-  std::condition_variable wake = {};
-  std::optional<size_t> wokenBy = std::nullopt;
-  Sleeper* previous = nullptr;
-  Sleeper* next = nullptr;
+/// A sleeper's place in the list of an event.
+struct PosixEvent::Place {
+  PosixEvent* event = nullptr;
+  Sleeper* sleeper = nullptr;
+  Place* previous = nullptr;
+  Place* next = nullptr;
 };
 
-/// Everybody asleep in this process, in the order in which they fell asleep, and none of it needs
-/// memory: nobody can be refused to wait. One mutex for all makes waiting for two events simple,
-/// and only those who sleep or wake somebody ever take it.
+/// A thread asleep on one event or two. Whoever wakes it says by which one. All that the lists are
+/// made of lies on its stack: nobody can be refused to wait.
+struct PosixEvent::Sleeper {
+  explicit Sleeper(std::span<PosixEvent* const> slept) : count(slept.size()) {
+    for (size_t i = 0; i < count; ++i) {
+      places[i] = {.event = slept[i], .sleeper = this};
+      slept[i]->m_sleepers.Add(places[i]);
+    }
+  }
+
+  void Leave() {
+    for (Place& place : std::span(places).first(count)) {
+      place.event->m_sleepers.Remove(place);
+      place.event->UncountSleeper();
+    }
+  }
+
+  void WakeBy(const Place& place) {
+    wokenBy = static_cast<size_t>(&place - places.data());
+    Leave();
+    wake.notify_one();
+  }
+
+  const size_t count;
+  std::array<Place, 2> places;
+  std::condition_variable wake;
+  std::optional<size_t> wokenBy;
+};
+
+/// Where threads sleep. One mutex guards the lists of all events: whoever sleeps on two stands in
+/// both lists, and an event may be gone before its setter has released the mutex. It is held for a
+/// few steps, and only those who sleep or wake somebody ever take it.
 struct PosixEvent::Dormitory {
   std::mutex mutex;
-  Sleeper* first = nullptr;
-  Sleeper* last = nullptr;
 
   /// It is never destroyed: threads that outlive the static objects of the process may still wait.
   static Dormitory& Get() {
     static Dormitory& dormitory = *new Dormitory;
     return dormitory;
-  }
-
-  void Add(Sleeper& sleeper) {
-    sleeper.previous = std::exchange(last, &sleeper);
-    (sleeper.previous != nullptr ? sleeper.previous->next : first) = &sleeper;
-  }
-
-  void Remove(Sleeper& sleeper) {
-    (sleeper.previous != nullptr ? sleeper.previous->next : first) = sleeper.next;
-    (sleeper.next != nullptr ? sleeper.next->previous : last) = sleeper.previous;
-    for (PosixEvent* event : sleeper.events) event->UncountSleeper();
   }
 };
 
@@ -76,20 +91,18 @@ WaitResult PosixEvent::WaitAny(std::span<PosixEvent* const> events, std::uint32_
 WaitResult PosixEvent::SleepUntilAny(std::span<PosixEvent* const> events,
                                      std::uint32_t milliseconds) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
-  Dormitory& dormitory = Dormitory::Get();
-  std::unique_lock lock(dormitory.mutex);
+  std::unique_lock lock(Dormitory::Get().mutex);
   for (size_t i = 0; i < events.size(); ++i) {
     if (!events[i]->TakeOrCountSleeper()) continue;
     for (PosixEvent* counted : events.first(i)) counted->UncountSleeper();
     return ResultOf(i);
   }
-  Sleeper self{.events = events};
-  dormitory.Add(self);
+  Sleeper self(events);
   const auto isWoken = [&self] { return self.wokenBy.has_value(); };
   if (milliseconds == kNoLimit) {
     self.wake.wait(lock, isWoken);
   } else if (!self.wake.wait_until(lock, deadline, isWoken)) {
-    dormitory.Remove(self);
+    self.Leave();
     return WaitResult::kTimedOut;
   }
   return ResultOf(*self.wokenBy);
@@ -107,16 +120,10 @@ void PosixEvent::Set() {
 }
 
 void PosixEvent::WakeSleepers() {
-  Dormitory& dormitory = Dormitory::Get();
-  const std::lock_guard lock(dormitory.mutex);
+  const std::lock_guard lock(Dormitory::Get().mutex);
   bool isTaken = false;
-  for (Sleeper* next = dormitory.first; next != nullptr && !isTaken;) {
-    Sleeper& sleeper = *std::exchange(next, next->next);
-    const auto found = std::ranges::find(sleeper.events, this);
-    if (found == sleeper.events.end()) continue;
-    sleeper.wokenBy = static_cast<size_t>(found - sleeper.events.begin());
-    dormitory.Remove(sleeper);
-    sleeper.wake.notify_one();
+  while (m_sleepers.first != nullptr && !isTaken) {
+    m_sleepers.first->sleeper->WakeBy(*m_sleepers.first);
     isTaken = m_mode == ResetMode::kAutomatic;
   }
   if (!isTaken) m_word.fetch_or(kSignal, std::memory_order_release);

@@ -5,12 +5,14 @@
 #include <span>
 
 #include "platform/Synchronisation.h"
+#include "platform/posix/Chain.h"
 
 namespace tlk {
 
 /// An event in one atomic word. Setting it while nobody sleeps on it, and waiting for it while it
-/// is signalled, take no lock and make no system call. A waiter that has been let go may destroy
-/// the event at once: `Set` does not touch it any more.
+/// is signalled, take no lock and make no system call; waking somebody does not look at those who
+/// sleep on other events. A waiter that has been let go may destroy the event at once: `Set` does
+/// not touch it any more.
 class PosixEvent final : public SystemEvent {
  public:
   PosixEvent(ResetMode mode, bool isSignalled);
@@ -23,6 +25,7 @@ class PosixEvent final : public SystemEvent {
                                              std::uint32_t milliseconds);
 
  private:
+  struct Place;
   struct Sleeper;
   struct Dormitory;
 
@@ -44,6 +47,8 @@ class PosixEvent final : public SystemEvent {
   /// The lowest bit is the signal; the others count the sleepers. While there are sleepers the
   /// signal is off, and only a thread that holds the dormitory's mutex switches it on.
   std::atomic<std::uint32_t> m_word;
+
+  Chain<Place> m_sleepers;  // In the order in which they fell asleep.
 };
 
 }  // namespace tlk

@@ -1,8 +1,10 @@
 // What every platform's events, mutexes and threads hold to.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -118,6 +120,38 @@ TEST(EventContract, MayBeDestroyedByTheWaiterThatItLetGo) {
     ASSERT_EQ(event->Wait(kNoLimit), kSignalled);
   }
   setter.join();
+}
+
+/// What the signals of a round between two threads cost, of which at least one sleeps: the middle
+/// one of many times.
+std::chrono::nanoseconds TimeOfWaking() {
+  using Clock = std::chrono::steady_clock;
+  std::array<std::array<Clock::duration, 2>, 301> times{};
+  const std::array events{NewEvent(ResetMode::kAutomatic, true), NewEvent(ResetMode::kAutomatic)};
+  OnThreads(2, [&](int thread) {
+    for (auto& time : times) {
+      EXPECT_EQ(events.at(static_cast<size_t>(thread))->Wait(kLongEnough), kSignalled);
+      const auto start = Clock::now();
+      events.at(static_cast<size_t>(1 - thread))->Set();
+      time.at(static_cast<size_t>(thread)) = Clock::now() - start;
+    }
+  });
+  std::ranges::sort(times, {}, [](const auto& time) { return time[0] + time[1]; });
+  return times[times.size() / 2][0] + times[times.size() / 2][1];
+}
+
+// A setter used to look at everybody asleep in the process.
+TEST(EventContract, WakesAtACostThatDoesNotGrowWithThoseAsleepOnOthers) {
+  constexpr int kOthers = 800;
+  const auto others = NewEvent(ResetMode::kManual);
+  const auto alone = TimeOfWaking();
+  auto beside = alone;
+  OnThreads(kOthers + 1, [&](int thread) {
+    if (thread < kOthers) return static_cast<void>(others->Wait(kLongEnough));
+    beside = TimeOfWaking();
+    others->Set();
+  });
+  EXPECT_LT(beside, 3 * alone);
 }
 
 constexpr int kErrorNotFound = 2;
