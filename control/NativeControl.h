@@ -22,6 +22,11 @@ namespace tlk {
 /// It may be destroyed whenever its thread likes, also inside its own events: the host hears
 /// nothing more of it then, and the control itself ends, and its connection with it, silently, when
 /// the last call and the last event of it have returned.
+///
+/// A program that forks has the trace log in the child too, and may make new loops and controls
+/// there. Those of the parent are the parent's, and the child must neither use nor destroy them: it
+/// would answer their servers beside it. The parent's threads are not there in the child, and locks
+/// of the thread layer that were held at the fork stay held.
 class NativeControl {
  public:
   /// `loop` and `events` outlive it.

@@ -1,5 +1,6 @@
 #include "log/LogQueue.h"
 
+#include <mutex>
 #include <utility>
 
 namespace tlk {

@@ -3,18 +3,19 @@
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
-#include <mutex>
 #include <string_view>
 
 #include "log/LineBatch.h"
 #include "log/QueueGauge.h"
+#include "platform/Fork.h"
 
 namespace tlk {
 
 /// The lines that wait to be written: one queue for all logs of the process.
 ///
 /// Each log guards its own steps on the queue with a lock of its own, so two logs exclude each
-/// other only by the small mutex in here. It is never held for longer than one step.
+/// other only by the small mutex in here. It is never held for longer than one step. A forked child
+/// begins with an empty one: what waits at the fork is written by the parent.
 class LogQueue {
  public:
   /// The queue of the process. Who may outlive the static objects, as a writer may, keeps a share.
@@ -31,8 +32,9 @@ class LogQueue {
   void GiveBack(LineBatch& lines);
 
  private:
-  std::mutex m_guard;
+  ForkMutex m_guard;
   LineBatch m_lines;
+  const InForkedChild m_emptied{[this] { m_lines = {}; }};
 };
 
 }  // namespace tlk

@@ -5,6 +5,8 @@
 #include <mutex>
 #include <string>
 
+#include "platform/Fork.h"
+
 namespace tlk {
 
 /// A function to call on the writer thread, with its context.
@@ -56,7 +58,7 @@ class LogSettings {
   }
 
  private:
-  mutable std::mutex m_guard;
+  mutable ForkMutex m_guard;
   std::string m_directory;
   std::atomic<std::uint32_t> m_directoryVersion{1};
   ThreadHook m_startHook;

@@ -36,10 +36,24 @@ bool IsTaken(Step step) noexcept {
 
 }  // namespace
 
-LogWriter::LogWriter(std::string_view fileName, const Platform& platform)
-    : m_platform(platform), m_queue(LogQueue::OfProcess()), m_isUsable(MakeParts()) {
+LogWriter::LogWriter(std::string_view fileName, const Platform& platform,
+                     std::shared_ptr<LogSettings> shared)
+    : settings(*shared),
+      m_platform(platform),
+      m_queue(LogQueue::OfProcess()),
+      m_settings(std::move(shared)),
+      m_isUsable(MakeParts()) {
   m_place.fileName = fileName;
   m_place.separator = platform.surroundings.PathSeparator();
+}
+
+std::shared_ptr<LogWriter> LogWriter::Successor() const {
+  return std::make_shared<LogWriter>(m_place.fileName, m_platform, m_settings);
+}
+
+void LogWriter::GiveUp() {
+  m_isUsable = false;
+  m_isStarted = false;
 }
 
 bool LogWriter::MakeParts() {

@@ -24,9 +24,17 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
  public:
   /// Makes the lock and the events. The first that the system refuses is announced on standard
   /// output, and the writer stays unusable.
-  LogWriter(std::string_view fileName, const Platform& platform);
+  LogWriter(std::string_view fileName, const Platform& platform,
+            std::shared_ptr<LogSettings> shared = std::make_shared<LogSettings>());
 
-  LogSettings settings;
+  LogSettings& settings;
+
+  /// One like it, with the same settings, for a forked child to go on with: there the thread of
+  /// this one is missing, in the middle of anything, and nobody may touch it again.
+  [[nodiscard]] std::shared_ptr<LogWriter> Successor() const;
+
+  /// Makes it as unusable as one that lacks a part, for a child that gets no successor.
+  void GiveUp();
 
   /// Queues a line put together from its pieces and wakes the writer thread, starting it if need
   /// be. Waits while the queue is over its limit. A thread that cannot be started now is tried
@@ -45,8 +53,8 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   /// again for the thread's end.
   void Rest(std::uint32_t milliseconds);
 
-  /// The lock; null when the system refused it.
-  [[nodiscard]] SystemMutex* Lock() const { return m_lock.get(); }
+  /// The lock; null when the system refused a part.
+  [[nodiscard]] SystemMutex* Lock() const { return m_isUsable ? m_lock.get() : nullptr; }
 
  private:
   enum class PassEnd { kDrained, kNotOpened, kNotLocked };
@@ -75,13 +83,14 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
 
   const Platform m_platform;
   const std::shared_ptr<LogQueue> m_queue;
+  const std::shared_ptr<LogSettings> m_settings;
 
   std::unique_ptr<SystemMutex> m_lock;
   std::unique_ptr<SystemEvent> m_work;     // Auto-reset: something is queued, or a flush waits.
   std::unique_ptr<SystemEvent> m_stop;     // Auto-reset: the log ends.
   std::unique_ptr<SystemEvent> m_drained;  // Auto-reset: a pass has found the queue empty.
   std::unique_ptr<SystemEvent> m_room;     // Manual-reset: producers may queue.
-  const bool m_isUsable;
+  bool m_isUsable;
 
   // The work event has been set, or is just being, since the writer was last woken by it.
   std::atomic<bool> m_isAsked{false};

@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/Fork.h"
+
 namespace tlk {
 
 namespace {
@@ -11,7 +13,7 @@ namespace {
 // A mutex whose wait has failed stays open until the process ends: programs look at whether the
 // name still exists. It is kept in reach, so that it does not count as lost memory.
 void LeaveOpen(std::unique_ptr<SystemMutex> mutex) {
-  static std::mutex guard;
+  static ForkMutex guard;
   static auto& left = *new std::vector<std::unique_ptr<SystemMutex>>;
   const std::lock_guard lock(guard);
   left.push_back(std::move(mutex));

@@ -1,6 +1,9 @@
 #include "log/QNLogger.h"
 
+#include <cstdio>
+#include <exception>
 #include <utility>
+#include <vector>
 
 #include "log/LogLock.h"
 #include "log/LogScan.h"
@@ -26,10 +29,23 @@ QNLogger::QNLogger(std::string_view fileName, const std::int32_t& threshold,
                    const Platform& platform)
     : m_platform(platform),
       m_threshold(threshold),
-      m_writer(std::make_shared<LogWriter>(fileName, platform)) {}
+      m_writer(std::make_shared<LogWriter>(fileName, platform)),
+      m_inChild([this] { GoOnInChild(); }) {}
 
 QNLogger::~QNLogger() {
   if (m_writer->Stop()) m_platform.surroundings.Sleep(kGraceMilliseconds);
+}
+
+// The writers of parents are kept in reach, so that they do not count as lost memory.
+void QNLogger::GoOnInChild() {
+  static auto& left = *new std::vector<std::shared_ptr<LogWriter>>;
+  try {
+    left.push_back(m_writer);
+    m_writer = m_writer->Successor();
+  } catch (const std::exception&) {
+    std::fputs("Unable to go on in a forked process - QNLogger\n", stdout);
+    m_writer->GiveUp();
+  }
 }
 
 bool QNLogger::SetThreadStartHook(Hook hook, void* context) {

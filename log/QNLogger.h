@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "log/iLogger.h"
+#include "platform/Fork.h"
 #include "platform/Platform.h"
 
 namespace tlk {
@@ -39,6 +40,11 @@ struct RecordHead;
 ///
 /// The queue is one for the whole process, as it always was: with several logs alive at a time,
 /// each writes what it finds, and lines of one may end up in the file of another.
+///
+/// A process that forks keeps its log: the child's goes on with the same settings (folder, level,
+/// echo, rotation, queue limit, hooks), an empty queue that holds nobody back, and a writer thread
+/// of its own, started with the child's first line. What was queued before is written by the parent
+/// alone. Both append to the same file unless the child sets another folder.
 ///
 /// When the system refuses a part that the log is made of, that is announced on standard output,
 /// and the log stays, unusable: it drops every line, and `Flush` fails.
@@ -98,12 +104,15 @@ class QNLogger final : public iLogger {
  private:
   void WriteRecord(const RecordHead& head, std::va_list values);
   [[nodiscard]] RecordStamp StampOfNow(std::string_view mark) const;
+  void GoOnInChild();
 
   const Platform m_platform;
   std::atomic<std::int32_t> m_threshold;
 
-  // Shared with the writer thread, which may outlive the log by a pass.
-  const std::shared_ptr<LogWriter> m_writer;
+  // Shared with the writer thread, which may outlive the log by a pass. Only a forked child, which
+  // has one thread then, puts another in its place.
+  std::shared_ptr<LogWriter> m_writer;
+  const InForkedChild m_inChild;
 };
 
 }  // namespace tlk

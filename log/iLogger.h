@@ -26,9 +26,9 @@ using LineList = std::list<std::string>;
 /// that spans several lines, or is longer than 8,192 bytes (it is then cut), is still one record.
 ///
 /// Any thread may call any operation. The record operations do not throw: a record for which there
-/// is no memory is lost. They take a variable number of values, which must fit the format text of
-/// the string table, as with printf; where the table has no such number the record reads "Unknown
-/// message".
+/// is no memory is lost. A process that forks has the log in the child as well. They take a
+/// variable number of values, which must fit the format text of the string table, as with printf;
+/// where the table has no such number the record reads "Unknown message".
 class iLogger : public ZRefCountedWithFinalization {
  public:
   /// The folder in which the log files lie; empty (the default) for the current one.

@@ -7,6 +7,8 @@
 #include <exception>
 #include <new>
 
+#include "platform/CallingThread.h"
+#include "platform/Fork.h"
 #include "platform/Surroundings.h"
 #include "platform/Synchronisation.h"
 #include "thread/Reporter.h"
@@ -60,6 +62,10 @@ ZThread::ZThread(Synchronisation& synchronisation)
   if (slot != nullptr) slot->Set(this);
   sSlot = slot;
   sMainThread = this;
+  // The thread that forks lives on in the child under another number.
+  static const InForkedChild renumbered([] {
+    if (ZThread* const self = Current()) self->fId = CallingThread();
+  });
 }
 
 ZThread::~ZThread() {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <mutex>
-
+#include "platform/Fork.h"
 #include "platform/posix/CodePage.h"
 #include "platform/posix/Converter.h"
 #include "platform/posix/PageBytes.h"
@@ -21,7 +20,7 @@ class ConvertedPage final : public CodePage {
 
  private:
   const PageBytes m_bytes;
-  mutable std::mutex m_mutex;
+  mutable ForkMutex m_mutex;
   mutable Converter m_toWide;
   mutable Converter m_toNarrow;
 };

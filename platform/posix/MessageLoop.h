@@ -17,7 +17,8 @@ namespace tlk {
 /// Everything here belongs to the thread that made the loop. A handler may run the loop again,
 /// start and stop timers, close sockets, and destroy windows, its own included. Windows end before
 /// the loop. Its end waits until the peers that go on reading have what was sent to them: for up to
-/// five seconds in which none of them takes anything.
+/// five seconds in which none of them takes anything. A forked child leaves the loops of its parent
+/// alone.
 class MessageLoop {
  public:
   MessageLoop() = default;

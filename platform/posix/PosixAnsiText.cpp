@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <new>
 #include <type_traits>
+#include <utility>
 
 #include "platform/Ascii.h"
 #include "platform/posix/CodePage.h"
@@ -58,8 +59,9 @@ PosixAnsiText::~PosixAnsiText() = default;
 
 const CodePage& PosixAnsiText::Page() const {
   if (const CodePage* page = m_page.load(std::memory_order_acquire)) return *page;
+  auto read = ReadUsablePage(m_name);
   const std::lock_guard lock(m_mutex);
-  if (!m_owned) m_owned = ReadUsablePage(m_name);
+  if (!m_owned) m_owned = std::move(read);
   m_page.store(m_owned.get(), std::memory_order_release);
   return *m_owned;
 }

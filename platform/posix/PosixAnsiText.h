@@ -2,11 +2,11 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 
 #include "platform/AnsiText.h"
+#include "platform/Fork.h"
 
 namespace tlk {
 
@@ -39,7 +39,7 @@ class PosixAnsiText final : public AnsiText {
   [[nodiscard]] const CodePage& Page() const;
 
   const std::string m_name;
-  mutable std::mutex m_mutex;
+  mutable ForkMutex m_mutex;
   mutable std::unique_ptr<const CodePage> m_owned;
   mutable std::atomic<const CodePage*> m_page = nullptr;
 };

@@ -8,6 +8,8 @@
 #include <optional>
 #include <utility>
 
+#include "platform/Fork.h"
+
 namespace tlk {
 namespace {
 
@@ -28,10 +30,28 @@ struct PosixEvent::Place {
   Place* next = nullptr;
 };
 
+/// Where threads sleep. One mutex guards the lists of all events: whoever sleeps on two stands in
+/// both lists, and an event may be gone before its setter has released the mutex. It is held for a
+/// few steps, and only those who sleep or wake somebody ever take it.
+struct PosixEvent::Dormitory {
+  ForkMutex mutex;
+  Chain<Sleeper> sleepers;  // All of them, for a forked child to know whom to forget.
+  const InForkedChild emptied{[this] { Empty(); }};
+
+  void Empty();
+
+  /// It is never destroyed: threads that outlive the static objects of the process may still wait.
+  static Dormitory& Get() {
+    static Dormitory& dormitory = *new Dormitory;
+    return dormitory;
+  }
+};
+
 /// A thread asleep on one event or two. Whoever wakes it says by which one. All that the lists are
 /// made of lies on its stack: nobody can be refused to wait.
 struct PosixEvent::Sleeper {
   explicit Sleeper(std::span<PosixEvent* const> slept) : count(slept.size()) {
+    Dormitory::Get().sleepers.Add(*this);
     for (size_t i = 0; i < count; ++i) {
       places[i] = {.event = slept[i], .sleeper = this};
       slept[i]->m_sleepers.Add(places[i]);
@@ -39,6 +59,7 @@ struct PosixEvent::Sleeper {
   }
 
   void Leave() {
+    Dormitory::Get().sleepers.Remove(*this);
     for (Place& place : std::span(places).first(count)) {
       place.event->m_sleepers.Remove(place);
       place.event->UncountSleeper();
@@ -55,20 +76,16 @@ struct PosixEvent::Sleeper {
   std::array<Place, 2> places;
   std::condition_variable wake;
   std::optional<size_t> wokenBy;
+  Sleeper* previous = nullptr;
+  Sleeper* next = nullptr;
 };
 
-/// Where threads sleep. One mutex guards the lists of all events: whoever sleeps on two stands in
-/// both lists, and an event may be gone before its setter has released the mutex. It is held for a
-/// few steps, and only those who sleep or wake somebody ever take it.
-struct PosixEvent::Dormitory {
-  std::mutex mutex;
+/// In a forked child: none of the threads is there, though their stacks are.
+void PosixEvent::Dormitory::Empty() {
+  while (sleepers.first != nullptr) sleepers.first->Leave();
+}
 
-  /// It is never destroyed: threads that outlive the static objects of the process may still wait.
-  static Dormitory& Get() {
-    static Dormitory& dormitory = *new Dormitory;
-    return dormitory;
-  }
-};
+const PosixEvent::Dormitory& PosixEvent::s_madeEarly = Dormitory::Get();
 
 PosixEvent::PosixEvent(ResetMode mode, bool isSignalled)
     : m_mode(mode), m_word(isSignalled ? kSignal : 0) {}
@@ -91,7 +108,7 @@ WaitResult PosixEvent::WaitAny(std::span<PosixEvent* const> events, std::uint32_
 WaitResult PosixEvent::SleepUntilAny(std::span<PosixEvent* const> events,
                                      std::uint32_t milliseconds) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
-  std::unique_lock lock(Dormitory::Get().mutex);
+  std::unique_lock<std::mutex> lock(Dormitory::Get().mutex);
   for (size_t i = 0; i < events.size(); ++i) {
     if (!events[i]->TakeOrCountSleeper()) continue;
     for (PosixEvent* counted : events.first(i)) counted->UncountSleeper();

@@ -29,6 +29,9 @@ class PosixEvent final : public SystemEvent {
   struct Sleeper;
   struct Dormitory;
 
+  /// Made before there are threads: a child that is forked while one makes it would never have it.
+  static const Dormitory& s_madeEarly;
+
   [[nodiscard]] static WaitResult WaitAny(std::span<PosixEvent* const> events,
                                           std::uint32_t milliseconds);
   [[nodiscard]] static WaitResult SleepUntilAny(std::span<PosixEvent* const> events,

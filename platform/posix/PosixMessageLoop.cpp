@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/Fork.h"
 #include "platform/posix/MessageLoop.h"
 
 namespace tlk {
@@ -69,7 +70,7 @@ MessageWindow::~MessageWindow() { m_loop.m_sockets.Forget(*this); }
 
 std::uint32_t MessageWindow::RegisterMessage(const char* name) {
   constexpr std::uint32_t kFirstRegistered = 0xC000;
-  static std::mutex mutex;
+  static ForkMutex mutex;
   static std::vector<std::string> names;
   const std::lock_guard lock(mutex);
   const auto found = std::find(names.begin(), names.end(), name);

@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/Fork.h"
+
 namespace tlk {
 namespace {
 
@@ -18,7 +20,7 @@ class PrivateHome final : public MutexHome {
 /// The homes whose last object is gone. Most leave again at once; one whose mutex is still held
 /// waits here for a later visit.
 struct AbandonedHomes {
-  std::mutex mutex;
+  ForkMutex mutex;
   std::vector<std::unique_ptr<MutexHome>> homes;
 
   /// It is never destroyed, because mutexes may be, until the very end of the process.
@@ -27,6 +29,8 @@ struct AbandonedHomes {
     return abandoned;
   }
 };
+
+[[maybe_unused]] const AbandonedHomes& kHomesMadeEarly = AbandonedHomes::Get();
 
 void Leave(std::unique_ptr<MutexHome> home) {
   AbandonedHomes& abandoned = AbandonedHomes::Get();

@@ -16,6 +16,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/Fork.h"
 #include "platform/posix/OwnedDescriptor.h"
 #include "platform/posix/ThreadContext.h"
 
@@ -180,7 +181,7 @@ SharedHome::~SharedHome() {
 /// The named mutexes that this process has open: all its objects of one name share one home, so
 /// that what one of them took another can release.
 struct OpenNames {
-  std::mutex mutex;
+  ForkMutex mutex;
   std::map<std::string, std::weak_ptr<MutexHome>> homes;
 
   static OpenNames& Get() {
@@ -188,6 +189,8 @@ struct OpenNames {
     return names;
   }
 };
+
+[[maybe_unused]] const OpenNames& kNamesMadeEarly = OpenNames::Get();
 
 std::shared_ptr<MutexHome> FindOrOpen(const std::string& fileName, NamedMutexMode mode) {
   OpenNames& names = OpenNames::Get();

@@ -4,9 +4,9 @@
 #include <atomic>
 #include <cstddef>
 #include <deque>
-#include <mutex>
 #include <string>
 
+#include "platform/Fork.h"
 #include "platform/StringTable.h"
 
 namespace tlk {
@@ -39,7 +39,7 @@ class PosixStringTable final : public StringTable {
   [[nodiscard]] const std::string* Find(const std::string& foldedName) const;
 
   std::array<Chain, 256> m_newest{};  // A look-up takes no lock: every record of a log makes one.
-  mutable std::mutex m_mutex;         // Guards the rest.
+  mutable ForkMutex m_mutex;          // Guards the rest.
   std::deque<Text> m_texts;
   std::deque<std::string> m_modules;  // Their folded names, whose addresses are the handles.
 };

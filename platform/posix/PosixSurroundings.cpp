@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -45,17 +46,6 @@ LocalTime Unpacked(std::uint64_t packed) {
           .day = static_cast<int>(packed >> 11 & 0x1F),
           .hour = static_cast<int>(packed >> 6 & 0x1F),
           .minute = static_cast<int>(packed & 0x3F)};
-}
-
-LocalTime AskSystem(std::time_t time) {
-  std::tm local{};
-  localtime_r(&time, &local);
-  return {.year = local.tm_year + 1900,
-          .month = local.tm_mon + 1,
-          .day = local.tm_mday,
-          .hour = local.tm_hour,
-          .minute = local.tm_min,
-          .second = local.tm_sec};
 }
 
 constexpr std::int64_t kUnitsPerSecond = 10'000'000;
@@ -114,6 +104,20 @@ LocalTime PosixSurroundings::AtSecond(std::chrono::sys_seconds second) const {
                         std::memory_order_relaxed);
   }
   return local;
+}
+
+LocalTime PosixSurroundings::AskSystem(std::time_t time) const {
+  std::tm local{};
+  {
+    const std::lock_guard lock(m_zoneMutex);
+    localtime_r(&time, &local);
+  }
+  return {.year = local.tm_year + 1900,
+          .month = local.tm_mon + 1,
+          .day = local.tm_mday,
+          .hour = local.tm_hour,
+          .minute = local.tm_min,
+          .second = local.tm_sec};
 }
 
 std::uint64_t PosixSurroundings::TickCount() const {

@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <ctime>
 
+#include "platform/Fork.h"
 #include "platform/Surroundings.h"
 
 namespace tlk {
@@ -28,6 +30,10 @@ class PosixSurroundings final : public Surroundings {
 
  private:
   [[nodiscard]] LocalTime AtSecond(std::chrono::sys_seconds second) const;
+  [[nodiscard]] LocalTime AskSystem(std::time_t time) const;
+
+  /// The system has a lock of its own for the time zone, and leaves it to a forked child as it is.
+  mutable ForkMutex m_zoneMutex;
 
   /// The minute that was asked for last and its local time, in one word so that no lock is needed;
   /// at first one that the clock never tells.

@@ -80,7 +80,7 @@ void* PosixThread::Main(void* argument) noexcept {
 }
 
 PosixThread::~PosixThread() {
-  if (!m_isJoinable) return;
+  if (!m_isJoinable || m_process != getpid()) return;
   if (m_state->isWanted) {
     pthread_detach(m_thread);
   } else {
@@ -97,6 +97,8 @@ void PosixThread::Resume() {
 }
 
 WaitResult PosixThread::Wait(std::uint32_t milliseconds) {
+  // The system gives the stack of a parent's thread, and so its handle, to one of the child's.
+  if (m_process != getpid()) return WaitResult::kSignalled;
   const WaitResult result = m_state->hasEnded.Wait(milliseconds);
   if (result != WaitResult::kSignalled) return result;
   // Only a thread that is quite gone has given up the mutexes that it still held.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <functional>
 #include <memory>
@@ -12,7 +13,8 @@ namespace tlk {
 
 /// A thread with the default stack size. It takes no signals but those that its own faults raise: a
 /// host's signal handlers run on the host's threads. Its number is the one that the system knows it
-/// by, which is also what it gets from `CurrentThreadId`.
+/// by, which is also what it gets from `CurrentThreadId`. To a child that was forked after its
+/// making it has ended.
 class PosixThread final : public SystemThread {
  public:
   /// Null, with the last error set, when the system refuses.
@@ -34,6 +36,7 @@ class PosixThread final : public SystemThread {
   [[nodiscard]] bool Start();
   static void* Main(void* argument) noexcept;
 
+  const pid_t m_process = getpid();
   const std::shared_ptr<State> m_state;
   pthread_t m_thread{};
   std::mutex m_joinMutex;

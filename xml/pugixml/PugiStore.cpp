@@ -1,5 +1,6 @@
 #include "xml/pugixml/PugiStore.h"
 
+#include <mutex>
 #include <utility>
 
 namespace tlk {

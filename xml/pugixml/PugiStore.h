@@ -2,11 +2,11 @@
 
 #include <cstddef>
 #include <memory>
-#include <mutex>
 #include <pugixml.hpp>
 #include <string>
 #include <vector>
 
+#include "platform/Fork.h"
 #include "xml/pugixml/PugiChildren.h"
 #include "xml/pugixml/PugiPaths.h"
 #include "xml/pugixml/PugiText.h"
@@ -46,7 +46,7 @@ class PugiStorePool {
   static void Empty(PugiStore& store);
 
   const AnsiText& m_codePage;
-  std::mutex m_mutex;
+  ForkMutex m_mutex;
   std::vector<std::unique_ptr<PugiStore>> m_stores;
 };
 

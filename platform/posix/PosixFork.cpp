@@ -1,0 +1,83 @@
+#include <pthread.h>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "platform/Fork.h"
+
+namespace tlk {
+namespace {
+
+/// All that takes part in a fork. It is never destroyed: threads that outlive the static objects of
+/// the process may still fork.
+struct ForkMembers {
+  std::mutex mutex;
+  std::vector<ForkMutex*> mutexes;
+  std::vector<const InForkedChild*> steps;
+
+  static ForkMembers& Get() {
+    static ForkMembers& members = *new ForkMembers;
+    return members;
+  }
+
+  /// The first of the mutexes, `held` left out, that cannot be had at once, and then no other is
+  /// kept; null when all are taken.
+  [[nodiscard]] ForkMutex* TryTakeAllBut(const ForkMutex* held) const {
+    const auto isRefused = [held](ForkMutex* each) { return each != held && !each->try_lock(); };
+    const auto refused = std::ranges::find_if(mutexes, isRefused);
+    if (refused == mutexes.end()) return nullptr;
+    std::for_each(mutexes.begin(), refused, [held](ForkMutex* each) {
+      if (each != held) each->unlock();
+    });
+    return *refused;
+  }
+
+  // Whoever holds one of them may wait for another, so nobody waits for one here while he has any.
+  void TakeAll() {
+    mutex.lock();
+    ForkMutex* held = nullptr;
+    while (ForkMutex* const awaited = TryTakeAllBut(held)) {
+      if (held != nullptr) held->unlock();
+      awaited->lock();
+      held = awaited;
+    }
+  }
+
+  void GiveAllBack() {
+    for (ForkMutex* each : mutexes) each->unlock();
+    mutex.unlock();
+  }
+};
+
+// Before the handlers of the host: its own may still use the library while these have all mutexes.
+[[maybe_unused]] const int kForkHandlers =
+    pthread_atfork([] { ForkMembers::Get().TakeAll(); }, [] { ForkMembers::Get().GiveAllBack(); },
+                   [] {
+                     ForkMembers::Get().GiveAllBack();
+                     for (const InForkedChild* each : ForkMembers::Get().steps) each->Call();
+                   });
+
+}  // namespace
+
+ForkMutex::ForkMutex() {
+  const std::lock_guard lock(ForkMembers::Get().mutex);
+  ForkMembers::Get().mutexes.push_back(this);
+}
+
+ForkMutex::~ForkMutex() {
+  const std::lock_guard lock(ForkMembers::Get().mutex);
+  std::erase(ForkMembers::Get().mutexes, this);
+}
+
+InForkedChild::InForkedChild(std::function<void()> step) : m_step(std::move(step)) {
+  const std::lock_guard lock(ForkMembers::Get().mutex);
+  ForkMembers::Get().steps.push_back(this);
+}
+
+InForkedChild::~InForkedChild() {
+  const std::lock_guard lock(ForkMembers::Get().mutex);
+  std::erase(ForkMembers::Get().steps, this);
+}
+
+}  // namespace tlk
