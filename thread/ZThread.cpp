@@ -88,18 +88,20 @@ void ZThread::Start() {
   handle->Resume();
 }
 
-void ZThread::RunShim(ZThread* object) noexcept {
+void ZThread::RunShim(ZThread* object) {
   const std::unique_ptr<ZThread> owned(object);
   if (ThreadSlot* const slot = sSlot) slot->Set(object);
   object->RunReported();
 }
 
-void ZThread::RunReported() noexcept {
+void ZThread::RunReported() {
   try {
     Run();
   } catch (const std::exception& exception) {
     ReportUncaught(exception);
   } catch (...) {
+    // What carries no exception is the thread's own end, which unwinds it.
+    if (std::current_exception() == nullptr) throw;
     Report(Fatal::kNo, kThreadSource, kUnknownExceptionLine, nullptr,
            "Uncaught exception, unknown type");
   }

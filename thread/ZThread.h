@@ -14,7 +14,9 @@ class Waitable;
 
 /// A thread that is an object. It is made with `new`, suspended; once started it owns itself: when
 /// its work returns, or throws, the object is destroyed and freed on its own thread, which then
-/// ends. An exception that leaves the work is reported and ends nothing but the work.
+/// ends. An exception that leaves the work is reported and ends nothing but the work. Work that
+/// ends its thread by itself is as good as returned where the system unwinds the thread for it
+/// (`pthread_exit`); where it does not (`ExitThread`), the object is left behind.
 class ZThread {
  public:
   /// Thrown to a thread that waits for a semaphore or lock which is destroyed under it.
@@ -76,8 +78,8 @@ class ZThread {
 
  private:
   /// What each of the layer's threads runs, from its start to its end.
-  static void RunShim(ZThread* object) noexcept;
-  void RunReported() noexcept;
+  static void RunShim(ZThread* object);
+  void RunReported();
   static void ForgetMainThread() noexcept;
 
   static std::atomic<ThreadSlot*> sSlot;

@@ -41,6 +41,15 @@ struct PosixThread::State {
   PosixEvent hasId{ResetMode::kManual, false};
   PosixEvent mayStart{ResetMode::kManual, false};
   PosixEvent hasEnded{ResetMode::kManual, false};
+
+  /// Tells of the end of the work, also when `pthread_exit` unwinds the thread.
+  struct End {
+    State& state;
+    ~End() {
+      state.work = nullptr;
+      state.hasEnded.Set();
+    }
+  };
 };
 
 std::unique_ptr<PosixThread> PosixThread::Create(std::function<void()> work) {
@@ -66,16 +75,15 @@ bool PosixThread::Start() {
   return m_state->hasId.Wait(kNoLimit) == WaitResult::kSignalled;
 }
 
-void* PosixThread::Main(void* argument) noexcept {
+void* PosixThread::Main(void* argument) {
   const std::unique_ptr<std::shared_ptr<State>> owned(
       static_cast<std::shared_ptr<State>*>(argument));
   State& state = **owned;
   state.id = CallingThread();
   state.hasId.Set();
   static_cast<void>(state.mayStart.Wait(kNoLimit));
+  const State::End end{state};
   if (state.isWanted) state.work();
-  state.work = nullptr;
-  state.hasEnded.Set();
   return nullptr;
 }
 

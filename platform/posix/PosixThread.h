@@ -13,8 +13,8 @@ namespace tlk {
 
 /// A thread with the default stack size. It takes no signals but those that its own faults raise: a
 /// host's signal handlers run on the host's threads. Its number is the one that the system knows it
-/// by, which is also what it gets from `CurrentThreadId`. To a child that was forked after its
-/// making it has ended.
+/// by, which is also what it gets from `CurrentThreadId`. Work that calls `pthread_exit` ends as if
+/// it had returned. To a child that was forked after its making it has ended.
 class PosixThread final : public SystemThread {
  public:
   /// Null, with the last error set, when the system refuses.
@@ -34,7 +34,7 @@ class PosixThread final : public SystemThread {
 
   explicit PosixThread(std::shared_ptr<State> state) : m_state(std::move(state)) {}
   [[nodiscard]] bool Start();
-  static void* Main(void* argument) noexcept;
+  static void* Main(void* argument);
 
   const pid_t m_process = getpid();
   const std::shared_ptr<State> m_state;

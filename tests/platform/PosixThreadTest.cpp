@@ -5,6 +5,8 @@
 
 #include <csignal>
 
+#include "thread/ZThread.h"
+
 namespace tlk {
 namespace {
 
@@ -20,6 +22,24 @@ TEST(PosixThread, LeavesTheHostsSignalsToTheHost) {
   sigset_t outside;
   ASSERT_EQ(pthread_sigmask(SIG_SETMASK, nullptr, &outside), 0);
   EXPECT_EQ(sigismember(&outside, SIGTERM), 0);
+}
+
+// It used to end the process, by way of what catches every exception or lets none through.
+TEST(PosixThread, EndsLikeAReturnWhenItsWorkCallsPthreadExit) {
+  struct Leaver final : ZThread {
+    explicit Leaver(bool& isGone) : ZThread("leaver"), m_isGone(isGone) {}
+    ~Leaver() override { m_isGone = true; }
+    void Run() override { pthread_exit(nullptr); }
+    bool& m_isGone;
+  };
+  bool isGone = false;
+  testing::internal::CaptureStderr();
+  auto* const leaver = new Leaver(isGone);
+  const auto handle = leaver->Handle();
+  leaver->Start();
+  EXPECT_EQ(handle->Wait(kNoLimit), WaitResult::kSignalled);
+  EXPECT_TRUE(isGone);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 }  // namespace
