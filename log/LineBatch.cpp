@@ -68,7 +68,14 @@ void LineBatch::PopFront() {
   if (m_room.size() > kKeptRoom) m_room = {};
 }
 
+// Lines that have gone leave room in front. It is used again, since a batch need never be empty;
+// where it is the larger part, moving the rest there costs less than what has gone did.
 char* LineBatch::MakeRoom(std::size_t size) {
+  if (m_room.size() - m_end >= size) return m_room.data() + m_end;
+  if (m_start > m_room.size() / 2) {
+    std::copy(m_room.data() + m_start, m_room.data() + m_end, m_room.data());
+    m_end -= std::exchange(m_start, 0);
+  }
   if (m_room.size() - m_end < size) m_room.resize(std::max(m_end + size, 2 * m_room.size()));
   return m_room.data() + m_end;
 }

@@ -179,5 +179,19 @@ INSTANTIATE_TEST_SUITE_P(EachFails, Faults,
                          testing::Combine(testing::Values("CP1252", "CP932", "UTF-8"),
                                           testing::ValuesIn(kWays)));
 
+// A log whose file could not be opened took ever more memory while lines waited.
+TEST(LinesOfALog, UseTheRoomOfThoseThatWent) {
+  MemoryLimit pieces;
+  pieces.Set(10, kEveryTime);
+  const LimitedMemory limited(&pieces);
+  LineBatch lines;
+  lines.PushBack({"always one that waits"});
+  for (int i = 0; i < 100'000; ++i) {
+    lines.PushBack({"another line"});
+    lines.PopFront();
+  }
+  EXPECT_EQ(lines.Front(), "another line");
+}
+
 }  // namespace
 }  // namespace tlk::test
