@@ -18,8 +18,6 @@ static_assert(static_cast<DWORD>(WaitResult::kTimedOut) == WAIT_TIMEOUT);
 static_assert(static_cast<DWORD>(WaitResult::kFailed) == WAIT_FAILED);
 static_assert(kNoLimit == INFINITE);
 
-constexpr DWORD kMutexRights = SYNCHRONIZE | MUTEX_MODIFY_STATE;
-
 class WindowsMutex final : public SystemMutex {
  public:
   explicit WindowsMutex(OwnedHandle handle) : m_handle(std::move(handle)) {}
@@ -58,15 +56,15 @@ std::unique_ptr<Object> ObjectOf(HANDLE handle) {
 }  // namespace
 
 std::unique_ptr<SystemMutex> WindowsSynchronisation::NewMutex() {
-  return ObjectOf<WindowsMutex>(::CreateMutexExA(nullptr, nullptr, 0, kMutexRights));
+  return ObjectOf<WindowsMutex>(::CreateMutexA(nullptr, FALSE, nullptr));
 }
 
 std::unique_ptr<SystemMutex> WindowsSynchronisation::OpenNamedMutex(const char* name) {
-  return ObjectOf<WindowsMutex>(::OpenMutexA(kMutexRights, FALSE, name));
+  return ObjectOf<WindowsMutex>(::OpenMutexA(MUTEX_ALL_ACCESS, FALSE, name));
 }
 
 std::unique_ptr<SystemMutex> WindowsSynchronisation::NewNamedMutex(const char* name) {
-  return ObjectOf<WindowsMutex>(::CreateMutexExA(nullptr, name, 0, kMutexRights));
+  return ObjectOf<WindowsMutex>(::CreateMutexA(nullptr, FALSE, name));
 }
 
 std::unique_ptr<SystemEvent> WindowsSynchronisation::NewEvent(ResetMode mode, bool signalled) {

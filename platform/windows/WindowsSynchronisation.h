@@ -7,8 +7,8 @@ namespace tlk {
 /// The kernel's mutexes, events and threads. The last error is the system's own; nothing here
 /// touches it between a failure and the return.
 ///
-/// A named mutex asks for no more rights than it needs, so that the one of another user or
-/// privilege level can be shared.
+/// A named mutex is asked for with all rights, so one that another user or privilege level has made
+/// is shared only where its maker has granted them all.
 class WindowsSynchronisation final : public Synchronisation {
  public:
   [[nodiscard]] std::unique_ptr<SystemMutex> NewMutex() override;
