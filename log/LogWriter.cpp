@@ -125,7 +125,6 @@ void LogWriter::Start() {
 }
 
 std::uint32_t LogWriter::Flush(std::uint32_t milliseconds) {
-  if (!m_isUsable) return static_cast<std::uint32_t>(WaitResult::kFailed);
   if (!m_isStarted) return 0;
   {
     const LogLock lock(m_lock.get());

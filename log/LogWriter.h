@@ -42,7 +42,8 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   /// standard output.
   void Queue(std::initializer_list<std::string_view> pieces);
 
-  /// Waits until a pass has found the queue empty, or the limit has passed.
+  /// Waits until a pass has found the queue empty, or the limit has passed; 0 at once while no
+  /// writer runs.
   [[nodiscard]] std::uint32_t Flush(std::uint32_t milliseconds);
 
   /// Tells the thread to write what is queued and to end; tells whether there is one to hear it.

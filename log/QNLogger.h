@@ -47,7 +47,7 @@ struct RecordHead;
 /// alone. Both append to the same file unless the child sets another folder.
 ///
 /// When the system refuses a part that the log is made of, that is announced on standard output,
-/// and the log stays, unusable: it drops every line, and `Flush` fails.
+/// and the log stays, unusable: it drops every line.
 class QNLogger final : public iLogger {
  public:
   /// Called on the writer thread with its context, a category ("System") and a name ("WriteLog"),
@@ -94,7 +94,8 @@ class QNLogger final : public iLogger {
 
   void Write(std::string_view record) override;
 
-  /// Returns at once while no writer runs: 0, or, for an unusable log, the number of a failed wait.
+  /// Returns 0 at once while no writer runs, as for a log that has never been given a line or is
+  /// unusable.
   std::uint32_t Flush() override;
 
   void CopyLineList(LineList& lines) override;

@@ -32,7 +32,7 @@ TEST_P(LifeWithoutPart, IsAnnouncedAndLeavesALogThatDoesNothing) {
     QNLogger log("unusable.log", 4, m_platform);
     EXPECT_EQ(m_sync.partsToRefusal, 0);  // Nothing was asked for behind what was refused.
     log.LogNormal(0, 115, "S", 1, "dropped");
-    EXPECT_EQ(log.Flush(), 0xFFFFFFFFU);
+    EXPECT_EQ(log.Flush(), 0U);
     LineList lines{"kept"};
     log.CopyLineList(lines);
     EXPECT_THAT(lines, ElementsAre("kept"));  // The list of the process is empty.
