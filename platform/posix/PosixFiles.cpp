@@ -20,34 +20,37 @@ namespace {
 constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
 constexpr mode_t kNewFileMode = S_IRUSR | S_IWUSR;
 
-/// The size that the calling thread's last line has left a regular file with; -1 for none.
-thread_local off_t t_lastSize = -1;
+/// Looks at a file, or at a link itself. The times are left out: who has asked for them makes the
+/// next write slower by as much as the whole line costs.
+bool Look(int folderOrFile, const char* path, int flags, struct statx& status) {
+  constexpr unsigned kWanted = STATX_TYPE | STATX_MODE | STATX_NLINK | STATX_UID | STATX_SIZE;
+  return statx(folderOrFile, path, flags, kWanted, &status) == 0;
+}
 
 /// What others have put into a folder that they share may be there to read along, or to have the
-/// log written into a file of this user's.
-bool IsTrusted(const struct stat& status) {
-  return status.st_uid == geteuid() || status.st_uid == 0;
+/// log written into a file of this user's: they may give one of his files, or links, another name.
+bool IsTrusted(const struct statx& status) {
+  return (status.stx_uid == geteuid() || status.stx_uid == 0) && status.stx_nlink <= 1;
 }
 
 /// Follows a link in the log's place only when it is to be trusted.
 OwnedDescriptor OpenLog(const char* path, int flags) {
   OwnedDescriptor file(open(path, flags | O_NOFOLLOW, kNewFileMode));
-  struct stat link {};
-  const bool isRefusedLink = !file.IsOpen() && errno == ELOOP;
-  if (!isRefusedLink || lstat(path, &link) != 0 || !IsTrusted(link)) return file;
+  if (file.IsOpen() || errno != ELOOP) return file;
+  struct statx link {};
+  if (!Look(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW, link) || !IsTrusted(link)) return file;
   return OwnedDescriptor(open(path, flags, kNewFileMode));
 }
 
-enum class Place { kFile, kDevice, kNeither };
+bool MayBeWritten(const struct statx& status) {
+  return S_ISREG(status.stx_mode) ? IsTrusted(status) : S_ISCHR(status.stx_mode);
+}
 
-/// What is open. A file that has still the size of the last one is taken for that one: whatever
-/// else has a size is asked about, and a pipe has none.
-Place PlaceOf(int descriptor, off_t size) {
-  if (size >= 0 && size == t_lastSize) return Place::kFile;
-  struct stat status {};
-  if (fstat(descriptor, &status) != 0) return Place::kNeither;
-  if (S_ISREG(status.st_mode)) return IsTrusted(status) ? Place::kFile : Place::kNeither;
-  return S_ISCHR(status.st_mode) ? Place::kDevice : Place::kNeither;
+/// On a file system that knows no such rights this fails, and the log goes on without.
+void KeepToOwner(int descriptor, const struct statx& status) {
+  const bool isOpenToOthers = (status.stx_mode & (S_IRWXG | S_IRWXO)) != 0;
+  if (!isOpenToOthers || !S_ISREG(status.stx_mode) || status.stx_uid != geteuid()) return;
+  [[maybe_unused]] const int result = fchmod(descriptor, kNewFileMode);
 }
 
 sigset_t FileSizeSignal() {
@@ -109,10 +112,9 @@ void TakeBack(int descriptor, size_t written) {
   [[maybe_unused]] const int result = ftruncate(descriptor, position - static_cast<off_t>(written));
 }
 
-/// For file systems that cannot rename without overwriting by themselves.
-bool RenameByLink(const char* from, const char* to) {
-  if (link(from, to) == 0) return unlink(from) == 0;
-  if (errno == EEXIST || errno == ENOENT) return false;
+/// For file systems that cannot rename without overwriting by themselves. A second name for a
+/// moment would close that gap, but whoever appends in that moment would not trust the file.
+bool RenameToFree(const char* from, const char* to) {
   struct stat status {};
   return lstat(to, &status) != 0 && errno == ENOENT && std::rename(from, to) == 0;
 }
@@ -121,10 +123,10 @@ bool RenameByLink(const char* from, const char* to) {
 
 std::int64_t PosixFiles::AppendLine(const std::string& path, std::string_view line) {
   const OwnedDescriptor file = OpenLog(path.c_str(), kFlags | O_CREAT);
-  if (!file.IsOpen()) return append_result::kNotOpened;
-  const off_t size = lseek(file.Get(), 0, SEEK_END);
-  const Place place = PlaceOf(file.Get(), size);
-  if (place == Place::kNeither) return append_result::kNotOpened;
+  struct statx status {};
+  if (!file.IsOpen() || !Look(file.Get(), "", AT_EMPTY_PATH, status) || !MayBeWritten(status))
+    return append_result::kNotOpened;
+  KeepToOwner(file.Get(), status);
   BlockFileSizeSignal();
   const size_t written = WriteLine(file.Get(), line);
   if (written <= line.size()) {
@@ -132,8 +134,7 @@ std::int64_t PosixFiles::AppendLine(const std::string& path, std::string_view li
     if (written > 0) TakeBack(file.Get(), written);
     return append_result::kNotWritten;
   }
-  if (place == Place::kDevice) return 0;
-  return t_lastSize = size + static_cast<off_t>(written);
+  return S_ISREG(status.stx_mode) ? static_cast<std::int64_t>(status.stx_size + written) : 0;
 }
 
 // The file's own lock, which goes with the descriptor: it holds between users as well, and leaves
@@ -155,7 +156,7 @@ bool PosixFiles::Remove(const std::string& path) { return unlink(path.c_str()) =
 bool PosixFiles::Rename(const std::string& from, const std::string& to) {
   if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
   const bool isUnsupported = errno == EINVAL || errno == ENOSYS;
-  return isUnsupported && RenameByLink(from.c_str(), to.c_str());
+  return isUnsupported && RenameToFree(from.c_str(), to.c_str());
 }
 
 }  // namespace tlk

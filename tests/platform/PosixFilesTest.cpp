@@ -44,6 +44,20 @@ TEST_F(PosixFilesTest, RefusesAPipeAndTellsThatAFullDeviceTookNothing) {
   EXPECT_EQ(m_files.AppendLine("/dev/null", "line"), 0);
 }
 
+// Others may have given one of the user's own files, or links, the log's name.
+TEST_F(PosixFilesTest, KeepsItsFileToItsUserAndLeavesOneThatHasAnotherName) {
+  ASSERT_EQ(m_files.AppendLine(Path("a.log"), ""), 1);
+  fs::permissions(Path("a.log"), fs::perms(0666));
+  EXPECT_EQ(m_files.AppendLine(Path("a.log"), "line"), 6);
+  EXPECT_EQ(fs::status(Path("a.log")).permissions(), fs::perms(0600));
+  fs::create_symlink(Path("a.log"), Path("link"));
+  ASSERT_EQ(link(Path("link").c_str(), Path("second-link").c_str()), 0);
+  EXPECT_EQ(m_files.AppendLine(Path("second-link"), "line"), append_result::kNotOpened);
+  fs::create_hard_link(Path("a.log"), Path("b.log"));
+  for (const char* name : {"a.log", "b.log"})
+    EXPECT_EQ(m_files.AppendLine(Path(name), "line"), append_result::kNotOpened);
+}
+
 TEST_F(PosixFilesTest, TakesATornLineBackAndSurvivesTheSignal) {
   rlimit usual{};
   ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
@@ -102,7 +116,7 @@ TEST_F(PosixFilesTest, LeavesWhatOthersPutInTheLogsPlace) {
   EXPECT_EQ(m_files.AppendLine(Path("link"), "line"), append_result::kNotOpened);
   EXPECT_EQ(m_files.AppendLine(Path("own-link"), "line"), 6);
   ASSERT_EQ(chown(Path("a.log").c_str(), kNobody, kNobody), 0);
-  ASSERT_EQ(m_files.AppendLine(Path("b.log"), ""), 1);  // A file of the last size is the last file.
+  ASSERT_EQ(m_files.AppendLine(Path("b.log"), "equal"), 6);  // An equal size does not make it ours.
   EXPECT_EQ(m_files.AppendLine(Path("a.log"), "line"), append_result::kNotOpened);
 }
 
