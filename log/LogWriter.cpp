@@ -277,13 +277,20 @@ void LogWriter::KeepSize(std::int64_t size) {
   const bool isWritten = size != append_result::kNotWritten;
   if (!isWritten && !m_isFullAnnounced) std::printf("Unable to write %s\n", m_path.c_str());
   m_isFullAnnounced = !isWritten;
-  if (!isWritten || size <= settings.maxFileSize) return;
-  // A rotation that stops in the middle is taken up with the next line.
-  (void)IsTaken([this] {
-    m_platform.files.RotateAlone(m_path, settings.maxFileSize, [this] {
-      RotateFiles(m_platform.files, m_place, settings.fileCount);
-    });
+  if (isWritten && size > settings.maxFileSize) (void)IsTaken([this] { Rotate(); });
+}
+
+// A rotation that stops in the middle is taken up with the next line.
+void LogWriter::Rotate() {
+  Files& files = m_platform.files;
+  const bool isDone = files.RotateAlone(m_path, settings.maxFileSize, [this, &files] {
+    const bool isMoved = RotateFiles(files, m_place, settings.fileCount);
+    if (isMoved) m_isStuckAnnounced = false;
+    return isMoved;
   });
+  if (isDone || m_isStuckAnnounced) return;
+  std::printf("Unable to rotate %s\n", m_path.c_str());
+  m_isStuckAnnounced = true;
 }
 
 // Without the time, which a console does not need; a marker line has nothing to show.

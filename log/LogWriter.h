@@ -80,6 +80,7 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   void FindPath();
   [[nodiscard]] bool WriteLine(std::string_view line);
   void KeepSize(std::int64_t size);
+  void Rotate();
   void Echo(std::string_view line);
 
   const Platform m_platform;
@@ -107,6 +108,7 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
 
   // Of the writer thread alone.
   bool m_isFullAnnounced = false;
+  bool m_isStuckAnnounced = false;
   LogPlace m_place;
   std::string m_path;
   std::uint32_t m_pathVersion = 0;

@@ -23,13 +23,19 @@ class Files {
   /// opened and with `kNotWritten` when the line cannot be written whole (a full disk).
   [[nodiscard]] virtual std::int64_t AppendLine(const std::string& path, std::string_view line) = 0;
 
-  /// Calls `rotate`, which moves the file away, if it is larger than `size`. Of all processes that
-  /// ask for it at a time one gets to: the others do not wait, and leave it to that one. Files that
-  /// no other process has are rotated as asked.
-  virtual void RotateAlone(const std::string& /*path*/, std::int64_t /*size*/,
-                           const std::function<void()>& rotate) {
-    rotate();
+  /// Calls `rotate`, which moves the file away and tells whether it did, if it is larger than
+  /// `size`. Of all processes that ask for it at a time one gets to: the others do not wait, and
+  /// leave it to that one. Files that no other process has are rotated as asked. False when the
+  /// file should have been moved, and neither this process nor another at it could move it.
+  virtual bool RotateAlone(const std::string& /*path*/, std::int64_t /*size*/,
+                           const std::function<bool()>& rotate) {
+    return rotate();
   }
+
+  /// Calls `visit` with the path of each file in the folder that `path` is in, written like that
+  /// path, in any order; paths of other things may be among them. False when not all can be told.
+  virtual bool VisitFolder(const std::string& path,
+                           const std::function<void(std::string_view)>& visit) = 0;
 
   /// Deletes a file; false when there is none or it cannot be deleted.
   virtual bool Remove(const std::string& path) = 0;

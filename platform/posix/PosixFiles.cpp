@@ -1,5 +1,6 @@
 #include "platform/posix/PosixFiles.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <new>
 #include <string>
 
@@ -140,15 +142,30 @@ std::int64_t PosixFiles::AppendLine(const std::string& path, std::string_view li
 // The file's own lock, which goes with the descriptor: it holds between users as well, and leaves
 // nothing behind. Whoever waited for it would find the file gone, and might wait for ever. A file
 // system without locks rotates without.
-void PosixFiles::RotateAlone(const std::string& path, std::int64_t size,
-                             const std::function<void()>& rotate) {
+bool PosixFiles::RotateAlone(const std::string& path, std::int64_t size,
+                             const std::function<bool()>& rotate) {
   const OwnedDescriptor file = OpenLog(path.c_str(), kFlags);
-  if (!file.IsOpen() || (flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)) return;
+  if (!file.IsOpen()) return errno == ENOENT;
+  if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return true;
   struct stat held {};
   struct stat named {};
   const bool isThere = fstat(file.Get(), &held) == 0 && stat(path.c_str(), &named) == 0 &&
                        held.st_dev == named.st_dev && held.st_ino == named.st_ino;
-  if (isThere && held.st_size > size) rotate();
+  return !isThere || held.st_size <= size || rotate();
+}
+
+bool PosixFiles::VisitFolder(const std::string& path,
+                             const std::function<void(std::string_view)>& visit) {
+  const std::string folder = path.substr(0, path.rfind('/') + 1);
+  const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.empty() ? "." : folder.c_str()),
+                                                    closedir);
+  if (listing == nullptr) return false;
+  for (;;) {
+    errno = 0;
+    const dirent* const entry = readdir(listing.get());
+    if (entry == nullptr) return errno == 0;
+    visit(folder + entry->d_name);
+  }
 }
 
 bool PosixFiles::Remove(const std::string& path) { return unlink(path.c_str()) == 0; }

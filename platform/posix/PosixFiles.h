@@ -18,8 +18,10 @@ class PosixFiles final : public Files {
   /// The signal of the limit on file sizes (SIGXFSZ) stays blocked in the calling thread.
   [[nodiscard]] std::int64_t AppendLine(const std::string& path, std::string_view line) override;
 
-  void RotateAlone(const std::string& path, std::int64_t size,
-                   const std::function<void()>& rotate) override;
+  bool RotateAlone(const std::string& path, std::int64_t size,
+                   const std::function<bool()>& rotate) override;
+  bool VisitFolder(const std::string& path,
+                   const std::function<void(std::string_view)>& visit) override;
   bool Remove(const std::string& path) override;
   bool Rename(const std::string& from, const std::string& to) override;
 };

@@ -1,6 +1,7 @@
 #include "platform/windows/WindowsFiles.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
 
 #include "platform/windows/OwnedHandle.h"
@@ -86,19 +87,33 @@ std::int64_t WindowsFiles::AppendLine(const std::string& path, std::string_view 
 
 // A file that another program does not let go of is left for later: all the others would have moved
 // in vain.
-void WindowsFiles::RotateAlone(const std::string& path, std::int64_t size,
-                               const std::function<void()>& rotate) {
+bool WindowsFiles::RotateAlone(const std::string& path, std::int64_t size,
+                               const std::function<bool()>& rotate) {
   const OwnedHandle file = Open(path, GENERIC_WRITE | DELETE, OPEN_EXISTING);
-  if (!file || !Lock(file.get())) return;
+  if (!file) return ::GetLastError() == ERROR_FILE_NOT_FOUND;
+  if (!Lock(file.get())) return true;
   const OwnedHandle current = Open(path, 0, OPEN_EXISTING);
   BY_HANDLE_FILE_INFORMATION held{};
   BY_HANDLE_FILE_INFORMATION named{};
   if (!current || !::GetFileInformationByHandle(file.get(), &held) ||
       !::GetFileInformationByHandle(current.get(), &named) || !IsSameFile(held, named)) {
-    return;
+    return true;
   }
   const std::int64_t there = std::int64_t{held.nFileSizeHigh} << 32 | held.nFileSizeLow;
-  if (there > size) rotate();
+  return there <= size || rotate();
+}
+
+bool WindowsFiles::VisitFolder(const std::string& path,
+                               const std::function<void(std::string_view)>& visit) {
+  const std::string folder = path.substr(0, path.find_last_of("\\/:") + 1);
+  WIN32_FIND_DATAA found{};
+  const HANDLE first = ::FindFirstFileA((folder + '*').c_str(), &found);
+  if (first == INVALID_HANDLE_VALUE) return false;
+  const std::unique_ptr<void, decltype(&::FindClose)> listing(first, ::FindClose);
+  do {
+    visit(folder + found.cFileName);
+  } while (::FindNextFileA(first, &found));
+  return ::GetLastError() == ERROR_NO_MORE_FILES;
 }
 
 bool WindowsFiles::Remove(const std::string& path) { return ::DeleteFileA(path.c_str()) != 0; }

@@ -14,8 +14,10 @@ class WindowsFiles final : public Files {
   [[nodiscard]] std::int64_t AppendLine(const std::string& path, std::string_view line) override;
 
   /// Leaves a file for later that another program has open so that it cannot be moved.
-  void RotateAlone(const std::string& path, std::int64_t size,
-                   const std::function<void()>& rotate) override;
+  bool RotateAlone(const std::string& path, std::int64_t size,
+                   const std::function<bool()>& rotate) override;
+  bool VisitFolder(const std::string& path,
+                   const std::function<void(std::string_view)>& visit) override;
   bool Remove(const std::string& path) override;
   bool Rename(const std::string& from, const std::string& to) override;
 };

@@ -1,6 +1,8 @@
 #include "log/LogFiles.h"
 
+#include <limits>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -15,6 +17,9 @@ using FormerNames = std::map<std::string, std::string>;
 FormerNames Rotated(const std::vector<std::string>& names, const LogPlace& place,
                     std::int32_t fileCount, int failingRename = 0) {
   ScriptedFiles files;
+  files.OnCall([&files](const FileCall&) {
+    if (files.Calls().size() > 100) throw std::length_error("a rotation without an end");
+  });
   for (const std::string& name : names) files.SetContent(name, name);
   files.FailNth(FileCall::Kind::kRename, failingRename);
   RotateFiles(files, place, fileCount);
@@ -31,6 +36,22 @@ TEST(Rotation, DropsTheOldestWithinTheCount) {
   EXPECT_EQ(Rotated({"a.log", "a2.log"}, kHere, 3), (FormerNames{{"a1.log", "a.log"}}));
   EXPECT_EQ(Rotated({"a.log"}, kHere, 1), (FormerNames{{"a.log", "a.log"}}));
   EXPECT_EQ(Rotated({"a9.log", "a10.log"}, kHere, 11), (FormerNames{{"a10.log", "a9.log"}}));
+}
+
+TEST(Rotation, OfAnyCountTakesStepsForFilesThatAreThere) {
+  constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+  EXPECT_EQ(Rotated({"a.log"}, kHere, std::numeric_limits<std::int32_t>::min()),
+            (FormerNames{{"a.log", "a.log"}}));
+  EXPECT_EQ(Rotated({"a.log", "a1.log", "a6.log", "b1.log", "a2147483645.log", "a2147483646.log",
+                     "a2147483647.log", "a2x.log"},
+                    kHere, kMost),
+            (FormerNames{{"a1.log", "a.log"},
+                         {"a2.log", "a1.log"},
+                         {"a7.log", "a6.log"},
+                         {"b1.log", "b1.log"},
+                         {"a2147483646.log", "a2147483645.log"},
+                         {"a2147483647.log", "a2147483647.log"},
+                         {"a2x.log", "a2x.log"}}));
 }
 
 TEST(Rotation, MakesTheNamesOfStemAndFolder) {

@@ -122,15 +122,20 @@ TEST_F(Queue, StartsWithTheseSettings) {
   EXPECT_EQ(MovesAfter(2'097'153), 9 + 9);  // Nine deleted, nine renamed.
 }
 
-TEST_F(Queue, AnnouncesAFullDiskOnceAndGoesOn) {
+TEST_F(Queue, AnnouncesAFullDiskAndAFileThatCannotBeRotatedOnceAndGoesOn) {
   m_log->SetRotation(0, 3);
   testing::internal::CaptureStdout();
   EXPECT_EQ(MovesAfter(append_result::kNotWritten), 0);
   EXPECT_EQ(MovesAfter(append_result::kNotWritten), 0);
   EXPECT_EQ(MovesAfter(10), 2 + 2);
-  EXPECT_EQ(MovesAfter(append_result::kNotWritten), 2 + 2);
+  EXPECT_EQ(MovesAfter(10), 2 * (2 + 2));
+  m_files.SetContent("t.log", "can be moved");
+  EXPECT_EQ(MovesAfter(10), 3 * (2 + 2));
+  EXPECT_EQ(MovesAfter(10), 4 * (2 + 2));
+  EXPECT_EQ(MovesAfter(append_result::kNotWritten), 4 * (2 + 2));
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "Unable to write t.log\nUnable to write t.log\n");
+            "Unable to write t.log\nUnable to rotate t.log\n"
+            "Unable to rotate t.log\nUnable to write t.log\n");
 }
 
 TEST_F(Queue, EchoesFromTheFirstParenthesisUnlessToldNotTo) {

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -44,8 +45,22 @@ TEST_F(FilesContract, AppendsLinesAndTellsTheSize) {
     EXPECT_EQ(size, static_cast<std::int64_t>(fs::file_size(Path("a.log"))));
   }
   EXPECT_EQ(LinesOf(Path("a.log")), lines);
-  for (const char* notOpened : {"missing/a.log", "."})
+  for (const char* notOpened : {"missing/a.log", "."}) {
     EXPECT_EQ(m_files.AppendLine(Path(notOpened), "line"), append_result::kNotOpened);
+  }
+}
+
+TEST_F(FilesContract, TellsWhatIsInAFolder) {
+  std::set<std::string> expected{Path("."), Path("..")};
+  for (int i = 0; i < 300; ++i) {
+    expected.insert(Path((std::to_string(i) + ".log").c_str()));
+    ASSERT_GT(m_files.AppendLine(Path((std::to_string(i) + ".log").c_str()), ""), 0);
+  }
+  std::set<std::string> paths;
+  const auto visit = [&paths](std::string_view path) { paths.emplace(path); };
+  EXPECT_TRUE(m_files.VisitFolder(Path("missing.log"), visit));
+  EXPECT_EQ(paths, expected);
+  EXPECT_FALSE(m_files.VisitFolder(Path("missing/a.log"), visit));
 }
 
 TEST_F(FilesContract, RotatesOnlyALargerFileAndOnlyOnceAtATime) {
@@ -54,16 +69,17 @@ TEST_F(FilesContract, RotatesOnlyALargerFileAndOnlyOnceAtATime) {
   int calls = 0;
   const auto rotate = [&] {
     ++calls;
-    m_files.RotateAlone(path, 0, [&] { calls += 100; });
+    EXPECT_TRUE(m_files.RotateAlone(path, 0, [&] { return (calls += 100) == 0; }));
     EXPECT_TRUE(m_files.Rename(path, Path("a1.log")));
-    EXPECT_GT(m_files.AppendLine(path, "next"), 0);
+    return m_files.AppendLine(path, "next") > 0;
   };
-  m_files.RotateAlone(path, size, rotate);
+  EXPECT_TRUE(m_files.RotateAlone(path, size, rotate));
   EXPECT_EQ(calls, 0);
-  m_files.RotateAlone(path, size - 1, rotate);
+  EXPECT_TRUE(m_files.RotateAlone(path, size - 1, rotate));
   EXPECT_EQ(calls, 1);
-  m_files.RotateAlone(Path("missing.log"), -1, rotate);
+  EXPECT_TRUE(m_files.RotateAlone(Path("missing.log"), -1, rotate));
   EXPECT_EQ(calls, 1);
+  EXPECT_FALSE(m_files.RotateAlone(path, 0, [] { return false; }));
   EXPECT_EQ(LinesOf(Path("a1.log")), std::vector<std::string>{"line"});
 }
 

@@ -41,7 +41,13 @@ TEST(WindowsFiles, WritesInTextModeToALogThatOthersHaveOpen) {
   ASSERT_TRUE(::WriteFile(other.get(), "other", 5, &written, nullptr));
   EXPECT_EQ(files.AppendLine(path, ""), 16);
   EXPECT_EQ(ContentOf(path), "a\r\nb\r\r\n\r\nother\r\n");
-  EXPECT_TRUE(files.Rename(path, newPath));
+  const auto rotate = [&] { return files.Rename(path, newPath); };
+  OwnedHandle inTheWay =
+      OwnFile(::CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  EXPECT_FALSE(files.RotateAlone(path, 0, rotate));
+  inTheWay.reset();
+  EXPECT_TRUE(files.RotateAlone(path, 0, rotate));
   EXPECT_TRUE(files.Remove(newPath));
 }
 

@@ -93,6 +93,10 @@ class FailingFiles final : public Files {
     if (line.ends_with(kLastLine)) hasLastLine = true;
     return size;
   }
+  bool VisitFolder(const std::string& path,
+                   const std::function<void(std::string_view)>& visit) override {
+    return !anyCall.IsThis() && m_real.VisitFolder(path, visit);
+  }
   bool Remove(const std::string& path) override {
     const PlentyOfMemory plenty;
     return !anyCall.IsThis() && m_real.Remove(path);

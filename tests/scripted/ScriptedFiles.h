@@ -87,6 +87,13 @@ class ScriptedFiles final : public Files {
     return static_cast<std::int64_t>(content.size());
   }
 
+  /// There is but one folder.
+  bool VisitFolder(const std::string& /*path*/,
+                   const std::function<void(std::string_view)>& visit) override {
+    for (const std::string& name : Names()) visit(name);
+    return true;
+  }
+
   bool Remove(const std::string& path) override {
     const FileCall call{FileCall::Kind::kRemove, path};
     Announce(call);
