@@ -164,10 +164,16 @@ void QNLogger::GetLineList(LineList& lines) {
   lines = ProcessLineList();
 }
 
-std::int32_t QNLogger::ScanLog(const std::int32_t& file, LineList& lines) {
+std::string QNLogger::ScanPath(std::int32_t file) const {
   const LogLock lock(m_writer->Lock());
   const std::string name = file == 0 ? "quillon.log" : "quillon" + std::to_string(file) + ".log";
-  return ScanLogFile(GetDirectory() + m_platform.surroundings.PathSeparator() + name, lines);
+  return GetDirectory() + m_platform.surroundings.PathSeparator() + name;
+}
+
+// The lock is for the path alone: whoever logs must not wait for the disk, and the file stays the
+// same one for who has it open, also when it is renamed.
+std::int32_t QNLogger::ScanLog(const std::int32_t& file, LineList& lines) {
+  return ScanLogFile(m_platform.files, ScanPath(file), lines);
 }
 
 }  // namespace tlk

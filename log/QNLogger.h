@@ -103,6 +103,7 @@ class QNLogger final : public iLogger {
   std::int32_t ScanLog(const std::int32_t& file, LineList& lines) override;
 
  private:
+  [[nodiscard]] std::string ScanPath(std::int32_t file) const;
   void WriteRecord(const RecordHead& head, std::va_list values);
   [[nodiscard]] RecordStamp StampOfNow(std::string_view mark) const;
   void GoOnInChild();

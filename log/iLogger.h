@@ -82,7 +82,8 @@ class iLogger : public ZRefCountedWithFinalization {
 
   /// Adds the error and warning lines of a finished log file to `lines`, line ends turned into
   /// blanks. File 0 is "quillon.log", file n "quillonN.log", in the log's folder, whatever the name
-  /// of this log. Returns `kScanDone`, or `kScanNotOpened`.
+  /// of this log. Returns `kScanDone`, or `kScanNotOpened`, also for what is no regular file.
+  /// Nobody who logs waits for the disk meanwhile.
   virtual std::int32_t ScanLog(const std::int32_t& file, LineList& lines) = 0;
 
   static constexpr std::int32_t kScanDone = 1;

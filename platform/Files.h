@@ -32,6 +32,11 @@ class Files {
     return rotate();
   }
 
+  /// Reads a file to its end and gives it to `take` in pieces of any size, as they are. Others may
+  /// append to it, rename it and delete it meanwhile. False when there is no such file, when it
+  /// cannot be opened, and when it is no regular one; a fault of the disk is like the file's end.
+  virtual bool Read(const std::string& path, const std::function<void(std::string_view)>& take) = 0;
+
   /// Calls `visit` with the path of each file in the folder that `path` is in, written like that
   /// path, in any order; paths of other things may be among them. False when not all can be told.
   virtual bool VisitFolder(const std::string& path,

@@ -154,6 +154,19 @@ bool PosixFiles::RotateAlone(const std::string& path, std::int64_t size,
   return !isThere || held.st_size <= size || rotate();
 }
 
+bool PosixFiles::Read(const std::string& path, const std::function<void(std::string_view)>& take) {
+  const OwnedDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  struct stat status {};
+  if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+  std::array<char, 16384> piece;
+  for (;;) {
+    const ssize_t count = read(file.Get(), piece.data(), piece.size());
+    if (count == -1 && errno == EINTR) continue;
+    if (count <= 0) return true;
+    take({piece.data(), static_cast<size_t>(count)});
+  }
+}
+
 bool PosixFiles::VisitFolder(const std::string& path,
                              const std::function<void(std::string_view)>& visit) {
   const std::string folder = path.substr(0, path.rfind('/') + 1);

@@ -20,6 +20,9 @@ class PosixFiles final : public Files {
 
   bool RotateAlone(const std::string& path, std::int64_t size,
                    const std::function<bool()>& rotate) override;
+
+  /// Follows links, and reads whosever file it is that may be read.
+  bool Read(const std::string& path, const std::function<void(std::string_view)>& take) override;
   bool VisitFolder(const std::string& path,
                    const std::function<void(std::string_view)>& visit) override;
   bool Remove(const std::string& path) override;

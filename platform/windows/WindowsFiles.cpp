@@ -1,6 +1,7 @@
 #include "platform/windows/WindowsFiles.h"
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <new>
 
@@ -101,6 +102,17 @@ bool WindowsFiles::RotateAlone(const std::string& path, std::int64_t size,
   }
   const std::int64_t there = std::int64_t{held.nFileSizeHigh} << 32 | held.nFileSizeLow;
   return there <= size || rotate();
+}
+
+bool WindowsFiles::Read(const std::string& path,
+                        const std::function<void(std::string_view)>& take) {
+  const OwnedHandle file = Open(path, GENERIC_READ, OPEN_EXISTING);
+  if (!file || ::GetFileType(file.get()) != FILE_TYPE_DISK) return false;
+  std::array<char, 16384> piece;
+  DWORD count = 0;
+  while (::ReadFile(file.get(), piece.data(), piece.size(), &count, nullptr) && count > 0)
+    take({piece.data(), count});
+  return true;
 }
 
 bool WindowsFiles::VisitFolder(const std::string& path,

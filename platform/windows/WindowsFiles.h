@@ -16,6 +16,7 @@ class WindowsFiles final : public Files {
   /// Leaves a file for later that another program has open so that it cannot be moved.
   bool RotateAlone(const std::string& path, std::int64_t size,
                    const std::function<bool()>& rotate) override;
+  bool Read(const std::string& path, const std::function<void(std::string_view)>& take) override;
   bool VisitFolder(const std::string& path,
                    const std::function<void(std::string_view)>& visit) override;
   bool Remove(const std::string& path) override;

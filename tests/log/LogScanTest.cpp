@@ -1,6 +1,4 @@
-#include <filesystem>
-#include <fstream>
-#include <random>
+#include <future>
 #include <string>
 
 #include "tests/log/LogFixture.h"
@@ -12,19 +10,8 @@ using testing::ElementsAre;
 
 class LogScan : public LogFixture {
  protected:
-  LogScan() {
-    EXPECT_TRUE(std::filesystem::create_directory(m_folder));
-    m_log->SetDirectory(m_folder);
-  }
-  ~LogScan() override { std::filesystem::remove_all(m_folder); }
+  LogScan() { m_log->SetDirectory("d"); }
 
-  void WriteFile(const std::string& name, const std::string& content) {
-    std::ofstream(m_folder + "/" + name, std::ios::binary) << content;
-  }
-
-  const std::string m_folder = (std::filesystem::temp_directory_path() /
-                                ("tlkc2-scan-" + std::to_string(std::random_device()())))
-                                   .string();
   LineList m_lines;
 };
 
@@ -38,10 +25,11 @@ TEST_F(LogScan, CollectsErrorsAndWarnings) {
   // A text ends at a zero byte.
   const std::string zeroBytes("(1) E a\0b\nt\0 (1) E a\n", 21);
   const std::string lateError = MarkAt(5, "W") + MarkAt(60, "E");
-  WriteFile("quillon.log", "(1) N a\n(1) W b\rreturns\r\n(1) e c\n(1)E d\n" + zeroBytes +
-                               MarkAt(49, "E") + "\n" + MarkAt(50, "E") + "\n" + MarkAt(49, "W") +
-                               "\n" + MarkAt(50, "W") + "\n" + lateError + "\n" + piece +
-                               "(2) E rest\n(1) E no line end");
+  m_files.SetContent("d/quillon.log", "(1) N a\n(1) W b\rreturns\r\n(1) e c\n(1)E d\n" + zeroBytes +
+                                          MarkAt(49, "E") + "\n" + MarkAt(50, "E") + "\n" +
+                                          MarkAt(49, "W") + "\n" + MarkAt(50, "W") + "\n" +
+                                          lateError + "\n" + piece +
+                                          "(2) E rest\n(1) E no line end");
   EXPECT_EQ(m_log->ScanLog(0, m_lines), 1);
   EXPECT_THAT(m_lines, ElementsAre("(1) W b returns  ", "(1) E a", MarkAt(49, "E") + " ",
                                    MarkAt(49, "W") + " ", lateError + " ", piece, "(2) E rest ",
@@ -49,18 +37,28 @@ TEST_F(LogScan, CollectsErrorsAndWarnings) {
 }
 
 TEST_F(LogScan, FindsTheFileByItsNumberAndAddsToTheList) {
-  WriteFile("quillon.log", "(1) E zero\n");
-  WriteFile("quillon3.log", "(1) E three\n");
+  m_files.SetContent("d/quillon.log", "(1) E zero\n");
+  m_files.SetContent("d/quillon3.log", "(1) E three\n");
   for (const std::int32_t file : {3, 0}) EXPECT_EQ(m_log->ScanLog(file, m_lines), 1);
   EXPECT_EQ(m_log->ScanLog(4, m_lines), 89);
   EXPECT_THAT(m_lines, ElementsAre("(1) E three ", "(1) E zero "));
 
   // Without a directory it looks in the root folder, not in the current one.
-  const auto before = std::filesystem::current_path();
-  std::filesystem::current_path(m_folder);
   m_log->SetDirectory("");
-  EXPECT_EQ(m_log->ScanLog(3, m_lines), 89);
-  std::filesystem::current_path(before);
+  m_files.SetContent("/quillon4.log", "(1) E four\n");
+  EXPECT_EQ(m_log->ScanLog(4, m_lines), 1);
+  EXPECT_EQ(m_lines.back(), "(1) E four ");
+}
+
+// A pipe in the file's place held everybody who logs, for ever.
+TEST_F(LogScan, HoldsNobodyBackWhileTheDiskIsSlow) {
+  std::future<void> producer;
+  m_files.OnCall([&](const FileCall& call) {
+    if (call.kind != FileCall::Kind::kRead) return;
+    producer = std::async(std::launch::async, [this] { m_log->Write("meanwhile"); });
+    EXPECT_EQ(producer.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+  });
+  EXPECT_EQ(m_log->ScanLog(0, m_lines), 89);
 }
 
 }  // namespace

@@ -45,8 +45,14 @@ TEST_F(FilesContract, AppendsLinesAndTellsTheSize) {
     EXPECT_EQ(size, static_cast<std::int64_t>(fs::file_size(Path("a.log"))));
   }
   EXPECT_EQ(LinesOf(Path("a.log")), lines);
+  std::string read;
+  const auto take = [&read](std::string_view piece) { read += piece; };
+  EXPECT_TRUE(m_files.Read(Path("a.log"), take));
+  EXPECT_EQ(read.size(), fs::file_size(Path("a.log")));
+  EXPECT_TRUE(read.starts_with("first"));
   for (const char* notOpened : {"missing/a.log", "."}) {
     EXPECT_EQ(m_files.AppendLine(Path(notOpened), "line"), append_result::kNotOpened);
+    EXPECT_FALSE(m_files.Read(Path(notOpened), take));
   }
 }
 

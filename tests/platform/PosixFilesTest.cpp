@@ -42,6 +42,8 @@ TEST_F(PosixFilesTest, RefusesAPipeAndTellsThatAFullDeviceTookNothing) {
   EXPECT_EQ(m_files.AppendLine(Path("pipe"), "line"), append_result::kNotOpened);
   EXPECT_EQ(m_files.AppendLine("/dev/full", "line"), append_result::kNotWritten);
   EXPECT_EQ(m_files.AppendLine("/dev/null", "line"), 0);
+  for (const std::string& path : {Path("pipe"), Path(""), std::string("/dev/null")})
+    EXPECT_FALSE(m_files.Read(path, [](std::string_view) {}));
 }
 
 // Others may have given one of the user's own files, or links, the log's name.

@@ -93,6 +93,9 @@ class FailingFiles final : public Files {
     if (line.ends_with(kLastLine)) hasLastLine = true;
     return size;
   }
+  bool Read(const std::string& path, const std::function<void(std::string_view)>& take) override {
+    return !anyCall.IsThis() && m_real.Read(path, take);
+  }
   bool VisitFolder(const std::string& path,
                    const std::function<void(std::string_view)>& visit) override {
     return !anyCall.IsThis() && m_real.VisitFolder(path, visit);

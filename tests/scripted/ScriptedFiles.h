@@ -15,7 +15,7 @@ namespace tlk::test {
 
 /// One call of a file port, as it was made.
 struct FileCall {
-  enum class Kind { kAppend, kRemove, kRename };
+  enum class Kind { kAppend, kRead, kRemove, kRename };
 
   Kind kind;
   std::string path;
@@ -85,6 +85,17 @@ class ScriptedFiles final : public Files {
     std::string& content = m_contents[path];
     content.append(line).push_back('\n');
     return static_cast<std::int64_t>(content.size());
+  }
+
+  /// In pieces of a hundred bytes.
+  bool Read(const std::string& path, const std::function<void(std::string_view)>& take) override {
+    const FileCall call{FileCall::Kind::kRead, path};
+    Announce(call);
+    const std::optional<std::string> content = Content(path);
+    const std::lock_guard lock(m_mutex);
+    if (Record(call) || !content) return false;
+    for (std::size_t at = 0; at < content->size(); at += 100) take(content->substr(at, 100));
+    return true;
   }
 
   /// There is but one folder.
