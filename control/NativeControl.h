@@ -4,13 +4,15 @@
 
 #include "control/Tlkc.h"
 #include "log/iLogger.h"
+#include "platform/StandardOutput.h"
 #include "platform/posix/MessageLoop.h"
 
 namespace tlk {
 
 /// The trace log of the process, "TLK_Client.log", made on first use. Every control sets its folder
 /// to the user's temporary folder. At the end of the program it gives its writer one more second.
-/// The thread layer is held ready with it: the thread that comes first is its main thread.
+/// The thread layer is held ready with it: the thread that comes first is its main thread. Its
+/// echo, and all else that the library prints, is silenced by `SilenceStandardOutput`.
 [[nodiscard]] iLogger& TraceLog();
 
 /// What a native control stands on: the system's own ports, the built-in DOM and the trace log of

@@ -1,12 +1,12 @@
 #include "log/LogWriter.h"
 
-#include <cstdio>
 #include <new>
 #include <utility>
 
 #include "log/LogLock.h"
 #include "log/QNManageMutex.h"
 #include "platform/Files.h"
+#include "platform/StandardOutput.h"
 #include "platform/Surroundings.h"
 
 namespace tlk {
@@ -59,7 +59,7 @@ void LogWriter::GiveUp() {
 bool LogWriter::MakeParts() {
   m_lock = m_platform.synchronisation.NewMutex();
   if (m_lock == nullptr) {
-    std::fputs("Unable to create mutex - QNLogger\n", stdout);
+    PrintOnStandardOutput("Unable to create mutex - QNLogger\n");
     return false;
   }
   const struct {
@@ -76,7 +76,7 @@ bool LogWriter::MakeParts() {
   for (const auto& part : parts) {
     part.event = m_platform.synchronisation.NewEvent(part.mode, part.isSignalled);
     if (part.event == nullptr) {
-      std::fputs(part.refused, stdout);
+      PrintOnStandardOutput(part.refused);
       return false;
     }
   }
@@ -88,7 +88,7 @@ void LogWriter::Queue(std::initializer_list<std::string_view> pieces) {
   EnsureStarted();
   if (m_isThrottled) (void)m_room->Wait(kNoLimit);
   if (!IsTaken([&] { QueueLine(pieces); })) {
-    std::fputs("Unable to queue a line - QNLogger\n", stdout);
+    PrintOnStandardOutput("Unable to queue a line - QNLogger\n");
     return;
   }
   if (!m_hasFailed) EnsureStarted();  // Once more: the writer may have ended on request meanwhile.
@@ -260,22 +260,22 @@ void LogWriter::FindPath() {
 
 bool LogWriter::WriteLine(std::string_view line) {
   if (!IsTaken([this] { FindPath(); })) {
-    std::fputs("Unable to find the log's place - QNLogger\n", stdout);
+    PrintOnStandardOutput("Unable to find the log's place - QNLogger\n");
     return false;
   }
   const std::int64_t size = m_platform.files.AppendLine(m_path, line);
   if (size == append_result::kNotOpened) {
-    std::printf("Unable to open %s\n", m_path.c_str());
+    Show({"Unable to open ", m_path});
     return false;
   }
   KeepSize(size);
-  if (settings.consoleEcho) (void)IsTaken([&] { Echo(line); });
+  if (settings.consoleEcho) Echo(line);
   return true;
 }
 
 void LogWriter::KeepSize(std::int64_t size) {
   const bool isWritten = size != append_result::kNotWritten;
-  if (!isWritten && !m_isFullAnnounced) std::printf("Unable to write %s\n", m_path.c_str());
+  if (!isWritten && !m_isFullAnnounced) Show({"Unable to write ", m_path});
   m_isFullAnnounced = !isWritten;
   if (isWritten && size > settings.maxFileSize) (void)IsTaken([this] { Rotate(); });
 }
@@ -296,9 +296,17 @@ void LogWriter::Rotate() {
 // Without the time, which a console does not need; a marker line has nothing to show.
 void LogWriter::Echo(std::string_view line) {
   const std::size_t start = line.find('(');
-  if (start == std::string_view::npos) return;
-  m_shown.assign(line.substr(start)).push_back('\n');
-  std::fwrite(m_shown.data(), 1, m_shown.size(), stdout);
+  if (start != std::string_view::npos) Show({line.substr(start)});
+}
+
+void LogWriter::Show(std::initializer_list<std::string_view> pieces) {
+  const auto showWhole = [&] {
+    m_shown.clear();
+    for (const std::string_view piece : pieces) m_shown += piece;
+    m_shown += '\n';
+    PrintOnStandardOutput(m_shown);
+  };
+  (void)IsTaken(showWhole);
 }
 
 }  // namespace tlk

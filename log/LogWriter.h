@@ -82,6 +82,7 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   void KeepSize(std::int64_t size);
   void Rotate();
   void Echo(std::string_view line);
+  void Show(std::initializer_list<std::string_view> pieces);
 
   const Platform m_platform;
   const std::shared_ptr<LogQueue> m_queue;

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks the sources: format, which way the includes point, warnings as errors, clang-tidy as each of the
-# builds sees them.
+# Checks the sources: format, which way the includes point, that nothing but platform/StandardOutput.h
+# prints, warnings as errors, clang-tidy as each of the builds sees them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -16,6 +16,12 @@ clang-format --dry-run -Werror "${sources[@]}"
 
 echo "Checking that includes point downwards"
 scripts/check-includes.sh "${sources[@]}"
+
+echo "Checking that the library prints in one place"
+if git grep -nE 'std::(v?printf|puts|fputs|cout|cerr)|stdout' -- \
+  '*.cpp' '*.h' ':!tests' ':!tools' ':!bench' ':!fuzz'; then
+  exit 1
+fi
 
 # configure PRESET [OPTION...]: for building each source by itself, which finds what it fails to include.
 configure() {

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/StandardOutput.h"
+
 namespace tlk {
 
 namespace {
@@ -48,8 +50,10 @@ void Report(Fatal fatal, const char* source, std::int32_t line, const char* cond
       text.data(), text.size(), "%s%s%s%s%s%s:%d\n", opening, condition != nullptr ? condition : "",
       joint, message != nullptr ? message : "", closing, BehindLastSlash(source), line);
   const auto printed = std::min(static_cast<std::size_t>(std::max(length, 0)), kMaxReport);
+  if (fatal == Fatal::kNo) return PrintOnStandardError({text.data(), printed});
+  // Nobody is held up who would go on, so this waits for whoever reads it.
   std::fwrite(text.data(), 1, printed, stderr);
-  if (fatal == Fatal::kYes) EndProcess();
+  EndProcess();
 }
 
 }  // namespace tlk

@@ -18,7 +18,7 @@ enum class Fatal : bool { kNo = false, kYes = true };
 /// or without the parts that are null. Only the part of `source` behind its last forward slash is
 /// shown (a name written with backslashes is shown whole). A fatal report then ends the process,
 /// with exit code 0: the host is gone either way, and nobody is to mistake its own exit code for
-/// this.
+/// this. One that is not fatal waits for nobody who reads it.
 void Report(Fatal fatal, const char* source, std::int32_t line, const char* condition,
             const char* message);
 

@@ -1,5 +1,6 @@
 #include "xml/Failures.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdio>
 #include <exception>
@@ -8,6 +9,7 @@
 
 #include "log/iLogger.h"
 #include "platform/AnsiText.h"
+#include "platform/StandardOutput.h"
 #include "xml/XmlCharacters.h"
 
 namespace tlk {
@@ -39,11 +41,24 @@ bool HasText(FailureValues values) {
   return values == FailureValues::kCodeThenText || values == FailureValues::kTextThenCode;
 }
 
+// A text that fits needs no memory.
+template <typename Value>
+void PrintFormatted(const char* format, Value value) {
+  std::array<char, 256> usual;
+  const int length = std::snprintf(usual.data(), usual.size(), format, value);
+  if (length < 0) return;
+  const auto size = static_cast<std::size_t>(length);
+  if (size < usual.size()) return PrintOnStandardOutput({usual.data(), size});
+  std::string whole(size + 1, '\0');
+  std::snprintf(whole.data(), whole.size(), format, value);
+  PrintOnStandardOutput({whole.data(), size});
+}
+
 void Show(const Failure& failure, DomResult code, std::string_view text) {
   if (HasText(failure.values)) {
-    std::printf(failure.shown, std::string(text).c_str());
+    PrintFormatted(failure.shown, std::string(text).c_str());
   } else {
-    std::printf(failure.shown, static_cast<unsigned int>(code));
+    PrintFormatted(failure.shown, static_cast<unsigned int>(code));
   }
 }
 
@@ -80,7 +95,7 @@ void WithTextOrWithout(Tell tell, std::string_view text) noexcept {
     }
   } catch (const std::exception&) {
     // The operation fails all the same; only its report is lost.
-    std::fputs("A failure could not be recorded.\n", stderr);
+    PrintOnStandardError("A failure could not be recorded.\n");
   }
 }
 

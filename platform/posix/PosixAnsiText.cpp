@@ -1,12 +1,12 @@
 #include "platform/posix/PosixAnsiText.h"
 
 #include <cstddef>
-#include <cstdio>
 #include <new>
 #include <type_traits>
 #include <utility>
 
 #include "platform/Ascii.h"
+#include "platform/StandardOutput.h"
 #include "platform/posix/CodePage.h"
 #include "platform/posix/PageBytes.h"
 #include "platform/posix/TablePage.h"
@@ -24,9 +24,9 @@ std::unique_ptr<const CodePage> MakeLatin1() {
 
 std::unique_ptr<const CodePage> ReadUsablePage(const std::string& name) {
   if (auto page = ReadCodePage(name)) return page;
-  std::fprintf(stderr, "Unusable code page \"%s\"; Windows-1252 is used\n", name.c_str());
+  PrintOnStandardError("Unusable code page \"" + name + "\"; Windows-1252 is used\n");
   if (auto page = ReadCodePage(PosixAnsiText::kDefaultCodePage)) return page;
-  std::fputs("The system does not know Windows-1252; ISO 8859-1 is used\n", stderr);
+  PrintOnStandardError("The system does not know Windows-1252; ISO 8859-1 is used\n");
   return MakeLatin1();
 }
 

@@ -1,13 +1,13 @@
 #include "platform/posix/PosixSurroundings.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <mutex>
 #include <string>
 #include <thread>
+
+#include "platform/StandardOutput.h"
 
 namespace tlk {
 namespace {
@@ -68,8 +68,7 @@ std::uint32_t PosixSurroundings::TemporaryFolder(std::span<char> buffer) const {
 void PosixSurroundings::DebugOutput(const char* text) {
   std::string line(text);
   if (!line.ends_with('\n')) line += '\n';
-  // There is nobody to tell when standard error is closed.
-  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
+  PrintOnStandardError(line);
 }
 
 LocalTime PosixSurroundings::Now() const {
