@@ -75,7 +75,7 @@ bool WindowsSockets::Refine(UINT message, WPARAM wParam, LPARAM& lParam) {
     case socket_event::kRead:
       return state->RefineRead();
     case socket_event::kWrite:
-      return DrainBacklog(*state) && state->RefineWrite();
+      return state->DrainBacklog() && state->RefineWrite();
     case socket_event::kConnect:
       return std::exchange(state->connectPending, false);
     case socket_event::kClose:

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "platform/windows/OwnedSocket.h"
+#include "platform/windows/Patience.h"
 #include "platform/windows/WindowsSockets.h"
 
 namespace tlk {
@@ -17,6 +18,19 @@ struct WindowsSockets::State {
   [[nodiscard]] std::string_view Backlog() const {
     return std::string_view(backlog).substr(backlogSent);
   }
+
+  /// Sends what the system takes of the backlog; false when it takes none and has an error.
+  bool SendOfBacklog();
+
+  /// Sends the backlog until it is out; false when a send failed.
+  bool DrainBacklog();
+
+  /// The same, waiting for room: 0, the error of the send that failed, or 10060. The socket does
+  /// not block.
+  [[nodiscard]] int DrainWaiting(Patience& patience);
+
+  /// Takes what waits to be received, but no flood.
+  void Discard();
 
   /// Asks the system for what this socket's target wants to hear.
   [[nodiscard]] int Select() const;
@@ -30,7 +44,9 @@ struct WindowsSockets::State {
   bool RefineClose(LPARAM& lParam);
 
   OwnedSocket socket;
+  bool connected = false;  // a connect has succeeded, or is on its way
   bool blocking = true;
+  DWORD sendLimit = 0;  // of a blocking send, in milliseconds; 0 for none
 
   HWND window = nullptr;
   UINT message = 0;
@@ -45,7 +61,8 @@ struct WindowsSockets::State {
   bool readTold = false;            // a read notification was delivered, no receive made since
   std::optional<LPARAM> heldClose;  // a close that came while bytes were waiting
   bool closeTold = false;
-  bool endSeen = false;  // a blocking receive has met the end of the stream
+  bool isClosed = false;  // nobody receives on it any more
+  bool endSeen = false;   // a blocking receive has met the end of the stream
 };
 
 }  // namespace tlk

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cstring>
 #include <new>
@@ -12,15 +13,19 @@
 namespace tlk {
 namespace {
 
-// How long a closed socket may hold its caller up for what it still has to send.
+// How long a socket may hold up who closes it without bringing out any of what it still has to
+// send.
 constexpr DWORD kLingerMilliseconds = 5000;
+
+// How often a full socket is tried. It takes more as soon as the peer has read anything, but the
+// system calls it writable only when a good part of it is free.
+constexpr ULONGLONG kRetryMilliseconds = 50;
 
 int SizeOf(std::string_view bytes) {
   return static_cast<int>(std::min<std::size_t>(bytes.size(), INT_MAX));
 }
 
-int MakeBlocking(SOCKET socket) {
-  u_long nonBlocking = 0;
+int SetNonBlocking(SOCKET socket, u_long nonBlocking) {
   return ::ioctlsocket(socket, static_cast<long>(FIONBIO), &nonBlocking);
 }
 
@@ -29,17 +34,20 @@ int SetOptionOf(SOCKET socket, int option, DWORD value) {
                       sizeof(value));
 }
 
-/// One send, which waits no longer than the limit; whatever is left then is given up.
-void SendBeforeClosing(SOCKET socket, std::string_view bytes) {
-  if (MakeBlocking(socket) == 0 && SetOptionOf(socket, SO_SNDTIMEO, kLingerMilliseconds) == 0) {
-    ::send(socket, bytes.data(), SizeOf(bytes), 0);
-  }
+void WaitForRoom(SOCKET socket, ULONGLONG milliseconds) {
+  fd_set wanted{.fd_count = 1, .fd_array = {socket}};
+  timeval limit{.tv_sec = 0,
+                .tv_usec = static_cast<long>(std::min(milliseconds, kRetryMilliseconds)) * 1000};
+  ::select(0, nullptr, &wanted, nullptr, &limit);
 }
 
 }  // namespace
 
 WindowsSockets::WindowsSockets() = default;
-WindowsSockets::~WindowsSockets() = default;
+
+WindowsSockets::~WindowsSockets() {
+  while (!m_states.empty()) Close(m_states.back()->Handle());
+}
 
 WindowsSockets::State* WindowsSockets::Find(SocketHandle socket) {
   const auto found = std::ranges::find_if(
@@ -77,27 +85,53 @@ int WindowsSockets::Connect(SocketHandle socket, const InternetAddress& address)
   sockaddr target{};
   static_assert(sizeof(target) == sizeof(address));
   std::memcpy(&target, &address, sizeof(target));
-  if (::connect(state->Handle(), &target, sizeof(target)) == 0) return 0;
+  state->connected = ::connect(state->Handle(), &target, sizeof(target)) == 0;
+  if (state->connected) return 0;
   FailAsSystem();
-  state->connectPending = m_lastError == socket_error::kWouldBlock;
+  state->connected = state->connectPending = m_lastError == socket_error::kWouldBlock;
   return kSocketError;
 }
 
 int WindowsSockets::Send(SocketHandle socket, std::string_view bytes) {
   State* state = Find(socket);
   if (state == nullptr) return Fail(socket_error::kNotASocket);
-  if (!DrainBacklog(*state)) return FailSend(*state);
-  const int sent = ::send(state->Handle(), bytes.data(), SizeOf(bytes), 0);
-  if (sent < 0) return FailSend(*state);
+  if (!state->connected) return Fail(socket_error::kNotConnected);
+  return state->blocking ? SendBlocking(*state, bytes) : SendAtOnce(*state, bytes);
+}
+
+// The limit is one for what still waits and for the text. Of a text that it cuts off nobody knows
+// how much the system took: that is a failure.
+int WindowsSockets::SendBlocking(State& state, std::string_view bytes) {
+  Patience patience(state.sendLimit);
+  if (!state.Backlog().empty()) {
+    if (SetNonBlocking(state.Handle(), 1) != 0) return FailAsSystem();
+    const int error = state.DrainWaiting(patience);
+    if (SetNonBlocking(state.Handle(), 0) != 0) return FailAsSystem();
+    if (error != 0) return Fail(error);
+  }
+  const ULONGLONG left = patience.Left();
+  if (left == 0) return Fail(socket_error::kTimedOut);
+  if (left != Patience::kEndless &&
+      SetOptionOf(state.Handle(), SO_SNDTIMEO, static_cast<DWORD>(left)) != 0) {
+    return FailAsSystem();
+  }
+  const int sent = ::send(state.Handle(), bytes.data(), SizeOf(bytes), 0);
+  return sent < 0 ? FailAsSystem() : sent;
+}
+
+int WindowsSockets::SendAtOnce(State& state, std::string_view bytes) {
+  if (!state.DrainBacklog()) return FailSend(state);
+  const int sent = ::send(state.Handle(), bytes.data(), SizeOf(bytes), 0);
+  if (sent < 0) return FailSend(state);
   const auto taken = static_cast<std::size_t>(sent);
-  if (state->blocking || taken == bytes.size()) return sent;
+  if (taken == bytes.size()) return sent;
   try {
-    state->backlog = bytes.substr(taken);
+    state.backlog = bytes.substr(taken);
   } catch (const std::bad_alloc&) {
     return sent;
   }
   // The system tells of new room only after a send that found none.
-  static_cast<void>(DrainBacklog(*state));
+  static_cast<void>(state.DrainBacklog());
   return SizeOf(bytes);
 }
 
@@ -107,31 +141,60 @@ int WindowsSockets::FailSend(State& state) {
   return kSocketError;
 }
 
-// False when a send failed; the system then has its error. What did not go out stays.
-bool WindowsSockets::DrainBacklog(State& state) {
-  while (!state.Backlog().empty()) {
-    const auto rest = state.Backlog();
-    const int sent = ::send(state.Handle(), rest.data(), SizeOf(rest), 0);
-    if (sent < 0) return false;
-    state.backlogSent += static_cast<std::size_t>(sent);
-  }
-  if (!state.backlog.empty()) {
-    std::string().swap(state.backlog);
-    state.backlogSent = 0;
+bool WindowsSockets::State::SendOfBacklog() {
+  const auto rest = Backlog();
+  const int sent = ::send(Handle(), rest.data(), SizeOf(rest), 0);
+  if (sent < 0) return false;
+  backlogSent += static_cast<std::size_t>(sent);
+  if (backlogSent == backlog.size()) {
+    std::string().swap(backlog);
+    backlogSent = 0;
   }
   return true;
+}
+
+bool WindowsSockets::State::DrainBacklog() {
+  while (!Backlog().empty()) {
+    if (!SendOfBacklog()) return false;
+  }
+  return true;
+}
+
+// The system answers bytes that nobody reads with a reset, and forgets what it has not brought out.
+void WindowsSockets::State::Discard() {
+  std::array<char, 16384> bytes;
+  for (int i = 0; i < 16; ++i) {
+    if (::recv(Handle(), bytes.data(), static_cast<int>(bytes.size()), 0) <= 0) break;
+  }
+}
+
+int WindowsSockets::State::DrainWaiting(Patience& patience) {
+  while (!Backlog().empty()) {
+    const ULONGLONG left = patience.Left();
+    if (left == 0) return socket_error::kTimedOut;
+    if (isClosed) Discard();
+    if (SendOfBacklog()) {
+      patience.OnProgress();
+    } else if (const int error = ::WSAGetLastError(); error == socket_error::kWouldBlock) {
+      WaitForRoom(Handle(), left);
+    } else {
+      return error;
+    }
+  }
+  return 0;
 }
 
 int WindowsSockets::Receive(SocketHandle socket, std::span<char> buffer, int size) {
   State* state = Find(socket);
   if (state == nullptr) return Fail(socket_error::kNotASocket);
+  if (!state->connected) return Fail(socket_error::kNotConnected);
   if (size < 0 || static_cast<std::size_t>(size) > buffer.size()) return Fail(socket_error::kFault);
   const int count = ::recv(state->Handle(), buffer.data(), size, 0);
   const int error = count < 0 ? ::WSAGetLastError() : count > 0 ? 0 : state->ErrorAtEnd();
   state->readTold = false;
-  if (state->heldClose) {
-    // The system does not repeat it: it comes back to see whether bytes still wait.
-    ::PostMessageA(state->window, state->message, socket, *state->heldClose);
+  if (const auto held = std::exchange(state->heldClose, std::nullopt)) {
+    // The system does not repeat it: it comes back, once, to see whether bytes still wait.
+    ::PostMessageA(state->window, state->message, socket, *held);
   }
   if (error != 0) return Fail(error);
   if (count == 0 && size > 0 && state->blocking && std::exchange(state->endSeen, true)) {
@@ -147,7 +210,12 @@ int WindowsSockets::Close(SocketHandle socket) {
   const auto closed = std::move(*found);
   m_states.erase(found);
   if (closed->mask != 0) ::WSAAsyncSelect(socket, closed->window, 0, 0);
-  if (!closed->Backlog().empty()) SendBeforeClosing(socket, closed->Backlog());
+  closed->isClosed = true;
+  if (SetNonBlocking(socket, 1) == 0) {
+    Patience patience(kLingerMilliseconds, Patience::kAnewWithProgress);
+    static_cast<void>(closed->DrainWaiting(patience));
+    closed->Discard();
+  }
   return closed->socket.Close() == 0 ? 0 : FailAsSystem();
 }
 
@@ -159,13 +227,15 @@ int WindowsSockets::SetBlocking(SocketHandle socket) {
   State* state = Find(socket);
   if (state == nullptr) return Fail(socket_error::kNotASocket);
   if (state->mask != 0) return Fail(socket_error::kInvalidArgument);
-  if (MakeBlocking(socket) != 0) return FailAsSystem();
+  if (SetNonBlocking(socket, 0) != 0) return FailAsSystem();
   state->blocking = true;
   return 0;
 }
 
 int WindowsSockets::SetSendTimeout(SocketHandle socket, std::int32_t milliseconds) {
-  return SetOption(socket, SO_SNDTIMEO, static_cast<DWORD>(milliseconds));
+  if (SetOption(socket, SO_SNDTIMEO, static_cast<DWORD>(milliseconds)) != 0) return kSocketError;
+  Find(socket)->sendLimit = static_cast<DWORD>(milliseconds);
+  return 0;
 }
 
 int WindowsSockets::SetReceiveTimeout(SocketHandle socket, std::int32_t milliseconds) {

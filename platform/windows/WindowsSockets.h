@@ -21,7 +21,9 @@ namespace tlk {
 ///
 /// A socket that does not block takes a text whole or not at all. Windows sees to that by itself;
 /// where the system takes a part only, as Wine does, the rest waits here and goes out as room
-/// comes. `Close` lets it go out for up to five seconds.
+/// comes. A blocking send has one limit for that rest and for its own text. `Close`, which the
+/// destructor calls for every socket, waits until it is out, or until five seconds have brought
+/// none of it out; what the peer sends until then is read and dropped.
 class WindowsSockets final : public Sockets {
  public:
   WindowsSockets();
@@ -60,7 +62,8 @@ class WindowsSockets final : public Sockets {
   int Fail(int error);
   int FailAsSystem();
   int SetOption(SocketHandle socket, int option, DWORD value);
-  bool DrainBacklog(State& state);
+  int SendBlocking(State& state, std::string_view bytes);
+  int SendAtOnce(State& state, std::string_view bytes);
   int FailSend(State& state);
 
   std::vector<std::unique_ptr<State>> m_states;

@@ -1,13 +1,16 @@
 // What Windows sockets and windows hold to beyond the contract: windows that come and go, and
 // notifications that come late.
 #include <chrono>
+#include <memory>
 #include <string>
+#include <thread>
 
 #include "tests/platform/SocketsFixture.h"
 
 namespace tlk {
 namespace {
 
+using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -85,10 +88,52 @@ TEST_F(WindowsSocketsTest, LateNotificationsAreMeasuredByTheSocketsRealState) {
   EXPECT_THAT(Told(2), ElementsAre("read", "close"));
 }
 
-// Wine takes a part of a large text only. What is left of it must not hold the host up for ever.
-TEST_F(WindowsSocketsTest, CloseGivesUpOnAPeerThatDoesNotRead) {
+// Wine takes a part of a large text only.
+class WindowsLargeTextTest : public WindowsSocketsTest {
+ protected:
+  const std::string large = std::string(8'000'000, 'y');
+
+  /// Reads so much after a pause.
+  void Read(std::size_t size, std::chrono::milliseconds pause) {
+    std::this_thread::sleep_for(pause);
+    const auto limit = std::chrono::steady_clock::now() + 20s;
+    for (std::size_t read = 0; read < size; read += peer.ReadSome(size - read).size())
+      ASSERT_LT(std::chrono::steady_clock::now(), limit) << read << " bytes of " << size;
+  }
+};
+
+TEST_F(WindowsLargeTextTest, TheLimitOfASendIsOneForAllThatItSends) {
   const auto socket = ConnectQuietly();
-  const std::string large(8'000'000, 'y');
+  ASSERT_EQ(sockets.Send(socket, large), static_cast<int>(large.size()));
+  ASSERT_EQ(Request(socket, 0), 0);
+  ASSERT_EQ(sockets.SetBlocking(socket), 0);
+  ASSERT_EQ(sockets.SetSendTimeout(socket, 2000), 0);
+  const std::jthread reader([&] { Read(large.size(), 1400ms); });
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(sockets.Send(socket, std::string(10 * large.size(), 'z')), kSocketError);
+  EXPECT_EQ(sockets.LastError(), socket_error::kTimedOut);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 3000ms);
+}
+
+TEST_F(WindowsLargeTextTest, GoesOutInTheEndAsLongAsThePeerReads) {
+  std::jthread reader;
+  MessageLoop ending;
+  MessageWindow endingWindow(ending);
+  auto& its = ending.GetSockets();
+  const auto socket = its.Open();
+  ASSERT_EQ(its.Connect(socket, peer.Address()), 0);
+  peer.Accept();
+  ASSERT_EQ(its.RequestNotifications(socket, endingWindow, target.registered, 1), 0);
+  ASSERT_EQ(its.Send(socket, large), static_cast<int>(large.size()));
+  peer.Send("what nobody reads must not cost what was sent");
+  reader = std::jthread([&] {
+    for (int half = 0; half < 2; ++half) Read(large.size() / 2, 3000ms);
+  });
+}
+
+// It must not hold the host up for ever.
+TEST_F(WindowsLargeTextTest, CloseGivesUpOnAPeerThatDoesNotRead) {
+  const auto socket = ConnectQuietly();
   ASSERT_EQ(sockets.Send(socket, large), static_cast<int>(large.size()));
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(sockets.Close(socket), 0);
