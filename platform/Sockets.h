@@ -90,7 +90,10 @@ static_assert(sizeof(InternetAddress) == 16);
 /// - Close is delivered once, after everything the peer sent has been read, with the error number
 /// if
 ///   the peer reset the connection.
-/// - A request with mask 0 ends delivery, and a closed socket delivers nothing more.
+/// - Where the system itself reports an error with an event, it is delivered as it comes.
+/// - A request with mask 0 ends delivery. So does closing, for what asks for a call on the socket:
+///   read, write, connect. A close or an error that the system had posted by then may still come,
+///   until a socket of the same number makes a request.
 class Sockets {
  public:
   virtual ~Sockets() = default;

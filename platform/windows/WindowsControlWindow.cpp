@@ -62,7 +62,7 @@ bool WindowsControlWindow::DispatchTimer(std::uintptr_t timerId) {
 // This object may be gone when the target returns.
 bool WindowsControlWindow::DispatchNotification(UINT message, WPARAM wParam, LPARAM lParam,
                                                 LRESULT& result) {
-  if (!m_sockets.Refine(message, wParam, lParam) || m_target == nullptr) return true;
+  if (!m_sockets.Refine(wParam, lParam) || m_target == nullptr) return true;
   bool handled = false;
   result = m_target->OnSocketNotify(message, wParam, static_cast<std::uintptr_t>(lParam), handled);
   return handled;

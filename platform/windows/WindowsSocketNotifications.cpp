@@ -16,6 +16,17 @@ u_long WaitingBytes(SOCKET socket) {
   return ::ioctlsocket(socket, static_cast<long>(FIONREAD), &count) == 0 ? count : 0;
 }
 
+/// Takes what the window has been posted about the socket and not seen yet. The rest keeps its
+/// order: each word goes to the end of the queue, until the one comes that marks the end.
+void RemovePosted(HWND window, UINT message, SocketHandle socket) {
+  constexpr LPARAM kEnd = -1;
+  if (!::PostMessageA(window, message, kInvalidSocket, kEnd)) return;
+  for (MSG word; ::PeekMessageA(&word, window, message, message, PM_REMOVE);) {
+    if (word.wParam == kInvalidSocket && word.lParam == kEnd) return;
+    if (word.wParam != socket) ::PostMessageA(window, message, word.wParam, word.lParam);
+  }
+}
+
 /// As a receive of one byte, but leaves the byte where it is.
 int Peek(SOCKET socket) {
   char byte = 0;
@@ -38,11 +49,15 @@ int WindowsSockets::State::ErrorAtEnd() const {
 
 int WindowsSockets::RequestNotifications(SocketHandle socket, ControlWindow& window,
                                          std::uint32_t message, std::uint32_t mask) {
-  State* state = Find(socket);
-  if (state == nullptr) return Fail(socket_error::kNotASocket);
+  if (Find(socket) == nullptr) return Fail(socket_error::kNotASocket);
   HWND const handle = static_cast<WindowsControlWindow&>(window).Handle();
   if (!::IsWindow(handle)) return Fail(socket_error::kInvalidArgument);
-  if (::WSAAsyncSelect(socket, handle, message, static_cast<long>(mask)) != 0) {
+  if (::WSAAsyncSelect(socket, handle, message, 0) != 0) return FailAsSystem();
+  RemovePosted(handle, message, socket);
+  // Found only now: looking into the queue lets other threads' windows call in.
+  State* const state = Find(socket);
+  if (state == nullptr) return Fail(socket_error::kNotASocket);
+  if (mask != 0 && ::WSAAsyncSelect(socket, handle, message, static_cast<long>(mask)) != 0) {
     return FailAsSystem();
   }
   state->blocking = false;
@@ -67,21 +82,21 @@ void WindowsSockets::MoveNotifications(HWND window) {
   }
 }
 
-bool WindowsSockets::Refine(UINT message, WPARAM wParam, LPARAM& lParam) {
-  State* state = Find(wParam);
+bool WindowsSockets::Refine(WPARAM wParam, LPARAM& lParam) {
+  State* const state = Find(wParam);
   const std::uint32_t event = WSAGETSELECTEVENT(lParam);
-  if (state == nullptr || state->message != message || (state->mask & event) == 0) return false;
+  if (state != nullptr && state->mask == 0) return false;
+  if (event == socket_event::kClose) return state == nullptr || state->RefineClose(lParam);
+  if (WSAGETSELECTERROR(lParam) != 0) return true;
   switch (event) {
     case socket_event::kRead:
-      return state->RefineRead();
+      return state != nullptr && state->RefineRead();
     case socket_event::kWrite:
-      return state->DrainBacklog() && state->RefineWrite();
+      return state != nullptr && state->DrainBacklog() && std::exchange(state->writeWanted, false);
     case socket_event::kConnect:
-      return std::exchange(state->connectPending, false);
-    case socket_event::kClose:
-      return state->RefineClose(lParam);
+      return state != nullptr && std::exchange(state->connectPending, false);
     default:
-      return false;
+      return true;
   }
 }
 
@@ -91,8 +106,6 @@ bool WindowsSockets::State::RefineRead() {
   static_cast<void>(Peek(Handle()));
   return false;
 }
-
-bool WindowsSockets::State::RefineWrite() { return std::exchange(writeWanted, false); }
 
 bool WindowsSockets::State::RefineClose(LPARAM& lParam) {
   if (closeTold) return false;
@@ -104,11 +117,11 @@ bool WindowsSockets::State::RefineClose(LPARAM& lParam) {
   }
   const int error = peeked < 0 ? ::WSAGetLastError() : ErrorAtEnd();
   heldClose.reset();
-  // About an earlier socket of the same number.
-  if (error == socket_error::kWouldBlock) return false;
-  closeTold = true;
-  if (WSAGETSELECTERROR(lParam) == 0) lParam = WSAMAKESELECTREPLY(FD_CLOSE, error);
-  return true;
+  if (WSAGETSELECTERROR(lParam) == 0) {
+    if (error == socket_error::kWouldBlock) return false;  // The stream has not ended.
+    lParam = WSAMAKESELECTREPLY(FD_CLOSE, error);
+  }
+  return closeTold = true;
 }
 
 }  // namespace tlk

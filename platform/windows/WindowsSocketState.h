@@ -40,7 +40,6 @@ struct WindowsSockets::State {
 
   /// How a notification of one event is to be treated; as `WindowsSockets::Refine`.
   bool RefineRead();
-  bool RefineWrite();
   bool RefineClose(LPARAM& lParam);
 
   OwnedSocket socket;

@@ -11,10 +11,19 @@ namespace tlk {
 
 /// The sockets of one control, on Winsock 2, which somebody else has started.
 ///
-/// The system posts more notifications than the control is to hear: reads that an earlier receive
-/// has already answered, ends of a stream with bytes still in it, words about a socket that is
-/// closed while its number has gone to the next one. The window shows each of them to `Refine`,
-/// which compares it with the socket's real state.
+/// The system posts notifications that have ceased to be true by the time they come. The window
+/// shows each of them to `Refine`. What passes:
+/// - read, if bytes wait and a receive was made since the last one: in the middle of a prefix a
+///   reader takes one without a byte behind it for a broken connection;
+/// - write, if it is due, and connect, after a connect that would block;
+/// - close, once, when the last byte has been read, with the error that Wine does not tell; but one
+///   without an error only if the stream has ended;
+/// - an error with any other event, and an event that nobody knows.
+///
+/// Nothing can be read from a closed socket or written to it, but a close, an error or an unknown
+/// event that was posted before still passes: the control answers it. What waits in the queue when
+/// `RequestNotifications` is called is removed, because the system posts again what still holds. So
+/// nothing comes after mask 0, and a socket hears nothing about an earlier one of its number.
 ///
 /// A window passed to `RequestNotifications` must be a `WindowsControlWindow`, and there is one for
 /// all sockets.
@@ -49,7 +58,7 @@ class WindowsSockets final : public Sockets {
 
   /// Whether a notification that has come to the window is to be delivered. Writes to `lParam` what
   /// to deliver in its place.
-  [[nodiscard]] bool Refine(UINT message, WPARAM wParam, LPARAM& lParam);
+  [[nodiscard]] bool Refine(WPARAM wParam, LPARAM& lParam);
 
   /// Has everything that was asked for posted to another window from now on; null for none until
   /// the next call.

@@ -10,7 +10,19 @@ namespace tlk {
 namespace {
 
 constexpr UINT kStatus = 17;
-using ConnectionTest = ContainerTest;
+
+class ConnectionTest : public ContainerTest {
+ protected:
+  /// Whether the trace log has this by and by.
+  static bool Logged(const std::string& record) {
+    return PumpUntil([&] {
+      std::ifstream file(FileBesideTest(L"TLK_Client.log").c_str());
+      return std::string(std::istreambuf_iterator<char>(file), {}).find(record) != record.npos;
+    });
+  }
+
+  const UINT m_notify = RegisterWindowMessageW(L"Tlkc:wsnotify");
+};
 
 TEST_F(ConnectionTest, FailsWithoutAWindowToNotify) {
   const std::wstring logFile = FileBesideTest(L"TLK_Client.log");
@@ -19,12 +31,50 @@ TEST_F(ConnectionTest, FailsWithoutAWindowToNotify) {
   m_embedded.Advise(m_listener);
   EXPECT_EQ(m_embedded.ConnectTo(peer), 0);
   EXPECT_EQ(m_listener.heard, "status 0;");
-  std::string log;
-  EXPECT_TRUE(PumpUntil([&] {
-    std::ifstream file(logFile.c_str());
-    log = {std::istreambuf_iterator<char>(file), {}};
-    return log.find("E Async Select failed. Err num = 10022 (Tlkc - 207)") != log.npos;
-  })) << log;
+  EXPECT_TRUE(Logged("E Async Select failed. Err num = 10022 (Tlkc - 207)"));
+}
+
+// The number of a closed socket may go to the next one, which must not hear what was meant for it.
+TEST_F(ConnectionTest, AnswersWhateverIsPosted) {
+  enum Handled { kConnected, kLate, kWhenConnectedAgain };
+  const struct {
+    int event;
+    int error;
+    Handled handled;
+    const char* heard;
+    const char* record = "";
+  } rows[] = {
+      {FD_READ, 0, kConnected, ""},
+      {FD_READ, WSAECONNRESET, kConnected, "status 0;", "E Connection was reset."},
+      {FD_WRITE, WSAECONNREFUSED, kConnected, "status 0;", "E Connection was refused."},
+      {FD_CLOSE, WSAECONNABORTED, kConnected, "status 0;", "E Connection was aborted."},
+      {FD_CONNECT, 10060, kConnected, "status 0;", "E Unknown Err. Closing connection. 10060"},
+      {FD_OOB, 0, kConnected, "", "N Unknown Event %d."},
+      {FD_READ, 0, kLate, "status 0;"},
+      {FD_CLOSE, 0, kLate, "status 0;status 0;", "N Connection closed."},
+      {FD_CLOSE, WSAECONNRESET, kWhenConnectedAgain, "status 0;status 3;"}};
+  m_embedded.Advise(m_listener);
+  for (const auto& [event, error, handled, heard, record] : rows) {
+    SCOPED_TRACE(testing::Message() << event << ' ' << error << ' ' << handled);
+    LoopbackPeer peer;
+    m_embedded.Connect(peer);
+    MSG word;
+    GetMessageW(&word, m_embedded.Window(), m_notify, m_notify);
+    DispatchMessageW(&word);
+    m_listener.heard.clear();
+    // Any number within reach may be that of the next socket.
+    const SocketHandle reach = handled == kWhenConnectedAgain ? 1024 : 0;
+    for (auto socket = reach == 0 ? word.wParam : 4; socket <= word.wParam + reach; socket += 4)
+      PostMessageW(m_embedded.Window(), m_notify, socket, WSAMAKESELECTREPLY(event, error));
+    if (handled != kConnected) m_embedded.control->Disconnect();
+    if (handled == kWhenConnectedAgain) m_embedded.Connect(peer);
+    EXPECT_TRUE(PumpUntil([&] {
+      return !PeekMessageW(&word, m_embedded.Window(), m_notify, m_notify, PM_NOREMOVE);
+    }));
+    EXPECT_EQ(m_listener.heard, heard);
+    EXPECT_TRUE(Logged(record));
+    m_embedded.control->Disconnect();
+  }
 }
 
 TEST_F(ConnectionTest, OutlivesTheWindow) {
