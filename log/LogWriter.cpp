@@ -289,7 +289,7 @@ void LogWriter::Rotate() {
     return isMoved;
   });
   if (isDone || m_isStuckAnnounced) return;
-  std::printf("Unable to rotate %s\n", m_path.c_str());
+  Show({"Unable to rotate ", m_path});
   m_isStuckAnnounced = true;
 }
 

@@ -1,6 +1,5 @@
 #include "log/QNLogger.h"
 
-#include <cstdio>
 #include <exception>
 #include <utility>
 #include <vector>
@@ -9,6 +8,7 @@
 #include "log/LogScan.h"
 #include "log/LogWriter.h"
 #include "log/RecordFormat.h"
+#include "platform/StandardOutput.h"
 #include "platform/Surroundings.h"
 
 namespace tlk {
@@ -43,7 +43,7 @@ void QNLogger::GoOnInChild() {
     left.push_back(m_writer);
     m_writer = m_writer->Successor();
   } catch (const std::exception&) {
-    std::fputs("Unable to go on in a forked process - QNLogger\n", stdout);
+    PrintOnStandardOutput("Unable to go on in a forked process - QNLogger\n");
     m_writer->GiveUp();
   }
 }
