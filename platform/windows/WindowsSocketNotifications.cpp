@@ -94,7 +94,7 @@ bool WindowsSockets::Refine(WPARAM wParam, LPARAM& lParam) {
     case socket_event::kWrite:
       return state != nullptr && state->DrainBacklog() && std::exchange(state->writeWanted, false);
     case socket_event::kConnect:
-      return state != nullptr && std::exchange(state->connectPending, false);
+      return state != nullptr;
     default:
       return true;
   }

@@ -55,7 +55,6 @@ struct WindowsSockets::State {
   std::string backlog;
   std::size_t backlogSent = 0;
 
-  bool connectPending = false;      // a connect has reported would-block
   bool writeWanted = false;         // a write notification is due once there is room
   bool readTold = false;            // a read notification was delivered, no receive made since
   std::optional<LPARAM> heldClose;  // a close that came while bytes were waiting

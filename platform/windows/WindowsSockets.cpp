@@ -85,11 +85,9 @@ int WindowsSockets::Connect(SocketHandle socket, const InternetAddress& address)
   sockaddr target{};
   static_assert(sizeof(target) == sizeof(address));
   std::memcpy(&target, &address, sizeof(target));
-  state->connected = ::connect(state->Handle(), &target, sizeof(target)) == 0;
-  if (state->connected) return 0;
-  FailAsSystem();
-  state->connected = state->connectPending = m_lastError == socket_error::kWouldBlock;
-  return kSocketError;
+  const int result = ::connect(state->Handle(), &target, sizeof(target)) == 0 ? 0 : FailAsSystem();
+  state->connected = result == 0 || m_lastError == socket_error::kWouldBlock;
+  return result;
 }
 
 int WindowsSockets::Send(SocketHandle socket, std::string_view bytes) {

@@ -15,7 +15,7 @@ namespace tlk {
 /// shows each of them to `Refine`. What passes:
 /// - read, if bytes wait and a receive was made since the last one: in the middle of a prefix a
 ///   reader takes one without a byte behind it for a broken connection;
-/// - write, if it is due, and connect, after a connect that would block;
+/// - write, if it is due, and connect, if the socket is open;
 /// - close, once, when the last byte has been read, with the error that Wine does not tell; but one
 ///   without an error only if the stream has ended;
 /// - an error with any other event, and an event that nobody knows.

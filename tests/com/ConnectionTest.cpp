@@ -48,6 +48,7 @@ TEST_F(ConnectionTest, AnswersWhateverIsPosted) {
       {FD_READ, WSAECONNRESET, kConnected, "status 0;", "E Connection was reset."},
       {FD_WRITE, WSAECONNREFUSED, kConnected, "status 0;", "E Connection was refused."},
       {FD_CLOSE, WSAECONNABORTED, kConnected, "status 0;", "E Connection was aborted."},
+      {FD_CONNECT, 0, kConnected, "status 3;", "N Connect succeeded."},
       {FD_CONNECT, 10060, kConnected, "status 0;", "E Unknown Err. Closing connection. 10060"},
       {FD_OOB, 0, kConnected, "", "N Unknown Event %d."},
       {FD_READ, 0, kLate, "status 0;"},
