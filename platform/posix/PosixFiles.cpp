@@ -151,7 +151,10 @@ bool PosixFiles::RotateAlone(const std::string& path, std::int64_t size,
   struct stat named {};
   const bool isThere = fstat(file.Get(), &held) == 0 && stat(path.c_str(), &named) == 0 &&
                        held.st_dev == named.st_dev && held.st_ino == named.st_ino;
-  return !isThere || held.st_size <= size || rotate();
+  const bool isDone = !isThere || held.st_size <= size || rotate();
+  // A child that was forked meanwhile has the descriptor as well, and would keep the lock with it.
+  flock(file.Get(), LOCK_UN);
+  return isDone;
 }
 
 bool PosixFiles::Read(const std::string& path, const std::function<void(std::string_view)>& take) {

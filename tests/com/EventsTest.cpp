@@ -75,6 +75,7 @@ TEST_F(EventsTest, AHandlerMayEndItAll) {
     Embedded embedded(m_module, m_window);
     embedded.Advise(m_listener);
     embedded.Connect(peer);
+    EXPECT_EQ(embedded.As<IOleControl>()->FreezeEvents(TRUE), S_OK);
     m_listener.during = [&, &action = act] { action(embedded); };
     m_listener.heard.clear();
     peer.Send(ServerMessage("One") + ServerMessage("Two"));
