@@ -120,11 +120,11 @@ TEST_P(TheEndOf, LetsOutWhatWasTaken) {
     ASSERT_EQ(its.Connect(socket, peer.Address()), 0);
     ASSERT_EQ(its.RequestNotifications(socket, *itsWindow, 1, socket_event::kAll), 0);
     ASSERT_EQ(its.Send(socket, large), static_cast<int>(large.size()));
-    peer.Accept();
-    peer.Send("what nobody reads must not cost what was sent");
     itsWindow.reset();
     if (GetParam() == std::string("ALoop")) loopOfThread.reset();
   });
+  peer.Accept();
+  peer.Send("what nobody reads must not cost what was sent");
   std::size_t read = 0;
   RunUntil([&] { return (read += peer.ReadSome(1 << 20).size()) == large.size(); });
   owner.join();
