@@ -110,7 +110,7 @@ TEST_F(PosixSocketsTest, ALimitIsForTheWholeCallWhateverInterruptsIt) {
 class TheEndOf : public PosixSocketsTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(TheEndOf, LetsOutWhatWasTaken) {
-  const std::string large(9'000'000, 'y');
+  const std::string large(8'000'000, 'y');
   std::unique_ptr<MessageLoop> loopOfThread;
   std::thread owner([&] {
     loopOfThread = std::make_unique<MessageLoop>();
