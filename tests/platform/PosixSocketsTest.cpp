@@ -100,7 +100,7 @@ TEST_F(PosixSocketsTest, ALimitIsForTheWholeCallWhateverInterruptsIt) {
   });
   EXPECT_EQ(sockets.Send(socket, large), kSocketError);
   EXPECT_EQ(sockets.LastError(), socket_error::kTimedOut);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1800));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(3));
   setitimer(ITIMER_REAL, &kNever, nullptr);
   std::signal(SIGALRM, SIG_DFL);
   slow = {};
