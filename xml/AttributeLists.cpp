@@ -4,11 +4,70 @@
 #include <array>
 #include <cstddef>
 
+#include <optional>
+
 #include "xml/BuilderFailures.h"
-#include "xml/GivenList.h"
 #include "xml/TLK_XMLBuilder.h"
+#include "xml/TLK_XMLParser.h"
 
 namespace tlk {
+
+/// A list that an operation is given as a document, read entry by entry. Until it is opened it is
+/// not given, and has entries without end that say nothing.
+class GivenList {
+ public:
+  /// Reads the document and goes in front of the first entry of the list that `path` selects. The
+  /// failure when there is no list or no entry in it, else null. A document that cannot be read has
+  /// no list; its reader reports that.
+  [[nodiscard]] const Failure* Open(const Codec& codec, std::string_view text,
+                                    std::string_view path, const GivenListFailures& failures) {
+    m_parser.emplace(codec, text);
+    DomNode list = nullptr;
+    if (m_parser->SelectSingleNode(path, list) != kDomOk) return &failures.noList;
+    const bool hasEntry = Noted(m_parser->Document()->FirstChild(list, m_next)) == kDomOk;
+    return hasEntry ? nullptr : &failures.noEntries;
+  }
+
+  /// Steps to the next entry; false behind the last. The one after it has been read by then, so
+  /// that an entry may be moved away.
+  [[nodiscard]] bool Step() {
+    if (!m_parser) return true;
+    m_entry = m_next;
+    if (m_entry == nullptr) return false;
+    if (Noted(m_parser->Document()->NextSibling(m_entry, m_next)) != kDomOk) m_next = nullptr;
+    return true;
+  }
+
+  /// The entry stepped to.
+  [[nodiscard]] DomNode Entry() const { return m_entry; }
+
+  /// Its name without prefix; empty when it is no element.
+  void ReadName(std::string& name) {
+    if (Noted(m_parser->Document()->BaseName(m_entry, name)) != kDomOk) name.clear();
+  }
+
+  /// Its text; empty when that is white space alone, which not every DOM keeps.
+  void ReadText(std::string& text) {
+    const bool hasText = Noted(m_parser->Document()->Text(m_entry, text)) == kDomOk;
+    if (!hasText || text.find_first_not_of(" \t\r\n") == std::string::npos) text.clear();
+  }
+
+  /// Whether something of it was not read for lack of memory.
+  [[nodiscard]] bool LacksMemory() const {
+    return m_lacksMemory || (m_parser && m_parser->LacksMemory());
+  }
+
+ private:
+  DomResult Noted(DomResult result) {
+    m_lacksMemory = m_lacksMemory || result == kDomOutOfMemory;
+    return result;
+  }
+
+  std::optional<TLK_XMLParser> m_parser;
+  DomNode m_entry = nullptr;
+  DomNode m_next = nullptr;
+  bool m_lacksMemory = false;
+};
 
 struct GivenLists {
   GivenList attributes;
@@ -22,9 +81,10 @@ struct AttributeEdit {
   bool makesList;
   // Where the entries at hand say that the edit is to be made: a path from the message's list.
   // Without it, the list itself.
-  void (*address)(const GivenLists& given, std::string& path);
+  void (*address)(GivenLists& given, std::string& path);
   const Failure* noAddress;  // null when such an entry is passed over
-  DomResult (*edit)(DomDocument& message, DomNode place, DomNode attribute);
+  // Edits the message at a place, which may be the list that the walk goes on with, or above it.
+  DomResult (*edit)(DomDocument& message, DomNode place, DomNode attribute, DomNode& list);
   int resultWithoutEdit;
 };
 
@@ -33,17 +93,17 @@ namespace {
 constexpr std::string_view kAttributeList = "//Attribute_List";
 constexpr std::string_view kPathList = "//Path_List";
 
-void ByName(const GivenLists& given, std::string& path) { given.attributes.ReadName(path); }
-void AtPath(const GivenLists& given, std::string& path) { given.paths.ReadText(path); }
+void ByName(GivenLists& given, std::string& path) { given.attributes.ReadName(path); }
+void AtPath(GivenLists& given, std::string& path) { given.paths.ReadText(path); }
 
-DomResult AppendTo(DomDocument& message, DomNode place, DomNode attribute) {
+DomResult AppendTo(DomDocument& message, DomNode place, DomNode attribute, DomNode& /*list*/) {
   return message.AppendChild(place, attribute);
 }
-DomResult TakeAway(DomDocument& message, DomNode place, DomNode /*attribute*/) {
-  return message.Remove(place);
+DomResult TakeAway(DomDocument& message, DomNode place, DomNode /*attribute*/, DomNode& list) {
+  return message.Remove(place, list);
 }
-DomResult PutInPlace(DomDocument& message, DomNode place, DomNode attribute) {
-  return message.Replace(place, attribute);
+DomResult PutInPlace(DomDocument& message, DomNode place, DomNode attribute, DomNode& list) {
+  return message.Replace(place, attribute, list);
 }
 
 namespace f = failures;
@@ -106,14 +166,16 @@ int TLK_XMLBuilder::UpdateAttributesAtPaths(std::string_view attributes, std::st
 
 int TLK_XMLBuilder::EditAttributes(const AttributeEdit& edit, std::string_view attributes,
                                    std::string_view paths) {
-  if (!HasDocument()) return -1;
+  if (!Begin()) return -1;
   GivenLists given;
+  int result = -1;
   if (const Failure* const failure = Read(m_codec, edit, attributes, paths, given)) {
     Report(*failure);
-    return -1;
+  } else if (const DomNode list = FindAttributeList(edit)) {
+    result = WalkAttributes(edit, given, list);
   }
-  const DomNode list = FindAttributeList(edit);
-  return list == nullptr ? -1 : WalkAttributes(edit, given, list);
+  m_lacksMemory = m_lacksMemory || given.attributes.LacksMemory() || given.paths.LacksMemory();
+  return result;
 }
 
 DomNode TLK_XMLBuilder::FindAttributeList(const AttributeEdit& edit) {
@@ -135,10 +197,10 @@ int TLK_XMLBuilder::WalkAttributes(const AttributeEdit& edit, GivenLists& given,
         Report(*edit.noAddress);
         return -1;
       }
-      if (path.empty() || m_document->SelectNode(list, path, place) != kDomOk) continue;
+      if (path.empty() || Noted(m_document->SelectNode(list, path, place)) != kDomOk) continue;
     }
     m_isStamped = false;
-    if (edit.edit(*m_document, place, given.attributes.Entry()) == kDomOk) result = 0;
+    if (Noted(edit.edit(*m_document, place, given.attributes.Entry(), list)) == kDomOk) result = 0;
   }
   return result;
 }

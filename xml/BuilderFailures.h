@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "xml/DocumentLoader.h"
+#include "xml/Documents.h"
 #include "xml/Failures.h"
 
 namespace tlk {
@@ -53,7 +53,7 @@ inline constexpr Failure kFrom = NoElement(230);
 inline constexpr Failure kTo = NoElement(246);
 inline constexpr Failure kCreateElement = NoElement(291);
 inline constexpr Failure kSetLength = NoRoot(336);
-inline constexpr std::int32_t kNotAnElementLine = 368;
+inline constexpr Failure kSetNodeAttribute = NoElementInterface(368);
 inline constexpr Failure kEnsureDataRoot = NoRoot(391);
 inline constexpr Failure kEnsureData = NoDataElement(409);
 inline constexpr Failure kAppendData = NoRoot(445);

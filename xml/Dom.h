@@ -14,6 +14,7 @@ namespace tlk {
 using DomResult = std::int32_t;
 inline constexpr DomResult kDomOk = 0;
 inline constexpr DomResult kDomNothing = 1;
+inline constexpr DomResult kDomNoInterface = static_cast<DomResult>(0x80004002);
 inline constexpr DomResult kDomFailed = static_cast<DomResult>(0x80004005);
 inline constexpr DomResult kDomOutOfMemory = static_cast<DomResult>(0x8007000E);
 inline constexpr DomResult kDomBadArgument = static_cast<DomResult>(0x80070057);
@@ -21,8 +22,8 @@ inline constexpr DomResult kDomBadArgument = static_cast<DomResult>(0x80070057);
 [[nodiscard]] constexpr bool Succeeded(DomResult result) { return result >= 0; }
 
 struct DomNodeTag;
-/// A node of a document; null for none. It stays valid as long as its document holds content: until
-/// the document is destroyed or loads another text. It owns nothing.
+/// A node of a document; null for none. It owns nothing. It stays valid until its document forgets
+/// its nodes, loads another text or is destroyed, or the node is removed.
 using DomNode = DomNodeTag*;
 
 /// A name and a value that an element is to have.
@@ -38,9 +39,11 @@ struct DomAttribute {
 ///
 /// What is serialised can be read back: markup in a value is escaped, and line breaks and tabs in
 /// an attribute are written as character references. A value that is set ends before its first zero
-/// byte; any other control character that XML cannot hold becomes "?" in it. Names that are set
-/// have no prefix; what cannot be a name is a bad argument, and so is `xmlns` with one of the
-/// reserved namespaces as its value.
+/// byte; any other control character that XML cannot hold becomes "?" in it. What cannot be a name
+/// is a bad argument.
+///
+/// The name of an element is settled when it is made: in no namespace if it is made here, else in
+/// that which its text puts it in. No declaration that is set later changes it.
 ///
 /// A path is an XPath 1.0 expression. A name without a prefix selects what lies in no namespace; a
 /// prefix is bound to nothing and therefore an error. An expression that is not well-formed, is
@@ -65,16 +68,23 @@ class DomDocument {
   /// Why the last text could not be parsed.
   [[nodiscard]] virtual DomResult ParseErrorReason(std::string& reason) = 0;
 
-  /// Makes an element that stands nowhere yet.
+  /// The nodes that were asked for so far are no longer needed, here and in the documents that they
+  /// were brought from.
+  virtual void ForgetNodes() = 0;
+
+  /// Makes an element that stands nowhere yet. A path does not see it. Its name has no prefix.
   [[nodiscard]] virtual DomResult CreateElement(std::string_view name, DomNode& element) = 0;
-  virtual DomResult SetDocumentElement(DomNode element) = 0;
+  /// Places an element as the root, where none stands. `element` becomes the node in its place.
+  virtual DomResult SetDocumentElement(DomNode& element) = 0;
   /// The root element; nothing when the document is empty.
   [[nodiscard]] virtual DomResult DocumentElement(DomNode& element) = 0;
 
-  /// Puts `child` behind the last child of `parent`. A child of another document is brought over,
-  /// and its old place keeps it or loses it, as the platform likes: read what follows it before.
-  /// Its names keep their namespaces. Both documents are of one factory.
-  virtual DomResult AppendChild(DomNode parent, DomNode child) = 0;
+  /// Puts `child` behind the last child of `parent`. It is an element that stands nowhere yet, or a
+  /// node of another document of the same factory. That one is brought over, with the namespaces of
+  /// its names, and its old place keeps it or loses it, as the platform likes: read what follows it
+  /// before, and leave its document as it is until nodes are forgotten. `child` becomes the node in
+  /// its new place.
+  virtual DomResult AppendChild(DomNode parent, DomNode& child) = 0;
 
   /// `CreateElement`, `SetAttribute` for each attribute, and `AppendChild` or, under null,
   /// `SetDocumentElement`, in one. The names of the attributes differ. The result is that of the
@@ -93,17 +103,18 @@ class DomDocument {
     return kDomNothing;
   }
 
-  /// Takes a node from its parent. An element then stands nowhere, like one that was just made, and
-  /// its handle and those of what is in it stay good; any other node is gone. A node without a
-  /// parent, as attributes and the document are, is a bad argument.
-  [[nodiscard]] virtual DomResult Remove(DomNode node) = 0;
+  /// Takes a node from its parent; it is gone then, with what is in it. But if `kept` is among
+  /// that, the caller goes on with it: what was taken out becomes a tree of its own, which paths
+  /// from `kept` see, and `kept` becomes the node in there. It lasts until nodes are forgotten or
+  /// another such tree is made. A node without a parent, as attributes and the document are, is a
+  /// bad argument.
+  [[nodiscard]] virtual DomResult Remove(DomNode node, DomNode& kept) = 0;
 
   /// Puts `replacement` in the place of a node, which is removed as by `Remove`. The replacement is
-  /// brought over as a child is in `AppendChild`. It may come from below the node, but the node
-  /// itself and what is above it fail; and so does, at the top of a document, whatever would not
-  /// leave one element there, or none, among comments and processing instructions. After a failure
-  /// the node stays where it is.
-  [[nodiscard]] virtual DomResult Replace(DomNode node, DomNode replacement) = 0;
+  /// brought over as a child is in `AppendChild`. At the top of a document, whatever would not
+  /// leave one element there, or none, among comments and processing instructions fails. After a
+  /// failure the node stays where it is.
+  [[nodiscard]] virtual DomResult Replace(DomNode node, DomNode replacement, DomNode& kept) = 0;
 
   /// The first child of a node, and the node behind a node under the same parent; nothing when
   /// there is none, as with attributes. Text that is white space alone, outside CDATA sections, is
@@ -114,16 +125,21 @@ class DomDocument {
   /// The name of an element without its prefix; nothing for any other node.
   [[nodiscard]] virtual DomResult BaseName(DomNode node, std::string& name) = 0;
 
-  /// The node as an element; nothing when it is none.
+  /// The node as an element; `kDomNoInterface` when it is none.
   [[nodiscard]] virtual DomResult AsElement(DomNode node, DomNode& element) = 0;
+
+  /// Sets an attribute. Its name may have a prefix that is bound at the element, as `xml` always
+  /// is; any other is a bad argument. `xmlns` is shown and written, but settled names stay what
+  /// they are: a declaration that one of them depends on cannot be given another value, nor can a
+  /// reserved namespace be the value; both are bad arguments.
   virtual DomResult SetAttribute(DomNode element, std::string_view name,
                                  std::string_view value) = 0;
   /// An attribute's value; nothing when the element has none of that name.
   [[nodiscard]] virtual DomResult Attribute(DomNode element, std::string_view name,
                                             std::string& value) = 0;
 
-  /// Replaces everything in an element by a text; an empty text leaves it empty. What was in it is
-  /// removed as by `Remove`. White space alone may be lost when the element is written and read.
+  /// Replaces everything in an element by a text; an empty text leaves it empty. White space alone
+  /// may be lost when the element is written and read.
   virtual DomResult SetText(DomNode element, std::string_view text) = 0;
 
   /// The first node, in document order, that `path` selects from `context`, which is no attribute;

@@ -7,9 +7,6 @@
 namespace tlk {
 namespace {
 
-constexpr std::string_view kNameOfXml = "http://www.w3.org/XML/1998/namespace";
-constexpr std::string_view kNameOfXmlns = "http://www.w3.org/2000/xmlns/";
-
 /// Up to so many attributes, comparing each with each is faster than sorting.
 constexpr std::size_t kFewAttributes = 8;
 
@@ -75,11 +72,6 @@ bool Before(const GateAttribute<Char>& a, const GateAttribute<Char>& b) {
 
 }  // namespace
 
-bool IsReservedNamespace(std::string_view name) {
-  const std::string_view read = name.substr(0, name.find('\0'));
-  return read == kNameOfXml || read == kNameOfXmlns;
-}
-
 template <typename Char>
 const GateAttribute<Char>* FindDuplicate(std::span<GateAttribute<Char>> attributes) {
   if (attributes.size() <= kFewAttributes) {
@@ -110,10 +102,10 @@ bool NamespaceNameLess<Char>::operator()(std::basic_string_view<Char> a,
 template <typename Char>
 const char* GateNamespaces<Char>::Declare(View prefix, View value) {
   if (Is(prefix, "xmlns")) return "the prefix xmlns cannot be declared";
-  const bool namesXml = Names(value, m_alphabet, kNameOfXml);
+  const bool namesXml = Names(value, m_alphabet, kNamespaceOfXml);
   if (Is(prefix, "xml") && namesXml) return nullptr;
   if (Is(prefix, "xml")) return "the prefix xml cannot be bound to another namespace";
-  if (namesXml || Names(value, m_alphabet, kNameOfXmlns))
+  if (namesXml || Names(value, m_alphabet, kNamespaceOfXmlns))
     return "a reserved namespace cannot be declared";
   if (prefix.empty()) return nullptr;
   if (value.empty()) return "a prefix cannot be bound to no namespace";

@@ -22,9 +22,6 @@ inline constexpr NamespaceId kXmlNamespace = 1;
 inline constexpr NamespaceId kXmlnsNamespace = 2;
 inline constexpr NamespaceId kUnboundPrefix = 3;
 
-/// Whether a namespace, up to its first zero byte, is one of the two that no element can be put in.
-[[nodiscard]] bool IsReservedNamespace(std::string_view name);
-
 /// A name as it stands in the text: `local` is `begin` when it has no prefix. Deliberately without
 /// initialisers, for these stand in large arrays of which a document uses little.
 template <typename Char>

@@ -25,15 +25,14 @@ std::string_view Truth(std::int32_t flag) { return flag != 0 ? "TRUE" : "FALSE";
 }  // namespace
 
 int TLK_XMLBuilder::AddStatus(std::string_view value, std::string_view description) {
-  if (!HasDocument()) return -1;
+  if (!Begin()) return -1;
   DomNode data = nullptr;
   DomNode element = nullptr;
   if (FindOrMakeData(data) != kDomOk) {
     Report(failures::kStatusData);
-  } else if (m_document->AsElement(data, element) != kDomOk) {
+  } else if (Noted(m_document->AsElement(data, element)) != kDomOk) {
     Report(failures::kStatusDataElement);
-  } else if (const DomNode status = NewPart("Status", failures::kStatus)) {
-    Append(element, status);
+  } else if (const DomNode status = AddPart(element, "Status", failures::kStatus)) {
     if (AddText(status, "Value", value, failures::kStatusValue))
       AddText(status, "Description", description, failures::kStatusDescription);
   }
@@ -63,30 +62,27 @@ int TLK_XMLBuilder::AddParticipantList(std::string_view name, std::int32_t isLea
 }
 
 int TLK_XMLBuilder::AddToList(const PayloadList& kind, std::span<const DomAttribute> attributes) {
-  if (!HasDocument()) return -1;
+  if (!Begin()) return -1;
   const DomNode list = FindOrMakeList(kind.path, kind.noData);
   if (list == nullptr) return 0;
-  DomNode entry = nullptr;
-  if (!AddElement(list, kind.entry, attributes, failures::kCreateElement, entry))
-    Report(kind.noEntry);
+  AddPart(list, kind.entry, kind.noEntry, attributes);
   return 0;
 }
 
-// An element for a payload. That it cannot be made is reported twice: as for any element, then as
+// An element of a payload. That it cannot be made is reported twice: as for any element, then as
 // what it was to be.
-DomNode TLK_XMLBuilder::NewPart(std::string_view name, const Failure& failure) {
+DomNode TLK_XMLBuilder::AddPart(DomNode parent, std::string_view name, const Failure& failure,
+                                std::span<const DomAttribute> attributes) {
   DomNode part = nullptr;
-  if (CreateElement(name, part) != 0) Report(failure);
+  if (!AddElement(parent, name, attributes, failures::kCreateElement, part)) Report(failure);
   return part;
 }
 
 bool TLK_XMLBuilder::AddText(DomNode parent, std::string_view name, std::string_view text,
                              const Failure& failure) {
-  const DomNode part = NewPart(name, failure);
-  if (part == nullptr) return false;
-  m_document->SetText(part, text);
-  Append(parent, part);
-  return true;
+  const DomNode part = AddPart(parent, name, failure);
+  if (part != nullptr) Noted(m_document->SetText(part, text));
+  return part != nullptr;
 }
 
 }  // namespace tlk

@@ -8,7 +8,6 @@
 #include "xml/BuilderFailures.h"
 #include "xml/Decimal.h"
 #include "xml/Gate.h"
-#include "xml/NodeAccess.h"
 #include "xml/TLK_XMLParser.h"
 
 namespace tlk {
@@ -40,28 +39,43 @@ bool PatchStamp(std::string& text, std::string_view stamp) {
 
 TLK_XMLBuilder::TLK_XMLBuilder(const Codec& codec) : m_codec(codec) {}
 
-TLK_XMLBuilder::TLK_XMLBuilder(const Codec& codec, std::string_view source)
-    : m_codec(codec),
-      m_document(LoadWellFormed(codec, failures::kSource, failures::kConstruct, source)) {}
+TLK_XMLBuilder::TLK_XMLBuilder(const Codec& codec, std::string_view source) : m_codec(codec) {
+  DomResult why = kDomOk;
+  m_document = LoadWellFormed(codec, failures::kSource, failures::kConstruct, source, why);
+  Noted(why);
+}
 
 TLK_XMLBuilder::~TLK_XMLBuilder() = default;
 
+// Whether there is a document to work on. No operation needs the nodes of those before it.
+bool TLK_XMLBuilder::Begin() {
+  if (HasDocument()) m_document->ForgetNodes();
+  return HasDocument();
+}
+
+// The result of an operation that leaves no document.
+int TLK_XMLBuilder::Clear() {
+  m_document = nullptr;
+  m_isStamped = false;
+  return -1;
+}
+
 int TLK_XMLBuilder::LoadXml(std::string_view source) {
-  Replace(nullptr);
-  Replace(LoadAnyText(m_codec, failures::kSource, failures::kLoadXml, source));
+  Clear();
+  DomResult why = kDomOk;
+  m_document = LoadAnyText(m_codec, failures::kSource, failures::kLoadXml, source, why);
+  m_lacksMemory = why == kDomOutOfMemory;
   return HasDocument() ? 0 : -1;
 }
 
 int TLK_XMLBuilder::CreateMessage(std::string_view type, std::int32_t sender,
                                   std::int32_t receiver) {
-  Replace(nullptr);
-  DomResult made = kDomOk;
-  Replace(SetUpDocument(m_codec, failures::kSource, failures::kCreateMessage, &made));
-  Noted(made);
+  Clear();
+  DomResult why = kDomOk;
+  m_document = SetUpDocument(m_codec, failures::kSource, failures::kCreateMessage, why);
+  m_lacksMemory = why == kDomOutOfMemory;
   if (!HasDocument()) return -1;
-  if (BuildEnvelope(type, sender, receiver)) return 0;
-  Replace(nullptr);
-  return -1;
+  return BuildEnvelope(type, sender, receiver) ? 0 : Clear();
 }
 
 int TLK_XMLBuilder::CreateMessage(std::string_view type, std::int32_t sender, std::int32_t receiver,
@@ -79,37 +93,45 @@ int TLK_XMLBuilder::GetXml(std::string& xml) {
 }
 
 int TLK_XMLBuilder::SetLength() {
-  if (!HasDocument()) return -1;
+  if (!Begin()) return -1;
   m_isStamped = false;
   if (Serialise(m_stampedText) != 0) m_stampedText.clear();
   const Digits stamp = Stamp(m_stampedText.size());
 
   DomNode root = nullptr;
   if (!FindRoot(root, failures::kSetLength)) return -1;
-  const DomResult stamped = Noted(m_document->SetAttribute(root, "Length", stamp.data()));
+  const DomResult stamped = SetAttribute(root, "Length", stamp.data());
   m_isStamped = stamped == kDomOk && PatchStamp(m_stampedText, stamp.data());
   return 0;
 }
 
 int TLK_XMLBuilder::GetNodeText(std::string_view path, std::string& text) {
   DomNode node = nullptr;
-  if (SelectSingleNode(path, node) != kDomOk) return -1;
-  if (m_document->Text(node, text) != kDomOk) return -2;
+  if (!Begin() || SelectSingleNode(path, node) != kDomOk) return -1;
+  if (Noted(m_document->Text(node, text)) != kDomOk) return -2;
   EndAtZero(text);
   return 0;
 }
 
 int TLK_XMLBuilder::SetNodeAttribute(std::string_view path, std::string_view name,
                                      std::string_view value) {
-  const DomNode element = SelectElement(m_codec, failures::kSource, failures::kNotAnElementLine,
-                                        m_document.get(), path);
-  return element == nullptr ? -1 : SetAttribute(element, name, value);
+  DomNode node = nullptr;
+  if (!Begin() || SelectSingleNode(path, node) != kDomOk) return -1;
+  DomNode element = nullptr;
+  DomResult result = Noted(m_document->AsElement(node, element));
+  if (result == kDomOk) {
+    result = SetAttribute(element, name, value);
+    // Whatever else becomes of an attribute has always passed for success.
+    if (result != kDomBadArgument) return 0;
+  }
+  Report(failures::kSetNodeAttribute, result);
+  return -1;
 }
 
 int TLK_XMLBuilder::EnsureDataElement() {
   DomNode root = nullptr;
   DomNode data = nullptr;
-  if (!HasDocument() || !FindRoot(root, failures::kEnsureDataRoot)) return -1;
+  if (!Begin() || !FindRoot(root, failures::kEnsureDataRoot)) return -1;
   if (SelectSingleNode("//Data", data) != kDomOk) AppendDataElement(root);
   return 0;
 }
@@ -120,9 +142,9 @@ void TLK_XMLBuilder::AppendDataElement(DomNode root) {
 }
 
 int TLK_XMLBuilder::AppendData(std::string_view payload) {
-  if (!HasDocument()) return -1;
+  if (!Begin()) return -1;
   DomNode data = nullptr;
-  const DomResult found = Noted(FindOrMakeData(data));
+  const DomResult found = FindOrMakeData(data);
   if (found != kDomOk) {
     Report(failures::kAppendData, found);
     return -1;
@@ -146,11 +168,6 @@ void TLK_XMLBuilder::AppendFromDocument(DomNode data, std::string_view payload) 
   parser.GetRootElement(root);
   if (root != nullptr) Append(data, root);
   m_lacksMemory = m_lacksMemory || parser.LacksMemory();
-}
-
-void TLK_XMLBuilder::Replace(std::unique_ptr<DomDocument> document) {
-  m_document = std::move(document);
-  m_isStamped = false;
 }
 
 bool TLK_XMLBuilder::BuildEnvelope(std::string_view type, std::int32_t sender,
@@ -198,10 +215,10 @@ int TLK_XMLBuilder::CreateElement(std::string_view name, DomNode& element) {
   return IsMade(element, failures::kCreateElement, result) ? 0 : -1;
 }
 
-int TLK_XMLBuilder::SetAttribute(DomNode element, std::string_view name, std::string_view value) {
+DomResult TLK_XMLBuilder::SetAttribute(DomNode element, std::string_view name,
+                                       std::string_view value) {
   m_isStamped = false;
-  m_document->SetAttribute(element, name, value);
-  return 0;
+  return Noted(m_document->SetAttribute(element, name, value));
 }
 
 void TLK_XMLBuilder::Append(DomNode parent, DomNode child) {
@@ -210,7 +227,7 @@ void TLK_XMLBuilder::Append(DomNode parent, DomNode child) {
 }
 
 DomResult TLK_XMLBuilder::SelectSingleNode(std::string_view path, DomNode& node) {
-  return SelectFirst(m_document.get(), path, node);
+  return Noted(SelectFirst(m_document.get(), path, node));
 }
 
 DomResult TLK_XMLBuilder::FindOrMakeData(DomNode& data) {
@@ -236,8 +253,8 @@ DomNode TLK_XMLBuilder::FindOrMakeList(std::string_view path, const Failure& noD
   return SelectSingleNode(path, list) == kDomOk ? list : nullptr;
 }
 
-bool TLK_XMLBuilder::FindRoot(DomNode& root, const Failure& failure) const {
-  const DomResult found = m_document->DocumentElement(root);
+bool TLK_XMLBuilder::FindRoot(DomNode& root, const Failure& failure) {
+  const DomResult found = Noted(m_document->DocumentElement(root));
   if (Succeeded(found) && root != nullptr) return true;
   Report(failure, found);
   return false;

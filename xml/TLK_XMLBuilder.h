@@ -63,7 +63,9 @@ class TLK_XMLBuilder {
   /// gives no text.
   int GetNodeText(std::string_view path, std::string& text);
 
-  /// Sets an attribute of the first node that `path` selects.
+  /// Sets an attribute of the first node that `path` selects; -1, reported, for a node that has
+  /// none and for a name that cannot be set. A name may have a prefix that is bound at the element.
+  /// A declaration that is set, `xmlns`, does not change the names of elements that are there.
   int SetNodeAttribute(std::string_view path, std::string_view name, std::string_view value);
 
   /// Makes sure that there is a `Data` element, as the root's last child if none stands anywhere
@@ -134,12 +136,13 @@ class TLK_XMLBuilder {
   [[nodiscard]] bool HasDocument() const { return m_document != nullptr; }
 
   /// Whether the envelope, its payload, stamp or text lacks something because memory ran out, and
-  /// not because of what was asked for.
+  /// not because of what was asked for. `CreateMessage` and `LoadXml` begin anew.
   [[nodiscard]] bool LacksMemory() const { return m_lacksMemory; }
 
  private:
   // The envelope
-  void Replace(std::unique_ptr<DomDocument> document);
+  [[nodiscard]] bool Begin();
+  int Clear();
   bool AddElement(DomNode parent, std::string_view name, std::span<const DomAttribute> attributes,
                   const Failure& failure, DomNode& element);
   bool IsMade(DomNode& element, const Failure& failure, DomResult result);
@@ -153,7 +156,8 @@ class TLK_XMLBuilder {
   bool AppendInPlace(DomNode data, std::string_view payload);
   void AppendFromDocument(DomNode data, std::string_view payload);
   int AddToList(const PayloadList& kind, std::span<const DomAttribute> attributes);
-  DomNode NewPart(std::string_view name, const Failure& failure);
+  DomNode AddPart(DomNode parent, std::string_view name, const Failure& failure,
+                  std::span<const DomAttribute> attributes = {});
   bool AddText(DomNode parent, std::string_view name, std::string_view text,
                const Failure& failure);
 
@@ -165,9 +169,9 @@ class TLK_XMLBuilder {
 
   // Shared by all of them
   int CreateElement(std::string_view name, DomNode& element);
-  int SetAttribute(DomNode element, std::string_view name, std::string_view value);
+  DomResult SetAttribute(DomNode element, std::string_view name, std::string_view value);
   void Append(DomNode parent, DomNode child);
-  bool FindRoot(DomNode& root, const Failure& failure) const;
+  bool FindRoot(DomNode& root, const Failure& failure);
   DomResult SelectSingleNode(std::string_view path, DomNode& node);
   DomResult FindOrMakeData(DomNode& data);
   DomNode FindOrMakeList(std::string_view path, const Failure& noData);

@@ -4,8 +4,7 @@
 #include <cstdlib>
 #include <limits>
 
-#include "xml/DocumentLoader.h"
-#include "xml/NodeAccess.h"
+#include "xml/Documents.h"
 
 namespace tlk {
 namespace {
@@ -25,7 +24,7 @@ constexpr Failure kRootFailure = {"Failed to get root element.\n",
 constexpr Failure kNodeFailure = {"Failed node does not exist. %s.\n",
                                   "Failed node does not exist. %S. Error code: %x",
                                   FailureValues::kTextThenCode, 249};
-constexpr std::int32_t kNotAnElementLine = 324;
+constexpr Failure kNodeAttributeFailure = NoElementInterface(324);
 
 // As atoi reads it, but with an end to every number.
 std::int32_t ReadDecimal(const std::string& text) {
@@ -38,7 +37,7 @@ std::int32_t ReadDecimal(const std::string& text) {
 
 TLK_XMLParser::TLK_XMLParser(const Codec& codec, std::string_view source) : m_codec(codec) {
   DomResult why = kDomOk;
-  m_document = LoadWellFormed(codec, kSource, kConstructFailures, source, &why);
+  m_document = LoadWellFormed(codec, kSource, kConstructFailures, source, why);
   m_lacksMemory = why == kDomOutOfMemory;
 }
 
@@ -46,7 +45,9 @@ TLK_XMLParser::~TLK_XMLParser() = default;
 
 int TLK_XMLParser::LoadXml(std::string_view source) {
   m_document.reset();
-  m_document = LoadAnyText(m_codec, kSource, kLoadXmlFailures, source);
+  DomResult why = kDomOk;
+  m_document = LoadAnyText(m_codec, kSource, kLoadXmlFailures, source, why);
+  m_lacksMemory = why == kDomOutOfMemory;
   return HasDocument() ? 0 : -1;
 }
 
@@ -104,25 +105,31 @@ int TLK_XMLParser::GetNode(std::string_view path, std::string& out, bool textOnl
 
 int TLK_XMLParser::GetNodeXml(DomNode node, std::string& xml) {
   if (!HasDocument() || node == nullptr) return -1;
-  if (m_document->Xml(node, xml) != kDomOk) return -1;
+  if (!IsGiven(m_document->Xml(node, xml))) return -1;
   EndAtZero(xml);
   return 0;
 }
 
 int TLK_XMLParser::GetAttribute(DomNode element, std::string_view name, std::string& value) {
   if (!HasDocument() || element == nullptr) return -1;
-  return m_document->Attribute(element, name, value) == kDomOk ? 0 : -1;
+  return IsGiven(m_document->Attribute(element, name, value)) ? 0 : -1;
 }
 
 int TLK_XMLParser::GetNodeAttribute(std::string_view path, std::string_view name,
                                     std::string& value) {
-  const DomNode element =
-      SelectElement(m_codec, kSource, kNotAnElementLine, m_document.get(), path);
-  return GetAttribute(element, name, value);
+  DomNode node = nullptr;
+  if (SelectSingleNode(path, node) != kDomOk) return -1;
+  DomNode element = nullptr;
+  const DomResult result = m_document->AsElement(node, element);
+  if (IsGiven(result)) return GetAttribute(element, name, value);
+  ReportFailure(m_codec, kSource, kNodeAttributeFailure, result);
+  return -1;
 }
 
 DomResult TLK_XMLParser::SelectSingleNode(std::string_view path, DomNode& node) {
-  return SelectFirst(m_document.get(), path, node);
+  const DomResult result = SelectFirst(m_document.get(), path, node);
+  IsGiven(result);
+  return result;
 }
 
 bool TLK_XMLParser::IsGiven(DomResult result) {

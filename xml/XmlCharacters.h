@@ -30,6 +30,15 @@ enum XmlTrait : std::uint8_t {
 /// Whether an element or attribute may have this name, which has no prefix.
 [[nodiscard]] bool IsXmlName(std::u16string_view name);
 
+inline constexpr std::string_view kNamespaceOfXml = "http://www.w3.org/XML/1998/namespace";
+inline constexpr std::string_view kNamespaceOfXmlns = "http://www.w3.org/2000/xmlns/";
+
+/// Whether a namespace, up to its first zero byte, is one of the two that no element can be put in.
+[[nodiscard]] constexpr bool IsReservedNamespace(std::string_view name) {
+  const std::string_view read = name.substr(0, name.find('\0'));
+  return read == kNamespaceOfXml || read == kNamespaceOfXmlns;
+}
+
 [[nodiscard]] constexpr bool IsHighSurrogate(char32_t unit) { return (unit & ~0x3FFU) == 0xD800; }
 [[nodiscard]] constexpr bool IsLowSurrogate(char32_t unit) { return (unit & ~0x3FFU) == 0xDC00; }
 

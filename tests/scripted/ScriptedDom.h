@@ -72,28 +72,29 @@ class ScriptedDomDocument final : public DomDocument {
       return kDomOk;
     });
   }
+  void ForgetNodes() override { m_real->ForgetNodes(); }
   DomResult CreateElement(std::string_view name, DomNode& element) override {
     return m_script.Meet("create " + std::string(name),
                          [&] { return m_real->CreateElement(name, element); });
   }
-  DomResult SetDocumentElement(DomNode element) override {
+  DomResult SetDocumentElement(DomNode& element) override {
     return m_script.Meet("root", [&] { return m_real->SetDocumentElement(element); });
   }
   DomResult DocumentElement(DomNode& element) override {
     return m_script.Meet("get root", [&] { return m_real->DocumentElement(element); });
   }
-  DomResult AppendChild(DomNode parent, DomNode child) override {
+  DomResult AppendChild(DomNode parent, DomNode& child) override {
     return m_script.Meet("append", [&] { return m_real->AppendChild(parent, child); });
   }
   bool ReadsInPlace() const override { return m_real->ReadsInPlace(); }
   DomResult ReadInto(DomNode parent, std::string_view text) override {
     return m_script.Meet("read into", [&] { return m_real->ReadInto(parent, text); });
   }
-  DomResult Remove(DomNode node) override {
-    return m_script.Meet("remove", [&] { return m_real->Remove(node); });
+  DomResult Remove(DomNode node, DomNode& kept) override {
+    return m_script.Meet("remove", [&] { return m_real->Remove(node, kept); });
   }
-  DomResult Replace(DomNode node, DomNode replacement) override {
-    return m_script.Meet("replace", [&] { return m_real->Replace(node, replacement); });
+  DomResult Replace(DomNode node, DomNode replacement, DomNode& kept) override {
+    return m_script.Meet("replace", [&] { return m_real->Replace(node, replacement, kept); });
   }
   DomResult FirstChild(DomNode node, DomNode& child) override {
     return m_script.Meet("child", [&] { return m_real->FirstChild(node, child); });

@@ -55,5 +55,17 @@ TEST_F(AllocationTest, ReadsAllOrFails) {
   EXPECT_NE(data.find("<p:a/>"), std::string::npos);
 }
 
+TEST_F(AllocationTest, AnUpdatedListHoldsNoMoreThanItsLastEntries) {
+  TLK_XMLBuilder builder({m_real, m_text, m_gate, m_log});
+  ASSERT_EQ(builder.LoadXml("<m><Data><Attribute_List><A/></Attribute_List></Data></m>"), 0);
+  const std::string entry = "<A k='v'>" + std::string(5000, 't') + "</A>";
+  const std::string attributes = "<Attribute_List>" + entry + "</Attribute_List>";
+  const auto update = [&] { ASSERT_EQ(builder.UpdateAttributes(attributes), 0); };
+  update();
+  const long before = test::LiveAllocations();
+  for (int i = 0; i < 100; ++i) update();
+  EXPECT_LT(test::LiveAllocations() - before, 10);
+}
+
 }  // namespace
 }  // namespace tlk

@@ -1,6 +1,7 @@
 #include "xml/pugixml/PugiChildren.h"
 
 #include <cstring>
+#include <utility>
 
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"
@@ -8,19 +9,20 @@
 namespace tlk {
 
 // pugixml finds nodes of any kind by name.
-bool IsPlainElement(const pugi::xml_node& node) {
-  return node.type() == pugi::node_element && IsInNoNamespace(node);
+bool PugiChildren::IsPlain(const pugi::xml_node& child) const {
+  return child.type() == pugi::node_element && IsInNoNamespace(child, m_isParentInNone);
 }
 
 pugi::xml_node PugiChildren::Find(const pugi::xml_node& parent, std::string_view name) {
   if (!IsSame(parent, m_parent)) {
     Forget();
     m_parent = parent;
+    m_isParentInNone = IsInNoNamespace(parent);
   }
   if (m_searches < kPlainSearches) {
     ++m_searches;
     pugi::xml_node child = parent.first_child();
-    while (!IsNone(child) && !(child.name() == name && IsPlainElement(child)))
+    while (!IsNone(child) && !(child.name() == name && IsPlain(child)))
       child = child.next_sibling();
     return child;
   }
@@ -32,7 +34,7 @@ pugi::xml_node PugiChildren::Find(const pugi::xml_node& parent, std::string_view
 pugi::xml_node PugiChildren::PassUntil(std::string_view name) {
   pugi::xml_node child = IsNone(m_last) ? m_parent.first_child() : m_last.next_sibling();
   for (; !IsNone(child); child = child.next_sibling()) {
-    const bool isPlain = IsPlainElement(child);
+    const bool isPlain = IsPlain(child);
     if (isPlain) {
       const auto [known, isFirst] = m_firsts.try_emplace(child.name(), First{child});
       if (!isFirst) known->second.isRepeated = true;
@@ -43,27 +45,34 @@ pugi::xml_node PugiChildren::PassUntil(std::string_view name) {
   return {};
 }
 
-void PugiChildren::Leaves(const pugi::xml_node& child) {
-  if (IsNone(m_last) || !IsSame(child.parent(), m_parent)) return;
-  if (IsSame(child, m_last)) m_last = child.previous_sibling();
-  const First* const known = Known(child);
-  if (known == nullptr) return;
-  if (known->isRepeated) {
+void PugiChildren::Leaves(const pugi::xml_node& node) {
+  if (IsNone(m_parent)) return;
+  if (!IsSame(node.parent(), m_parent)) {
+    if (IsAtOrUnder(m_parent, node)) Forget();
+    return;
+  }
+  if (IsSame(node, m_last)) m_last = node.previous_sibling();
+  const auto known = Known(node);
+  if (known == m_firsts.end()) return;
+  if (known->second.isRepeated) {
     Forget();
   } else {
-    m_firsts.erase(child.name());
+    m_firsts.erase(known);
   }
 }
 
 void PugiChildren::TakesPlace(const pugi::xml_node& node, const pugi::xml_node& child) {
   if (IsNone(m_last) || !IsSame(child.parent(), m_parent)) return;
-  First* const known = Known(child);
-  const bool isLikeIt = IsPlainElement(node) && std::strcmp(node.name(), child.name()) == 0;
-  if (known == nullptr || !isLikeIt) {
+  const auto known = Known(child);
+  const bool isLikeIt = IsPlain(node) && std::strcmp(node.name(), child.name()) == 0;
+  if (known == m_firsts.end() || !isLikeIt) {
     Forget();
     return;
   }
-  known->child = node;
+  auto entry = m_firsts.extract(known);
+  entry.key() = node.name();
+  entry.mapped().child = node;
+  m_firsts.insert(std::move(entry));
   if (IsSame(child, m_last)) m_last = node;
 }
 
@@ -75,9 +84,10 @@ void PugiChildren::Forget() {
 }
 
 // What is remembered of a child that is the first of its name.
-PugiChildren::First* PugiChildren::Known(const pugi::xml_node& child) {
+PugiChildren::Firsts::iterator PugiChildren::Known(const pugi::xml_node& child) {
   const auto known = m_firsts.find(child.name());
-  return known != m_firsts.end() && IsSame(known->second.child, child) ? &known->second : nullptr;
+  const bool isIt = known != m_firsts.end() && IsSame(known->second.child, child);
+  return isIt ? known : m_firsts.end();
 }
 
 }  // namespace tlk

@@ -18,10 +18,10 @@ class PugiChildren {
   /// want of memory.
   [[nodiscard]] pugi::xml_node Find(const pugi::xml_node& parent, std::string_view name);
 
-  /// A child is about to leave its parent.
-  void Leaves(const pugi::xml_node& child);
+  /// A node is about to go, with what is in it.
+  void Leaves(const pugi::xml_node& node);
 
-  /// A node has been put in front of a child, which is about to leave its parent.
+  /// A node has been put in front of a child, which is about to go.
   void TakesPlace(const pugi::xml_node& node, const pugi::xml_node& child);
 
   /// Anything may have changed.
@@ -32,24 +32,24 @@ class PugiChildren {
     pugi::xml_node child;
     bool isRepeated = false;  ///< Another one of the name has been passed behind it.
   };
+  using Firsts = std::unordered_map<std::string_view, First>;
 
-  [[nodiscard]] First* Known(const pugi::xml_node& child);
+  [[nodiscard]] bool IsPlain(const pugi::xml_node& child) const;
+  [[nodiscard]] Firsts::iterator Known(const pugi::xml_node& child);
   [[nodiscard]] pugi::xml_node PassUntil(std::string_view name);
 
   /// So many searches go by without remembering anything: messages are read with fewer.
   static constexpr int kPlainSearches = 8;
 
   pugi::xml_node m_parent;
+  bool m_isParentInNone = true;  ///< Whether it is in no namespace if it has no prefix.
   int m_searches = 0;
 
   /// The last child passed; none at first.
   pugi::xml_node m_last;
 
-  /// Among those passed. The names lie in the tree, where elements and their names stay.
-  std::unordered_map<std::string_view, First> m_firsts;
+  /// Among those passed. The name of each lies in the tree, in that first one.
+  Firsts m_firsts;
 };
-
-/// Whether a node is an element in no namespace.
-[[nodiscard]] bool IsPlainElement(const pugi::xml_node& node);
 
 }  // namespace tlk

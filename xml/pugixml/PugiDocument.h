@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <memory>
 #include <pugixml.hpp>
 #include <span>
@@ -35,16 +34,17 @@ class PugiDocument : public DomDocument {
 
   DomResult LoadXml(std::string_view text, bool& loaded) override;
   DomResult ParseErrorReason(std::string& reason) override;
+  void ForgetNodes() override;
   DomResult CreateElement(std::string_view name, DomNode& element) override;
-  DomResult SetDocumentElement(DomNode element) override;
+  DomResult SetDocumentElement(DomNode& element) override;
   DomResult DocumentElement(DomNode& element) override;
-  DomResult AppendChild(DomNode parent, DomNode child) override;
+  DomResult AppendChild(DomNode parent, DomNode& child) override;
   DomResult AddElement(DomNode parent, std::string_view name,
                        std::span<const DomAttribute> attributes, DomNode& element) override;
   [[nodiscard]] bool ReadsInPlace() const override { return true; }
   DomResult ReadInto(DomNode parent, std::string_view text) override;
-  DomResult Remove(DomNode node) override;
-  DomResult Replace(DomNode node, DomNode replacement) override;
+  DomResult Remove(DomNode node, DomNode& kept) override;
+  DomResult Replace(DomNode node, DomNode replacement, DomNode& kept) override;
   DomResult FirstChild(DomNode node, DomNode& child) override;
   DomResult NextSibling(DomNode node, DomNode& sibling) override;
   DomResult BaseName(DomNode node, std::string& name) override;
@@ -62,27 +62,24 @@ class PugiDocument : public DomDocument {
   DomResult Parse(std::string_view text);
   [[nodiscard]] std::string_view ToSource(std::string_view text);
   bool TakeName(std::string_view name);
-  bool TakeAttribute(const DomAttribute& attribute);
+  bool TakeAttribute(const pugi::xml_node& element, const DomAttribute& attribute);
+  bool TakeDefault(pugi::xml_node element, std::string_view value);
+  bool TakePrefixed(const pugi::xml_node& element, std::string_view name);
   DomResult AppendAttribute(pugi::xml_node element, const DomAttribute& attribute);
   DomResult SetValue(pugi::xml_attribute attribute, std::string_view value);
-  [[nodiscard]] bool IsStray(const pugi::xml_node& node) const;
+  [[nodiscard]] bool IsOurs(const pugi::xml_node& node) const;
   [[nodiscard]] bool HasParent(const pugi::xml_node& node) const;
   [[nodiscard]] bool MayReplace(const pugi::xml_node& old, const pugi::xml_node& fresh) const;
-  [[nodiscard]] DomNode FirstSeen(pugi::xml_node node) const;
   DomResult Place(pugi::xml_node parent, const pugi::xml_node& child, const pugi::xml_node& before,
                   pugi::xml_node& placed);
-  void TakeOut(pugi::xml_node node);
-  void WriteDocument(std::string& utf8);
+  void TakeOut(const pugi::xml_node& node, DomNode& kept);
   void WriteNode(DomNode node, std::string& utf8);
 
   PugiStorePool& m_pool;
   std::unique_ptr<PugiStore> m_store;
   const char* m_parseError = "";
 
-  // pugixml has no elements that stand nowhere. They wait at the top of the tree, beside the
-  // document element, and are passed over there.
   pugi::xml_node m_root;
-  std::size_t m_strays = 0;
 };
 
 }  // namespace tlk

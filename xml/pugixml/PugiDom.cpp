@@ -1,13 +1,11 @@
 #include "xml/pugixml/PugiDom.h"
 
-#include <new>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "xml/Contained.h"
-#include "xml/pugixml/PugiCopy.h"
 #include "xml/pugixml/PugiDocument.h"
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"
@@ -22,6 +20,18 @@ bool IsBlankText(const pugi::xml_node& node) {
   return std::string_view(node.value()).find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
+// The node, or the next one behind it that is to be seen: no blanks between elements.
+DomNode FirstSeen(pugi::xml_node node) {
+  while (IsBlankText(node)) node = node.next_sibling();
+  return HandleOf(node);
+}
+
+// The topmost element above or at a node.
+pugi::xml_node Top(pugi::xml_node node) {
+  while (node.parent().type() == pugi::node_element) node = node.parent();
+  return node;
+}
+
 }  // namespace
 
 DomResult PugiDocument::LoadXml(std::string_view text, bool& loaded) {
@@ -34,10 +44,13 @@ DomResult PugiDocument::LoadXml(std::string_view text, bool& loaded) {
 }
 
 void PugiDocument::Clear() {
-  Tree().reset();
-  m_store->children.Forget();
+  m_store->Clear();
   m_root = {};
-  m_strays = 0;
+}
+
+void PugiDocument::ForgetNodes() {
+  if (!IsNone(m_store->kept.first_child())) m_store->kept.reset();
+  m_store->declarations.Forget();
 }
 
 // Plain success, or nothing for a text that cannot be parsed.
@@ -65,25 +78,13 @@ DomResult PugiDocument::DocumentElement(DomNode& element) {
   return element != nullptr ? kDomOk : kDomNothing;
 }
 
-bool PugiDocument::IsStray(const pugi::xml_node& node) const {
-  return IsSame(node.parent(), Tree()) && !IsSame(node, m_root) &&
-         node.type() == pugi::node_element;
-}
-
-// The node, or the next one behind it that is to be seen: no stray, nor blanks between elements.
-DomNode PugiDocument::FirstSeen(pugi::xml_node node) const {
-  while (IsStray(node) || IsBlankText(node)) node = node.next_sibling();
-  return HandleOf(node);
-}
-
 DomResult PugiDocument::FirstChild(DomNode node, DomNode& child) {
   child = FirstSeen(NodeOf(node).first_child());
   return child != nullptr ? kDomOk : kDomNothing;
 }
 
 DomResult PugiDocument::NextSibling(DomNode node, DomNode& sibling) {
-  const pugi::xml_node before = NodeOf(node);
-  sibling = IsStray(before) ? nullptr : FirstSeen(before.next_sibling());
+  sibling = FirstSeen(NodeOf(node).next_sibling());
   return sibling != nullptr ? kDomOk : kDomNothing;
 }
 
@@ -99,7 +100,7 @@ DomResult PugiDocument::BaseName(DomNode node, std::string& name) {
 
 DomResult PugiDocument::AsElement(DomNode node, DomNode& element) {
   element = HandleOf(ElementOf(node));
-  return element != nullptr ? kDomOk : kDomNothing;
+  return element != nullptr ? kDomOk : kDomNoInterface;
 }
 
 DomResult PugiDocument::Attribute(DomNode element, std::string_view name, std::string& value) {
@@ -107,7 +108,9 @@ DomResult PugiDocument::Attribute(DomNode element, std::string_view name, std::s
   if (!owner) return kDomBadArgument;
   return Contained([&] {
     m_store->text.ToTreeValue(name, m_store->name);
-    const pugi::xml_attribute attribute = owner.attribute(m_store->name.c_str());
+    pugi::xml_attribute attribute;
+    if (m_store->name == kDefaultDeclaration) attribute = owner.attribute(kShownDeclaration);
+    if (!attribute) attribute = owner.attribute(m_store->name.c_str());
     if (!attribute) return kDomNothing;
     m_store->text.FromTree(attribute.value(), value);
     return kDomOk;
@@ -116,12 +119,13 @@ DomResult PugiDocument::Attribute(DomNode element, std::string_view name, std::s
 
 DomResult PugiDocument::SelectNode(DomNode context, std::string_view path, DomNode& node) {
   node = nullptr;
-  const PathStart start = {context == nullptr ? Tree() : NodeOf(context), m_root};
+  PathStart start = {context == nullptr ? Tree() : NodeOf(context), m_root};
   if (!start.context) return kDomBadArgument;
+  if (!IsSame(start.context.root(), Tree())) start.root = Top(start.context);
   return Contained([&] {
     pugi::xpath_node found;
-    const DomResult result = m_store->paths.Select(start, m_store->text.InTree(path, m_store->name),
-                                                   m_strays > 0, found);
+    const DomResult result =
+        m_store->paths.Select(start, m_store->text.InTree(path, m_store->name), found);
     if (result == kDomOk)
       node = found.attribute() ? HandleOf(found.attribute()) : HandleOf(found.node());
     return result;
@@ -146,33 +150,19 @@ DomResult PugiDocument::Text(DomNode node, std::string& text) {
 DomResult PugiDocument::Xml(DomNode node, std::string& xml) {
   return Contained([&] {
     m_store->value.clear();
-    if (node == nullptr || NodeOf(node) == Tree()) {
-      WriteDocument(m_store->value);
-    } else {
-      WriteNode(node, m_store->value);
-    }
+    WriteNode(node == nullptr ? HandleOf(Tree()) : node, m_store->value);
     m_store->text.TakeFromTree(m_store->value, xml);
     return kDomOk;
   });
 }
 
-void PugiDocument::WriteDocument(std::string& utf8) {
-  for (pugi::xml_node node = Tree().first_child(); !IsNone(node); node = node.next_sibling())
-    if (IsSame(node, m_root) || node.type() != pugi::node_element) AppendXml(node, utf8);
-}
-
 void PugiDocument::WriteNode(DomNode node, std::string& utf8) {
-  const pugi::xml_node element = ElementOf(node);
   if (IsAttribute(node)) {
     AppendXml(AttributeOf(node), utf8);
-  } else if (element && InheritsDeclarations(element)) {
-    pugi::xml_document alone;
-    const pugi::xml_node copy = alone.append_copy(element);
-    if (!IsWholeCopy(element, copy)) throw std::bad_alloc();
-    KeepDeclarations(element.parent(), copy);
-    AppendXml(copy, utf8);
+  } else if (const pugi::xml_node element = ElementOf(node)) {
+    AppendXml(element, utf8, InheritedDeclarations(element), m_store->source.size());
   } else {
-    AppendXml(NodeOf(node), utf8, m_store->source.size());
+    AppendXml(NodeOf(node), utf8, {}, m_store->source.size());
   }
 }
 

@@ -1,10 +1,12 @@
+#include <cstring>
+#include <new>
 #include <pugixml.hpp>
+#include <string>
 #include <string_view>
 
 #include "platform/Ascii.h"
 #include "xml/Contained.h"
-#include "xml/GateNamespaces.h"
-#include "xml/pugixml/PugiCopy.h"
+#include "xml/XmlCharacters.h"
 #include "xml/pugixml/PugiDocument.h"
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"
@@ -13,12 +15,25 @@
 namespace tlk {
 namespace {
 
+// From the inside out, for pugixml calls itself for each level.
+void RemoveTree(const pugi::xml_node& top) {
+  pugi::xml_node node = top;
+  for (bool isDone = false; !isDone;) {
+    while (!IsNone(node.first_child())) node = node.first_child();
+    isDone = IsSame(node, top);
+    pugi::xml_node parent = node.parent();
+    parent.remove_child(node);
+    node = parent;
+  }
+}
+
 // Removes what stands behind a child, or all there is behind none, but for one node.
-void RemoveBehind(pugi::xml_node parent, const pugi::xml_node& child, const pugi::xml_node& kept) {
+void RemoveBehind(const pugi::xml_node& parent, const pugi::xml_node& child,
+                  const pugi::xml_node& left) {
   pugi::xml_node node = IsNone(child) ? parent.first_child() : child.next_sibling();
   while (!IsNone(node)) {
     const pugi::xml_node next = node.next_sibling();
-    if (!IsSame(node, kept)) parent.remove_child(node);
+    if (!IsSame(node, left)) RemoveTree(node);
     node = next;
   }
 }
@@ -28,6 +43,46 @@ pugi::xml_node FirstElementFrom(pugi::xml_node node) {
   return node;
 }
 
+template <typename Part>
+bool HasSameTexts(const Part& one, const Part& other) {
+  return std::strcmp(one.name(), other.name()) == 0 && std::strcmp(one.value(), other.value()) == 0;
+}
+
+bool IsSameAlone(const pugi::xml_node& one, const pugi::xml_node& other) {
+  if (one.type() != other.type() || !HasSameTexts(one, other)) return false;
+  pugi::xml_attribute copy = other.first_attribute();
+  for (const pugi::xml_attribute& attribute : one.attributes()) {
+    if (IsNone(copy) || !HasSameTexts(attribute, copy)) return false;
+    copy = copy.next_attribute();
+  }
+  return true;
+}
+
+// Whether a copy holds all that a node holds: what pugixml had no memory for, it leaves out without
+// a word. `kept`, if it is among that, becomes its copy. Both trees are walked side by side, and
+// not by recursion: they may be deep.
+bool IsWholeCopy(const pugi::xml_node& node, const pugi::xml_node& copy, DomNode& kept) {
+  const DomNode sought = kept;
+  pugi::xml_node here = node;
+  pugi::xml_node there = copy;
+  while (IsSameAlone(here, there)) {
+    if (HandleOf(here) == sought) kept = HandleOf(there);
+    if (!IsNone(here.first_child())) {
+      here = here.first_child();
+      there = there.first_child();
+      continue;
+    }
+    while (!IsSame(here, node) && IsNone(here.next_sibling())) {
+      here = here.parent();
+      there = there.parent();
+    }
+    if (IsSame(here, node)) return true;
+    here = here.next_sibling();
+    there = there.next_sibling();
+  }
+  return false;
+}
+
 }  // namespace
 
 // Takes a name over into the scratch space; false for what cannot be a name.
@@ -35,80 +90,114 @@ bool PugiDocument::TakeName(std::string_view name) {
   return m_store->text.NameInTree(name, m_store->name);
 }
 
-// The same for an attribute; false also for a declaration that no element may have.
-bool PugiDocument::TakeAttribute(const DomAttribute& attribute) {
-  if (!TakeName(attribute.name)) return false;
-  return std::string_view(m_store->name) != "xmlns" || !IsReservedNamespace(attribute.value);
+// The same for an attribute of an element; false also for one that it cannot have.
+bool PugiDocument::TakeAttribute(const pugi::xml_node& element, const DomAttribute& attribute) {
+  const std::string_view name = attribute.name;
+  if (name.find(':') < name.find('\0')) return TakePrefixed(element, name);
+  if (!TakeName(name)) return false;
+  return m_store->name != kDefaultDeclaration || TakeDefault(element, attribute.value);
+}
+
+// Finds out under which name a default declaration is set: as one, or only shown as one.
+bool PugiDocument::TakeDefault(pugi::xml_node element, std::string_view value) {
+  if (IsReservedNamespace(value)) return false;
+  pugi::xml_attribute own = element.attribute(kDefaultDeclaration);
+  const std::string outer = NamespaceAt(element.parent(), kDefaultDeclaration);
+  const std::string_view settled = IsNone(own) ? std::string_view(outer) : own.value();
+  std::string scratch;
+  const bool isSettled = settled == m_store->text.ValueInTree(value, scratch);
+  if (!IsNone(own)) {
+    if (isSettled) return true;
+    if (settled != outer) return false;
+    if (!own.set_name(kShownDeclaration)) throw std::bad_alloc();
+  }
+  const bool isShown = !IsNone(element.attribute(kShownDeclaration));
+  if (isShown || !isSettled) m_store->name = kShownDeclaration;
+  return true;
+}
+
+bool PugiDocument::TakePrefixed(const pugi::xml_node& element, std::string_view name) {
+  const std::string_view prefix = name.substr(0, name.find(':'));
+  const std::string_view local = name.substr(prefix.size() + 1);
+  if (!TakeName(local)) return false;
+  const std::string localName = m_store->name;
+  if (!TakeName(prefix)) return false;
+  const std::string declaration = std::string("xmlns:").append(m_store->name);
+  if (m_store->name != "xml" && *NamespaceAt(element, declaration.c_str()) == '\0') return false;
+  m_store->name.append(":").append(localName);
+  return true;
 }
 
 DomResult PugiDocument::CreateElement(std::string_view name, DomNode& element) {
   element = nullptr;
   return Contained([&] {
     if (!TakeName(name)) return kDomBadArgument;
-    const pugi::xml_node made = Tree().append_child(m_store->name.c_str());
-    if (IsNone(made)) return kDomOutOfMemory;
-    ++m_strays;
-    element = HandleOf(made);
-    return kDomOk;
+    element = HandleOf(m_store->unplaced.append_child(m_store->name.c_str()));
+    return element != nullptr ? kDomOk : kDomOutOfMemory;
   });
 }
 
-// Elsewhere than under the document element, an element is made first and then placed.
 DomResult PugiDocument::AddElement(DomNode parent, std::string_view name,
                                    std::span<const DomAttribute> attributes, DomNode& element) {
-  if (parent != HandleOf(m_root)) return DomDocument::AddElement(parent, name, attributes, element);
   element = nullptr;
+  pugi::xml_node place = parent == nullptr ? Tree() : ElementOf(parent);
+  const bool isRoot = parent == nullptr;
+  if (IsNone(place) || (isRoot && !IsNone(m_root))) return kDomBadArgument;
   const DomResult result = Contained([&] {
     if (!TakeName(name)) return kDomBadArgument;
-    pugi::xml_node place = parent == nullptr ? Tree() : m_root;
     element = HandleOf(place.append_child(m_store->name.c_str()));
     return element != nullptr ? kDomOk : kDomOutOfMemory;
   });
   if (result != kDomOk) return result;
-  if (parent == nullptr) m_root = NodeOf(element);
+  if (isRoot) m_root = NodeOf(element);
   DomResult appended = kDomOk;
   for (const DomAttribute& attribute : attributes)
     if (AppendAttribute(NodeOf(element), attribute) == kDomOutOfMemory) appended = kDomOutOfMemory;
-  if (parent == nullptr || appended != kDomOk) return appended;
+  if (isRoot || appended != kDomOk) return appended;
   return Contained([&] {
     KeepInNoNamespace(NodeOf(element));
     return kDomOk;
   });
 }
 
+// To an element that is being made, in no namespace.
 DomResult PugiDocument::AppendAttribute(pugi::xml_node element, const DomAttribute& attribute) {
   return Contained([&] {
-    if (!TakeAttribute(attribute)) return kDomBadArgument;
+    const std::string_view name = attribute.name;
+    const bool isDefault = name == kDefaultDeclaration;
+    const bool isSettled = attribute.value.empty();
+    if (isDefault ? IsReservedNamespace(attribute.value) : !TakeAttribute(element, attribute))
+      return kDomBadArgument;
+    if (isDefault) m_store->name = isSettled ? kDefaultDeclaration : kShownDeclaration;
     return SetValue(element.append_attribute(m_store->name.c_str()), attribute.value);
   });
 }
 
-DomResult PugiDocument::SetDocumentElement(DomNode element) {
+DomResult PugiDocument::SetDocumentElement(DomNode& element) {
   const pugi::xml_node child = ElementOf(element);
-  if (IsNone(child)) return kDomBadArgument;
-  if (IsSame(child, m_root)) return kDomOk;
+  if (IsNone(child) || !IsNone(m_root)) return kDomBadArgument;
   return Contained([&] {
-    const bool replaces = !IsNone(m_root);
-    pugi::xml_node placed;
-    const DomResult result = Place(Tree(), child, {}, placed);
-    if (result != kDomOk) return result;
-    m_root = placed;
-    if (replaces) ++m_strays;
+    const DomResult result = Place(Tree(), child, {}, m_root);
+    element = HandleOf(m_root);
     return result;
   });
 }
 
-DomResult PugiDocument::AppendChild(DomNode parent, DomNode child) {
+DomResult PugiDocument::AppendChild(DomNode parent, DomNode& child) {
   const pugi::xml_node element = ElementOf(parent);
   const pugi::xml_node added = NodeOf(child);
-  if (IsNone(element) || IsNone(added) || !IsSame(element.root(), Tree())) return kDomBadArgument;
-  pugi::xml_node placed;
-  return Contained([&] { return Place(element, added, {}, placed); });
+  if (IsNone(element) || IsNone(added) || !IsOurs(element)) return kDomBadArgument;
+  return Contained([&] {
+    pugi::xml_node placed;
+    const DomResult result = Place(element, added, {}, placed);
+    if (result == kDomOk) child = HandleOf(placed);
+    return result;
+  });
 }
 
 DomResult PugiDocument::ReadInto(DomNode parent, std::string_view text) {
   pugi::xml_node place = ElementOf(parent);
-  if (IsNone(place) || !IsSame(place.root(), Tree())) return kDomBadArgument;
+  if (IsNone(place) || !IsOurs(place)) return kDomBadArgument;
   return Contained([&] {
     const pugi::xml_node last = place.last_child();
     const std::string_view source = ToSource(text);
@@ -135,58 +224,63 @@ std::string_view PugiDocument::ToSource(std::string_view text) {
   return m_store->value;
 }
 
-// Whether a node of this document, or of one of its strays, stands under another.
-bool PugiDocument::HasParent(const pugi::xml_node& node) const {
-  return node && node.root() == Tree() && node.parent() && !IsStray(node);
+bool PugiDocument::IsOurs(const pugi::xml_node& node) const {
+  const pugi::xml_node root = node.root();
+  return IsSame(root, Tree()) || IsSame(root, m_store->unplaced) || IsSame(root, m_store->kept);
 }
 
-// Moves a node of this tree, or copies one of another, to its place under `parent`: in front of
-// `before`, or at the end.
+// Whether a node stands under another, or at the top of the document.
+bool PugiDocument::HasParent(const pugi::xml_node& node) const {
+  const pugi::xml_node parent = node.parent();
+  return IsOurs(node) && (parent.type() == pugi::node_element || IsSame(parent, Tree()));
+}
+
+// Brings a node to its place under `parent`: in front of `before`, or at the end. pugixml moves no
+// node from one tree to another, so it is copied.
 DomResult PugiDocument::Place(pugi::xml_node parent, const pugi::xml_node& child,
                               const pugi::xml_node& before, pugi::xml_node& placed) {
   const pugi::xml_node scope = child.parent();
-  const bool wasRoot = IsSame(child, m_root);
-  const bool wasStray = !wasRoot && IsSame(scope, Tree()) && child.type() == pugi::node_element;
-  if (wasStray || IsSame(child.root(), Tree())) {
-    m_store->children.Leaves(child);
-    placed = IsNone(before) ? parent.append_move(child) : parent.insert_move_before(child, before);
-  } else {
-    placed = IsNone(before) ? parent.append_copy(child) : parent.insert_copy_before(child, before);
+  const bool wasUnplaced = IsSame(scope, m_store->unplaced);
+  if (!wasUnplaced && IsOurs(child)) return kDomBadArgument;
+  const pugi::xml_node copy =
+      IsNone(before) ? parent.append_copy(child) : parent.insert_copy_before(child, before);
+  if (IsNone(copy)) return kDomBadArgument;
+  const DomResult result = Contained([&] {
+    DomNode kept = nullptr;
+    if (!IsWholeCopy(child, copy, kept)) return kDomOutOfMemory;
+    if (copy.type() == pugi::node_element) m_store->declarations.Keep(scope, copy);
+    return kDomOk;
+  });
+  if (result != kDomOk) {
+    RemoveTree(copy);
+    return result;
   }
-  if (IsNone(placed)) return kDomFailed;
-  if (!IsSame(placed, child) && !IsWholeCopy(child, placed)) {
-    parent.remove_child(placed);
-    return kDomOutOfMemory;
-  }
-  if (wasRoot) m_root = {};
-  if (wasStray) {
-    --m_strays;
-    KeepInNoNamespace(placed);
-  } else if (placed.type() == pugi::node_element) {
-    KeepDeclarations(scope, placed);
-  }
+  placed = copy;
+  if (wasUnplaced) RemoveTree(child);
   return kDomOk;
 }
 
-// Takes a node from its parent. An element stays, as a stray.
-void PugiDocument::TakeOut(pugi::xml_node node) {
+// Removes a node. If `kept` is in it, a copy is kept, and `kept` is the node in there.
+void PugiDocument::TakeOut(const pugi::xml_node& node, DomNode& kept) {
   m_store->children.Leaves(node);
-  pugi::xml_node parent = node.parent();
-  if (node.type() != pugi::node_element) {
-    parent.remove_child(node);
-    return;
+  m_store->declarations.Leaves(node);
+  if (IsAtOrUnder(NodeOf(kept), node)) {
+    pugi::xml_document& tree = m_store->kept;
+    const pugi::xml_node before = tree.first_child();
+    const pugi::xml_node copy = tree.append_copy(node);
+    if (IsNone(copy) || !IsWholeCopy(node, copy, kept)) throw std::bad_alloc();
+    if (!IsNone(before) && !IsAtOrUnder(node, before)) RemoveTree(before);
+    m_store->declarations.Keep(node.parent(), copy);
   }
-  if (node == m_root) m_root = {};
-  Tree().append_move(node);
-  ++m_strays;
-  KeepDeclarations(parent, node);
+  if (IsSame(node, m_root)) m_root = {};
+  RemoveTree(node);
 }
 
-DomResult PugiDocument::Remove(DomNode node) {
+DomResult PugiDocument::Remove(DomNode node, DomNode& kept) {
   const pugi::xml_node removed = NodeOf(node);
   if (!HasParent(removed)) return kDomBadArgument;
   return Contained([&] {
-    TakeOut(removed);
+    TakeOut(removed, kept);
     return kDomOk;
   });
 }
@@ -194,22 +288,22 @@ DomResult PugiDocument::Remove(DomNode node) {
 // At the top of a document stand comments, processing instructions and one element.
 bool PugiDocument::MayReplace(const pugi::xml_node& old, const pugi::xml_node& fresh) const {
   if (old.parent() != Tree()) return true;
-  if (fresh.type() == pugi::node_element) return !m_root || old == m_root || fresh == m_root;
+  if (fresh.type() == pugi::node_element) return IsNone(m_root) || IsSame(old, m_root);
   return fresh.type() == pugi::node_comment || fresh.type() == pugi::node_pi;
 }
 
-DomResult PugiDocument::Replace(DomNode node, DomNode replacement) {
+DomResult PugiDocument::Replace(DomNode node, DomNode replacement, DomNode& kept) {
   const pugi::xml_node old = NodeOf(node);
   const pugi::xml_node fresh = NodeOf(replacement);
-  if (!HasParent(old) || !fresh || old == fresh || !MayReplace(old, fresh)) return kDomBadArgument;
+  if (!HasParent(old) || IsNone(fresh) || !MayReplace(old, fresh)) return kDomBadArgument;
   return Contained([&] {
-    const bool atTop = old.parent() == Tree();
+    const bool isAtTop = IsSame(old.parent(), Tree());
     pugi::xml_node placed;
     const DomResult result = Place(old.parent(), fresh, old, placed);
     if (result != kDomOk) return result;
     m_store->children.TakesPlace(placed, old);
-    TakeOut(old);
-    if (atTop && placed.type() == pugi::node_element) m_root = placed;
+    TakeOut(old, kept);
+    if (isAtTop && placed.type() == pugi::node_element) m_root = placed;
     return result;
   });
 }
@@ -219,8 +313,7 @@ DomResult PugiDocument::SetAttribute(DomNode element, std::string_view name,
   pugi::xml_node owner = ElementOf(element);
   if (IsNone(owner)) return kDomBadArgument;
   return Contained([&] {
-    if (!TakeAttribute({name, value})) return kDomBadArgument;
-    if (std::string_view(m_store->name) == "xmlns") m_store->children.Forget();
+    if (!TakeAttribute(owner, {name, value})) return kDomBadArgument;
     pugi::xml_attribute attribute = owner.attribute(m_store->name.c_str());
     if (IsNone(attribute)) attribute = owner.append_attribute(m_store->name.c_str());
     return SetValue(attribute, value);
@@ -245,7 +338,8 @@ DomResult PugiDocument::SetText(DomNode element, std::string_view text) {
         return kDomOutOfMemory;
       }
     }
-    while (owner.first_child() != fresh) TakeOut(owner.first_child());
+    DomNode none = nullptr;
+    while (!IsSame(owner.first_child(), fresh)) TakeOut(owner.first_child(), none);
     return kDomOk;
   });
 }

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <memory_resource>
 #include <new>
-#include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "xml/pugixml/PugiNode.h"
@@ -13,31 +13,65 @@
 namespace tlk {
 namespace {
 
-constexpr const char* kDefault = "xmlns";
-
 constexpr std::size_t kDefaultLength = 5;
 
 bool IsDeclaration(const pugi::xml_attribute& attribute) {
   const char* const name = attribute.name();
-  if (*name != *kDefault || std::strncmp(name, kDefault, kDefaultLength) != 0) return false;
+  if (*name != *kDefaultDeclaration || std::strncmp(name, kDefaultDeclaration, kDefaultLength) != 0)
+    return false;
   return name[kDefaultLength] == '\0' || name[kDefaultLength] == ':';
 }
 
-// Visits the declarations made at a place and above it, from the inside out, until the visitor says
-// that it has seen enough; tells whether it has.
 template <typename Visitor>
-bool VisitDeclarations(pugi::xml_node place, Visitor hasEnough) {
-  for (; !IsNone(place); place = place.parent()) {
-    for (pugi::xml_attribute attribute = place.first_attribute(); !IsNone(attribute);
-         attribute = attribute.next_attribute()) {
-      if (IsDeclaration(attribute) && hasEnough(attribute)) return true;
-    }
-  }
-  return false;
+void VisitDeclarations(const pugi::xml_node& element, Visitor visit) {
+  for (pugi::xml_attribute attribute = element.first_attribute(); !IsNone(attribute);
+       attribute = attribute.next_attribute())
+    if (IsDeclaration(attribute)) visit(attribute.name(), attribute.value());
 }
 
-// The namespace that a declaration of that name gives a place; empty when there is none.
-const char* InScope(pugi::xml_node place, const char* declaration) {
+// Some declarations by their names, of which an inner one hides those further out. The usual few
+// need no memory, and a thousand no search for each.
+class Scope {
+ public:
+  void AddFrom(const pugi::xml_node& element) {
+    VisitDeclarations(element, [&](const char* name, const char* value) {
+      if (m_known.try_emplace(name, value).second) m_inOrder.emplace_back(name, value);
+    });
+  }
+
+  void AddFromAndAbove(pugi::xml_node place) {
+    for (; !IsNone(place); place = place.parent()) AddFrom(place);
+  }
+
+  [[nodiscard]] const char* Namespace(const char* name) const {
+    const auto known = m_known.find(name);
+    return known == m_known.end() ? "" : known->second;
+  }
+
+  [[nodiscard]] bool Declares(const char* name) const { return m_known.contains(name); }
+
+  [[nodiscard]] const auto& InOrder() const { return m_inOrder; }
+
+ private:
+  std::array<std::byte, 2048> m_buffer;
+  std::pmr::monotonic_buffer_resource m_memory{m_buffer.data(), m_buffer.size()};
+  std::pmr::unordered_map<std::string_view, const char*> m_known{&m_memory};
+  std::pmr::vector<std::pair<const char*, const char*>> m_inOrder{&m_memory};
+};
+
+// Adds to an element those declarations that it does not have itself.
+void Declare(pugi::xml_node element, const Declarations& declarations) {
+  if (declarations.empty()) return;
+  std::unordered_set<std::string_view> own;
+  VisitDeclarations(element, [&](const char* name, const char*) { own.insert(name); });
+  for (const auto& [name, value] : declarations)
+    if (!own.contains(name) && !element.append_attribute(name).set_value(value))
+      throw std::bad_alloc();
+}
+
+}  // namespace
+
+const char* NamespaceAt(pugi::xml_node place, const char* declaration) {
   for (; !IsNone(place); place = place.parent()) {
     const pugi::xml_attribute found = place.attribute(declaration);
     if (!IsNone(found)) return found.value();
@@ -45,44 +79,57 @@ const char* InScope(pugi::xml_node place, const char* declaration) {
   return "";
 }
 
-// For an element that does not have the declaration itself.
-void Declare(pugi::xml_node element, const char* declaration, const char* name) {
-  if (std::strcmp(InScope(element.parent(), declaration), name) == 0) return;
-  if (!element.append_attribute(declaration).set_value(name)) throw std::bad_alloc();
+bool IsInNoNamespace(const pugi::xml_node& element) {
+  return *NamespaceAt(element, kDefaultDeclaration) == '\0';
 }
 
-}  // namespace
+bool IsInNoNamespace(const pugi::xml_node& element, bool around) {
+  const pugi::xml_attribute own = element.attribute(kDefaultDeclaration);
+  return IsNone(own) ? around : *own.value() == '\0';
+}
 
-bool IsInNoNamespace(const pugi::xml_node& element) { return *InScope(element, kDefault) == '\0'; }
-
-bool InheritsDeclarations(const pugi::xml_node& element) {
-  const pugi::xml_node scope = element.parent();
-  return VisitDeclarations(scope, [&](const pugi::xml_attribute& declaration) {
-    // One that is empty takes nothing away from those within, which have been visited.
-    return *declaration.value() != '\0' && *InScope(scope, declaration.name()) != '\0';
-  });
+Declarations InheritedDeclarations(const pugi::xml_node& element) {
+  Scope scope;
+  scope.AddFrom(element);
+  const std::size_t own = scope.InOrder().size();
+  scope.AddFromAndAbove(element.parent());
+  Declarations inherited;
+  for (std::size_t i = own; i < scope.InOrder().size(); ++i)
+    if (*scope.InOrder()[i].second != '\0') inherited.push_back(scope.InOrder()[i]);
+  return inherited;
 }
 
 void KeepInNoNamespace(const pugi::xml_node& element) {
-  if (!IsInNoNamespace(element.parent()) && IsNone(element.attribute(kDefault)))
-    Declare(element, kDefault, "");
+  if (IsInNoNamespace(element)) return;
+  // It would be written beside the one that it needs.
+  pugi::xml_node(element).remove_attribute(kShownDeclaration);
+  Declare(element, {{kDefaultDeclaration, ""}});
 }
 
-// Each declaration is looked at once, for a message may have a thousand. The usual few need no
-// memory.
-void KeepDeclarations(const pugi::xml_node& scope, pugi::xml_node element) {
-  std::array<std::byte, 2048> buffer;
-  std::pmr::monotonic_buffer_resource memory(buffer.data(), buffer.size());
-  std::pmr::unordered_set<std::string_view> settled(&memory);
-  for (pugi::xml_attribute attribute = element.first_attribute(); !IsNone(attribute);
-       attribute = attribute.next_attribute())
-    if (IsDeclaration(attribute)) settled.insert(attribute.name());
-  VisitDeclarations(scope, [&](const pugi::xml_attribute& declaration) {
-    if (settled.insert(declaration.name()).second)
-      Declare(element, declaration.name(), declaration.value());
-    return false;
-  });
-  if (settled.insert(kDefault).second) Declare(element, kDefault, "");
+void DeclarationKeeper::Keep(const pugi::xml_node& scope, pugi::xml_node copy) {
+  if (!IsSame(scope, m_scope) || !IsSame(copy.parent(), m_place)) Compare(scope, copy.parent());
+  Declare(copy, m_missing);
+}
+
+void DeclarationKeeper::Compare(const pugi::xml_node& scope, const pugi::xml_node& place) {
+  Forget();
+  m_missing.clear();
+  Scope from;
+  Scope to;
+  from.AddFromAndAbove(scope);
+  to.AddFromAndAbove(place);
+  for (const auto& declaration : from.InOrder())
+    if (std::strcmp(declaration.second, to.Namespace(declaration.first)) != 0)
+      m_missing.push_back(declaration);
+  const bool isInDefault = *to.Namespace(kDefaultDeclaration) != '\0';
+  if (isInDefault && !from.Declares(kDefaultDeclaration))
+    m_missing.emplace_back(kDefaultDeclaration, "");
+  m_scope = scope;
+  m_place = place;
+}
+
+void DeclarationKeeper::Leaves(const pugi::xml_node& node) {
+  if (IsAtOrUnder(m_place, node)) Forget();
 }
 
 }  // namespace tlk

@@ -57,4 +57,10 @@ static_assert(std::is_trivially_copyable_v<pugi::xml_attribute>);
       reinterpret_cast<pugi::xml_attribute_struct*>(reinterpret_cast<char*>(handle) - 1));
 }
 
+/// Whether a node is another one or stands under it.
+[[nodiscard]] inline bool IsAtOrUnder(pugi::xml_node node, const pugi::xml_node& top) {
+  while (!IsNone(node) && !IsSame(node, top)) node = node.parent();
+  return !IsNone(node);
+}
+
 }  // namespace tlk

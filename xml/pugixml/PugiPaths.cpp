@@ -5,6 +5,7 @@
 
 #include "xml/PathNames.h"
 #include "xml/pugixml/PugiChildren.h"
+#include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"
 #include "xml/pugixml/PugiText.h"
 
@@ -15,46 +16,45 @@ constexpr std::string_view kAnywhere = "//";
 
 bool IsNamed(const pugi::xml_node& node, std::string_view name) {
   const char* const own = node.name();
-  return *own == name.front() && own == name && IsPlainElement(node);
+  return *own == name.front() && own == name && node.type() == pugi::node_element;
 }
 
-// The node behind `node` in document order, within the tree under `root`.
-pugi::xml_node Next(pugi::xml_node node, const pugi::xml_node& root) {
+// The node behind `node` in document order, within the tree under `root`; each node that nothing
+// more follows in is left.
+template <typename Leave>
+pugi::xml_node Next(pugi::xml_node node, const pugi::xml_node& root, Leave leave) {
   if (const pugi::xml_node child = node.first_child(); !IsNone(child)) return child;
-  for (; !IsSame(node, root); node = node.parent())
+  for (;; node = node.parent()) {
+    leave(node);
+    if (IsSame(node, root)) return {};
     if (const pugi::xml_node sibling = node.next_sibling(); !IsNone(sibling)) return sibling;
+  }
+}
+
+// The same for who looks for elements in no namespace among others of their name. It does not look
+// upwards from each: there may be many, in the scope of many declarations.
+pugi::xml_node AnywhereInNone(const pugi::xml_node& root, std::string_view name) {
+  std::vector<pugi::xml_node> changes;  // those around the node that change whether it is in none
+  const auto isInNone = [&changes] { return changes.size() % 2 == 0; };
+  const auto leave = [&changes](const pugi::xml_node& node) {
+    if (!changes.empty() && IsSame(changes.back(), node)) changes.pop_back();
+  };
+  for (pugi::xml_node node = root; !IsNone(node); node = Next(node, root, leave)) {
+    if (IsInNoNamespace(node, isInNone()) != isInNone()) changes.push_back(node);
+    if (isInNone() && IsNamed(node, name)) return node;
+  }
   return {};
 }
 
 pugi::xml_node Anywhere(const pugi::xml_node& root, std::string_view name) {
-  for (pugi::xml_node node = root; !IsNone(node); node = Next(node, root))
-    if (IsNamed(node, name)) return node;
-  return {};
-}
-
-// The topmost node above or at `node`, or the document when that is the node.
-pugi::xml_node Top(pugi::xml_node node) {
-  while (node.parent() && node.parent().type() != pugi::node_document) node = node.parent();
-  return node;
-}
-
-bool IsUnder(const pugi::xpath_node& found, const pugi::xml_node& top) {
-  const pugi::xml_node own = Top(found.node() ? found.node() : found.parent());
-  return own == top || own.type() != pugi::node_element;
-}
-
-pugi::xpath_node FirstUnder(pugi::xpath_node_set found, const PathStart& start) {
-  const bool fromTop = start.context.type() == pugi::node_document;
-  const pugi::xml_node top = fromTop ? start.root : Top(start.context);
-  found.sort();
-  const auto* const first = std::find_if(
-      found.begin(), found.end(), [&](const pugi::xpath_node& node) { return IsUnder(node, top); });
-  return first == found.end() ? pugi::xpath_node() : *first;
+  pugi::xml_node node = root;
+  while (!IsNone(node) && !IsNamed(node, name)) node = Next(node, root, [](const auto&) {});
+  return IsNone(node) || IsInNoNamespace(node) ? node : AnywhereInNone(root, name);
 }
 
 }  // namespace
 
-DomResult PugiPaths::Select(const PathStart& start, std::string_view path, bool strays,
+DomResult PugiPaths::Select(const PathStart& start, std::string_view path,
                             pugi::xpath_node& found) {
   if (path.size() > kMaxPathLength) return kDomFailed;
   // Nearly every path is nothing but a plain name, behind "//" or not, and needs no XPath.
@@ -65,15 +65,15 @@ DomResult PugiPaths::Select(const PathStart& start, std::string_view path, bool 
   } else {
     const pugi::xpath_query* const query = Compile(path);
     if (query == nullptr || query->return_type() != pugi::xpath_type_node_set) return kDomFailed;
-    found = strays ? FirstUnder(query->evaluate_node_set(start.context), start)
-                   : query->evaluate_node(start.context);
+    found = query->evaluate_node(start.context);
   }
   return found ? kDomOk : kDomNothing;
 }
 
 pugi::xml_node PugiPaths::Child(const PathStart& start, std::string_view name) {
   if (start.context.type() != pugi::node_document) return m_children.Find(start.context, name);
-  return IsNamed(start.root, name) ? start.root : pugi::xml_node();
+  const bool isIt = IsNamed(start.root, name) && IsInNoNamespace(start.root);
+  return isIt ? start.root : pugi::xml_node();
 }
 
 const pugi::xpath_query* PugiPaths::Compile(std::string_view path) {

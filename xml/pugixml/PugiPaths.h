@@ -13,7 +13,7 @@ namespace tlk {
 
 class PugiChildren;
 
-/// Where a path starts: a node, and the document element of its document, which may be empty.
+/// Where a path starts: a node, and the root element above it, which may be empty.
 struct PathStart {
   pugi::xml_node context;
   pugi::xml_node root;
@@ -24,10 +24,8 @@ class PugiPaths {
  public:
   explicit PugiPaths(PugiChildren& children) : m_children(children) {}
 
-  /// The first node, in document order. Elements that stand at the top of the tree beside `root` do
-  /// not belong to the document; `strays` tells whether there are any. None is selected, though
-  /// functions that count see them. May throw what pugixml throws.
-  [[nodiscard]] DomResult Select(const PathStart& start, std::string_view path, bool strays,
+  /// The first node, in document order. May throw what pugixml throws.
+  [[nodiscard]] DomResult Select(const PathStart& start, std::string_view path,
                                  pugi::xpath_node& found);
 
  private:

@@ -5,6 +5,12 @@
 
 namespace tlk {
 
+void PugiStore::Clear() {
+  for (pugi::xml_document* const document : {&tree, &unplaced, &kept}) document->reset();
+  children.Forget();
+  declarations.Forget();
+}
+
 PugiStorePool::PugiStorePool(const AnsiText& codePage) : m_codePage(codePage) {
   m_stores.reserve(kKept);
 }
@@ -28,7 +34,7 @@ void PugiStorePool::Return(std::unique_ptr<PugiStore> store) {
 }
 
 void PugiStorePool::Empty(PugiStore& store) {
-  store.tree.reset();
+  store.Clear();
   store.children = {};
   for (std::string* buffer : {&store.source, &store.name, &store.value})
     if (buffer->capacity() > kKeptBytes) std::string().swap(*buffer);

@@ -8,6 +8,7 @@
 
 #include "platform/Fork.h"
 #include "xml/pugixml/PugiChildren.h"
+#include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiPaths.h"
 #include "xml/pugixml/PugiText.h"
 
@@ -19,10 +20,16 @@ class AnsiText;
 struct PugiStore {
   explicit PugiStore(const AnsiText& codePage) : text(codePage) {}
 
+  /// Lets go of all nodes.
+  void Clear();
+
   std::string source;  ///< The text that was loaded; the tree points into it, so it must stay.
   pugi::xml_document tree;
+  pugi::xml_document unplaced;  ///< The elements that stand nowhere yet, side by side.
+  pugi::xml_document kept;  ///< What was taken out with a node in it that somebody goes on with.
   PugiChildren children;
   PugiPaths paths{children};
+  DeclarationKeeper declarations;
   PugiText text;
   std::string name;   ///< Scratch space, in UTF-8: a name or path,
   std::string value;  ///< a value, or a serialised node.

@@ -25,8 +25,6 @@ class DomThread {
 };
 
 /// How the DOM writes what can be written in more than one way.
-inline constexpr const char* kWrittenGreater = "&gt;";
-inline constexpr const char* kWrittenTab = "&#9;";
 inline constexpr const char* kWrittenLineEnd = "\r\n";
 inline constexpr const char* kWrittenBlankElement = "<a/>";
 

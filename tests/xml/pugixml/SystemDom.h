@@ -15,8 +15,6 @@ struct DomThread {
 };
 
 /// How the DOM writes what can be written in more than one way.
-inline constexpr const char* kWrittenGreater = ">";
-inline constexpr const char* kWrittenTab = "&#09;";
 inline constexpr const char* kWrittenLineEnd = "\n";
 inline constexpr const char* kWrittenBlankElement = "<a> </a>";
 

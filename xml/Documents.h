@@ -4,9 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "xml/Failures.h"
+
+/// What builder and parser do alike with documents: make and load them, with the reports of what
+/// fails, and select in them.
 
 namespace tlk {
 
@@ -36,25 +40,36 @@ using SetUpLines = std::array<std::int32_t, 1 + kDocumentSettings>;
 /// The texts of a constructor that cannot parse its source text.
 [[nodiscard]] constexpr Failure ParseTexts(std::int32_t line);
 
-/// Makes an empty document and sets it up; null when a step fails, which is then reported. `why`,
-/// if given, is then the result of that step.
+/// Makes an empty document and sets it up; null when a step fails, which is then reported. `why`
+/// is then the result of that step.
 [[nodiscard]] std::unique_ptr<DomDocument> SetUpDocument(const Codec& codec, const char* source,
                                                          const SetUpFailures& failures,
-                                                         DomResult* why = nullptr);
+                                                         DomResult& why);
 
 /// Makes a document from a text; null when the text cannot be parsed, or a step before fails, which
 /// is then reported. Nothing that the gate refuses is shown to the DOM; it counts as text that
-/// cannot be parsed. `why`, if given, tells the lack of memory from a text that is to blame.
+/// cannot be parsed. `why` then tells the lack of memory from a text that is to blame.
 [[nodiscard]] std::unique_ptr<DomDocument> LoadWellFormed(const Codec& codec, const char* source,
                                                           const LoadFailures& failures,
-                                                          std::string_view text,
-                                                          DomResult* why = nullptr);
+                                                          std::string_view text, DomResult& why);
 
 /// The same, judged by the result code only: a text that cannot be parsed gives a document that
 /// holds nothing, without a report.
 [[nodiscard]] std::unique_ptr<DomDocument> LoadAnyText(const Codec& codec, const char* source,
                                                        const LoadFailures& failures,
-                                                       std::string_view text);
+                                                       std::string_view text, DomResult& why);
+
+/// The first node of a document that a path selects; nothing when there is no document.
+[[nodiscard]] DomResult SelectFirst(DomDocument* document, std::string_view path, DomNode& node);
+
+/// Ends a text before its first zero byte.
+void EndAtZero(std::string& text);
+
+/// The texts of a node that has no attributes, or cannot have the one that is to be set.
+[[nodiscard]] constexpr Failure NoElementInterface(std::int32_t line) {
+  return {"Failed to get element from node.\n", "Failed to get element from node. Error code: %x\n",
+          FailureValues::kCode, line};
+}
 
 constexpr SetUpFailures SetUpTexts(const SetUpLines& lines) {
   constexpr FailureValues kCode = FailureValues::kCode;

@@ -1,4 +1,4 @@
-#include "xml/DocumentLoader.h"
+#include "xml/Documents.h"
 
 #include <cstdio>
 #include <string>
@@ -24,6 +24,7 @@ Parse LoadThroughGate(const Codec& codec, DomDocument& document, std::string_vie
   Parse parse;
   parse.verdict = codec.gate.Pass(text, codec.maxDepth);
   if (parse.verdict.Passed()) parse.result = document.LoadXml(text, parse.loaded);
+  if (parse.verdict.lacksMemory) parse.result = kDomOutOfMemory;
   return parse;
 }
 
@@ -44,25 +45,21 @@ void ReportParseError(const Codec& codec, const char* source, const Failure& fai
   ReportFailure(codec, source, failure, result, reason);
 }
 
-void Tell(DomResult* why, DomResult result) {
-  if (why != nullptr) *why = result;
-}
-
 }  // namespace
 
 std::unique_ptr<DomDocument> SetUpDocument(const Codec& codec, const char* source,
-                                           const SetUpFailures& failures, DomResult* why) {
+                                           const SetUpFailures& failures, DomResult& why) {
   std::unique_ptr<DomDocument> document;
   const DomResult created = codec.dom.NewDocument(document);
   if (!Succeeded(created) || document == nullptr) {
-    Tell(why, created);
+    why = created;
     ReportFailure(codec, source, failures.create, created);
     return nullptr;
   }
   for (std::size_t i = 0; i < kSettings.size(); ++i) {
     const DomResult result = (document.get()->*kSettings[i])(false);
     if (!Succeeded(result)) {
-      Tell(why, result);
+      why = result;
       ReportFailure(codec, source, failures.settings[i], result);
       return nullptr;
     }
@@ -72,12 +69,12 @@ std::unique_ptr<DomDocument> SetUpDocument(const Codec& codec, const char* sourc
 
 std::unique_ptr<DomDocument> LoadWellFormed(const Codec& codec, const char* source,
                                             const LoadFailures& failures, std::string_view text,
-                                            DomResult* why) {
+                                            DomResult& why) {
   std::unique_ptr<DomDocument> document = SetUpDocument(codec, source, failures.setUp, why);
   if (document == nullptr) return nullptr;
   const Parse parse = LoadThroughGate(codec, *document, text);
   if (parse.loaded) return document;
-  Tell(why, parse.verdict.lacksMemory ? kDomOutOfMemory : parse.result);
+  why = parse.result;
   if (parse.verdict.Passed()) {
     ReportParseError(codec, source, failures.load, *document);
   } else {
@@ -87,13 +84,27 @@ std::unique_ptr<DomDocument> LoadWellFormed(const Codec& codec, const char* sour
 }
 
 std::unique_ptr<DomDocument> LoadAnyText(const Codec& codec, const char* source,
-                                         const LoadFailures& failures, std::string_view text) {
-  std::unique_ptr<DomDocument> document = SetUpDocument(codec, source, failures.setUp);
+                                         const LoadFailures& failures, std::string_view text,
+                                         DomResult& why) {
+  std::unique_ptr<DomDocument> document = SetUpDocument(codec, source, failures.setUp, why);
   if (document == nullptr) return nullptr;
   const Parse parse = LoadThroughGate(codec, *document, text);
+  why = parse.result;
   if (Succeeded(parse.result)) return document;
   ReportFailure(codec, source, failures.load, parse.result);
   return nullptr;
+}
+
+DomResult SelectFirst(DomDocument* document, std::string_view path, DomNode& node) {
+  node = nullptr;
+  if (document == nullptr) return kDomNothing;
+  document->SelectXPath();
+  return document->SelectNode(nullptr, path, node);
+}
+
+void EndAtZero(std::string& text) {
+  const std::size_t end = text.find('\0');
+  if (end != std::string::npos) text.resize(end);
 }
 
 }  // namespace tlk
