@@ -10,6 +10,7 @@ tlkc2_add_comparison(locks SOURCES locks.cpp LINK tlkc2_thread Boost::thread)
 tlkc2_add_comparison(building SOURCES building.cpp LINK tlkc2_bench_messages ${TLKC2_PUGIXML})
 tlkc2_add_comparison(gate SOURCES gate.cpp LINK tlkc2_bench_messages)
 tlkc2_add_comparison(lists SOURCES lists.cpp LINK tlkc2_bench_messages)
+tlkc2_add_comparison(hostile SOURCES hostile.cpp LINK tlkc2_bench_messages)
 
 # For a closer look.
 add_executable(micro micro/Codec.cpp micro/Locks.cpp micro/Log.cpp)

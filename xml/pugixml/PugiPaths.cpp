@@ -19,8 +19,8 @@ bool IsNamed(const pugi::xml_node& node, std::string_view name) {
   return *own == name.front() && own == name && node.type() == pugi::node_element;
 }
 
-// The node behind `node` in document order, within the tree under `root`; each node that nothing
-// more follows in is left.
+// The node behind `node` in document order, within the tree under `root`. Each node that all has
+// been seen of is left on the way.
 template <typename Leave>
 pugi::xml_node Next(pugi::xml_node node, const pugi::xml_node& root, Leave leave) {
   if (const pugi::xml_node child = node.first_child(); !IsNone(child)) return child;
@@ -31,8 +31,8 @@ pugi::xml_node Next(pugi::xml_node node, const pugi::xml_node& root, Leave leave
   }
 }
 
-// The same for who looks for elements in no namespace among others of their name. It does not look
-// upwards from each: there may be many, in the scope of many declarations.
+// The first element of a name that is in no namespace, found without looking upwards from each of
+// the others: there may be many, in the scope of many declarations.
 pugi::xml_node AnywhereInNone(const pugi::xml_node& root, std::string_view name) {
   std::vector<pugi::xml_node> changes;  // those around the node that change whether it is in none
   const auto isInNone = [&changes] { return changes.size() % 2 == 0; };

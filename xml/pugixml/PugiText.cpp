@@ -47,6 +47,16 @@ void ToUtf8(std::u16string& wide, std::string& utf8) {
   AppendUtf8(wide, utf8);
 }
 
+/// As much is carried over at once.
+constexpr std::size_t kAtOnce = 65'536;
+
+/// The size of the whole characters among the first bytes of a text.
+std::size_t CharactersWithin(std::string_view utf8, std::size_t bytes) {
+  if (utf8.size() <= bytes) return utf8.size();
+  while ((static_cast<unsigned char>(utf8[bytes]) & 0xC0U) == 0x80U) --bytes;
+  return bytes;
+}
+
 template <typename Text>
 void DropBeyond(Text& scratch, std::size_t bytes) {
   if (scratch.capacity() > bytes) Text().swap(scratch);
@@ -67,6 +77,7 @@ void PugiText::SourceToTree(std::string_view narrow, std::string& utf8) {
   } else {
     WidenSource(m_codePage, narrow, m_wide);
     ToUtf8(m_wide, utf8);
+    Trim(kAtOnce);
   }
 }
 
@@ -88,15 +99,23 @@ std::string_view PugiText::ValueInTree(std::string_view narrow, std::string& scr
   return scratch;
 }
 
+// Piece by piece, for a whole message would need twice its size on the way.
 void PugiText::FromTree(std::string_view utf8, std::string& narrow) {
   if (IsAscii(utf8)) {
     narrow.assign(utf8);
     return;
   }
-  m_wide.clear();
-  AppendUtf16(utf8, m_wide);
-  m_codePage.Narrow(m_wide, m_narrow);
-  narrow.swap(m_narrow);
+  std::string whole;
+  whole.reserve(std::min(utf8.size(), kAtOnce));
+  while (!utf8.empty()) {
+    const std::string_view piece = utf8.substr(0, CharactersWithin(utf8, kAtOnce));
+    utf8.remove_prefix(piece.size());
+    m_wide.clear();
+    AppendUtf16(piece, m_wide);
+    m_codePage.Narrow(m_wide, m_narrow);
+    whole.append(m_narrow);
+  }
+  narrow.swap(whole);
 }
 
 void PugiText::TakeFromTree(std::string& utf8, std::string& narrow) {
