@@ -197,7 +197,8 @@ int TLK_XMLBuilder::WalkAttributes(const AttributeEdit& edit, GivenLists& given,
         Report(*edit.noAddress);
         return -1;
       }
-      if (path.empty() || Noted(m_document->SelectNode(list, path, place)) != kDomOk) continue;
+      if (path.empty() || Selected(path, m_document->SelectNode(list, path, place)) != kDomOk)
+        continue;
     }
     m_isStamped = false;
     if (Noted(edit.edit(*m_document, place, given.attributes.Entry(), list)) == kDomOk) result = 0;

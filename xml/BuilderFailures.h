@@ -53,6 +53,7 @@ inline constexpr Failure kFrom = NoElement(230);
 inline constexpr Failure kTo = NoElement(246);
 inline constexpr Failure kCreateElement = NoElement(291);
 inline constexpr Failure kSetLength = NoRoot(336);
+inline constexpr Failure kPath = NoNode(352);
 inline constexpr Failure kSetNodeAttribute = NoElementInterface(368);
 inline constexpr Failure kEnsureDataRoot = NoRoot(391);
 inline constexpr Failure kEnsureData = NoDataElement(409);

@@ -62,6 +62,12 @@ using SetUpLines = std::array<std::int32_t, 1 + kDocumentSettings>;
 /// The first node of a document that a path selects; nothing when there is no document.
 [[nodiscard]] DomResult SelectFirst(DomDocument* document, std::string_view path, DomNode& node);
 
+/// The texts of a node that a path does not select, or that its DOM cannot find by it.
+[[nodiscard]] constexpr Failure NoNode(std::int32_t line) {
+  return {"Failed node does not exist. %s.\n", "Failed node does not exist. %S. Error code: %x",
+          FailureValues::kTextThenCode, line};
+}
+
 /// Ends a text before its first zero byte.
 void EndAtZero(std::string& text);
 

@@ -14,6 +14,8 @@ namespace tlk {
 using DomResult = std::int32_t;
 inline constexpr DomResult kDomOk = 0;
 inline constexpr DomResult kDomNothing = 1;
+/// A path that is an expression, but one that this DOM would answer wrongly.
+inline constexpr DomResult kDomNotImplemented = static_cast<DomResult>(0x80004001);
 inline constexpr DomResult kDomNoInterface = static_cast<DomResult>(0x80004002);
 inline constexpr DomResult kDomFailed = static_cast<DomResult>(0x80004005);
 inline constexpr DomResult kDomOutOfMemory = static_cast<DomResult>(0x8007000E);
@@ -46,8 +48,9 @@ struct DomAttribute {
 /// that which its text puts it in. No declaration that is set later changes it.
 ///
 /// A path is an XPath 1.0 expression. A name without a prefix selects what lies in no namespace; a
-/// prefix is bound to nothing and therefore an error. An expression that is not well-formed, is
-/// absurdly long or deep, or gives no nodes by its kind, fails. Nothing bounds the time that one
+/// prefix other than `xml` is bound to nothing and therefore an error. An expression that is not
+/// well-formed, is absurdly long or deep, or gives no nodes by its kind, fails; so does, with a
+/// result of its own, one that this DOM cannot answer rightly. Nothing bounds the time that one
 /// takes which visits the document once more for each of its nodes.
 class DomDocument {
  public:

@@ -13,13 +13,24 @@ inline constexpr std::size_t kMaxPathLength = 4096;
 /// for each.
 inline constexpr int kMaxPathNesting = 256;
 
-/// Rewrites an XPath expression so that each element name in it selects only elements in no
-/// namespace, for a DOM that compares names as they are written and knows of no namespaces. False
-/// when the expression names a prefix, which is bound to nothing, or is too long or nested too
-/// deeply. Whether it is well-formed otherwise is left to the compiler.
-[[nodiscard]] bool BindPathNames(std::string_view path, std::string& bound);
+/// What a DOM can make of a path that was rewritten for it.
+enum class BoundPath {
+  kRight,         ///< It answers what the path asks.
+  kRightInAscii,  ///< It does in a document of nothing but ASCII; the path has nothing else in it.
+  kLacking,       ///< The path asks what no rewriting can answer.
+  kMalformed,     ///< The path is no expression.
+  kRefused        ///< It names a prefix, which is bound to nothing, or is too long or too deep.
+};
 
-/// Whether an expression names no prefix and is neither too long nor nested too deeply.
+/// Rewrites an XPath 1.0 expression, in UTF-8, for a DOM that compares names as they are written,
+/// knows of no namespaces but their declarations, takes bytes for characters, and is wrong about
+/// some rarer things. An element name then selects only elements in no namespace; the prefix `xml`
+/// needs no declaration. Whether functions and axes exist and suit their arguments is left to the
+/// compiler.
+[[nodiscard]] BoundPath BindPath(std::string_view path, std::string& bound);
+
+/// Whether an expression, in any code page, names no prefix but `xml` and is neither too long nor
+/// nested too deeply. One that is malformed may pass.
 [[nodiscard]] bool NamesNoPrefix(std::string_view path);
 
 }  // namespace tlk

@@ -227,7 +227,14 @@ void TLK_XMLBuilder::Append(DomNode parent, DomNode child) {
 }
 
 DomResult TLK_XMLBuilder::SelectSingleNode(std::string_view path, DomNode& node) {
-  return Noted(SelectFirst(m_document.get(), path, node));
+  return Selected(path, SelectFirst(m_document.get(), path, node));
+}
+
+// What a path selects nothing by is passed over, but that the DOM cannot tell is said.
+DomResult TLK_XMLBuilder::Selected(std::string_view path, DomResult result) {
+  if (result == kDomNotImplemented)
+    ReportFailure(m_codec, failures::kSource, failures::kPath, result, path);
+  return Noted(result);
 }
 
 DomResult TLK_XMLBuilder::FindOrMakeData(DomNode& data) {

@@ -60,7 +60,8 @@ class TLK_XMLBuilder {
   int SetLength();
 
   /// The text of the first node that `path` selects; -1 when nothing is selected, -2 when the node
-  /// gives no text.
+  /// gives no text. A path that the DOM cannot answer rightly selects nothing, here and in all
+  /// other operations, and is reported.
   int GetNodeText(std::string_view path, std::string& text);
 
   /// Sets an attribute of the first node that `path` selects; -1, reported, for a node that has
@@ -173,6 +174,7 @@ class TLK_XMLBuilder {
   void Append(DomNode parent, DomNode child);
   bool FindRoot(DomNode& root, const Failure& failure);
   DomResult SelectSingleNode(std::string_view path, DomNode& node);
+  DomResult Selected(std::string_view path, DomResult result);
   DomResult FindOrMakeData(DomNode& data);
   DomNode FindOrMakeList(std::string_view path, const Failure& noData);
   void Report(const Failure& failure, DomResult code = kDomOk) const;

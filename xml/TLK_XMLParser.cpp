@@ -21,9 +21,8 @@ constexpr LoadFailures kLoadXmlFailures = {
 constexpr Failure kRootFailure = {"Failed to get root element.\n",
                                   "Failed to get root element. Error code: %x\n",
                                   FailureValues::kCode, 238};
-constexpr Failure kNodeFailure = {"Failed node does not exist. %s.\n",
-                                  "Failed node does not exist. %S. Error code: %x",
-                                  FailureValues::kTextThenCode, 249};
+constexpr Failure kNodeFailure = NoNode(249);
+constexpr Failure kPathFailure = NoNode(318);
 constexpr Failure kNodeAttributeFailure = NoElementInterface(324);
 
 // As atoi reads it, but with an end to every number.
@@ -128,6 +127,7 @@ int TLK_XMLParser::GetNodeAttribute(std::string_view path, std::string_view name
 
 DomResult TLK_XMLParser::SelectSingleNode(std::string_view path, DomNode& node) {
   const DomResult result = SelectFirst(m_document.get(), path, node);
+  if (result == kDomNotImplemented) ReportFailure(m_codec, kSource, kPathFailure, result, path);
   IsGiven(result);
   return result;
 }

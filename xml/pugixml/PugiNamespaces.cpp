@@ -19,7 +19,8 @@ bool IsDeclaration(const pugi::xml_attribute& attribute) {
   const char* const name = attribute.name();
   if (*name != *kDefaultDeclaration || std::strncmp(name, kDefaultDeclaration, kDefaultLength) != 0)
     return false;
-  return name[kDefaultLength] == '\0' || name[kDefaultLength] == ':';
+  if (name[kDefaultLength] == '\0') return true;
+  return name[kDefaultLength] == ':' && std::strcmp(name, kShownDeclaration) != 0;
 }
 
 template <typename Visitor>

@@ -13,9 +13,9 @@ namespace tlk {
 inline constexpr const char* kDefaultDeclaration = "xmlns";
 
 /// A default declaration that was set on an element whose name was settled before: it is written
-/// like any other, in the place of any other, but declares nothing here. No name in a document ends
-/// so.
-inline constexpr const char* kShownDeclaration = "xmlns\1";
+/// like any other, in the place of any other, but declares nothing here. To pugixml it is the
+/// declaration of a prefix that no name can have.
+inline constexpr const char* kShownDeclaration = "xmlns:\1";
 
 /// The namespace that a declaration of that name, `xmlns` or `xmlns:prefix`, gives a place; empty
 /// when there is none.

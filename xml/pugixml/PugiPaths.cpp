@@ -1,9 +1,10 @@
 #include "xml/pugixml/PugiPaths.h"
 
 #include <algorithm>
+#include <clocale>
 #include <utility>
 
-#include "xml/PathNames.h"
+#include "platform/Ascii.h"
 #include "xml/pugixml/PugiChildren.h"
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"
@@ -52,6 +53,35 @@ pugi::xml_node Anywhere(const pugi::xml_node& root, std::string_view name) {
   return IsNone(node) || IsInNoNamespace(node) ? node : AnywhereInNone(root, name);
 }
 
+// Whether a tree has nothing but ASCII in its names and values.
+bool IsAllAscii(const pugi::xml_node& tree) {
+  for (pugi::xml_node node = tree; !IsNone(node); node = Next(node, tree, [](const auto&) {})) {
+    if (!IsAscii(node.name()) || !IsAscii(node.value())) return false;
+    for (const pugi::xml_attribute& attribute : node.attributes())
+      if (!IsAscii(attribute.name()) || !IsAscii(attribute.value())) return false;
+  }
+  return true;
+}
+
+// While it lives, the numbers of this thread have a dot, whatever the host's locale has: pugixml
+// reads them as the C library does.
+class DotInNumbers {
+ public:
+  DotInNumbers() : m_before(uselocale(Plain())) {}
+  ~DotInNumbers() { uselocale(m_before); }
+
+  DotInNumbers(const DotInNumbers&) = delete;
+  DotInNumbers& operator=(const DotInNumbers&) = delete;
+
+ private:
+  static locale_t Plain() {
+    static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+    return plain;
+  }
+
+  locale_t m_before;
+};
+
 }  // namespace
 
 DomResult PugiPaths::Select(const PathStart& start, std::string_view path,
@@ -63,9 +93,12 @@ DomResult PugiPaths::Select(const PathStart& start, std::string_view path,
   } else if (path.starts_with(kAnywhere) && IsPlainName(path.substr(kAnywhere.size()))) {
     found = Anywhere(start.root, path.substr(kAnywhere.size()));
   } else {
-    const pugi::xpath_query* const query = Compile(path);
-    if (query == nullptr || query->return_type() != pugi::xpath_type_node_set) return kDomFailed;
-    found = query->evaluate_node(start.context);
+    const DotInNumbers dot;
+    const Compiled* const compiled = Compile(path);
+    if (compiled == nullptr || compiled->query->return_type() != pugi::xpath_type_node_set)
+      return kDomFailed;
+    if (!IsAnswered(*compiled, start.context.root())) return kDomNotImplemented;
+    found = compiled->query->evaluate_node(start.context);
   }
   return found ? kDomOk : kDomNothing;
 }
@@ -76,17 +109,23 @@ pugi::xml_node PugiPaths::Child(const PathStart& start, std::string_view name) {
   return isIt ? start.root : pugi::xml_node();
 }
 
-const pugi::xpath_query* PugiPaths::Compile(std::string_view path) {
+bool PugiPaths::IsAnswered(const Compiled& compiled, const pugi::xml_node& tree) {
+  return compiled.bound == BoundPath::kRight ||
+         (compiled.bound == BoundPath::kRightInAscii && IsAllAscii(tree));
+}
+
+const PugiPaths::Compiled* PugiPaths::Compile(std::string_view path) {
   const auto known = std::find_if(m_compiled.begin(), m_compiled.end(),
                                   [path](const Compiled& kept) { return kept.path == path; });
-  if (known != m_compiled.end()) return known->query.get();
-  if (!BindPathNames(path, m_bound)) return nullptr;
+  if (known != m_compiled.end()) return &*known;
+  const BoundPath bound = BindPath(path, m_bound);
+  if (bound >= BoundPath::kMalformed) return nullptr;
 
-  Compiled compiled{std::string(path), std::make_unique<pugi::xpath_query>(m_bound.c_str())};
-  if (m_compiled.size() < kKept) return m_compiled.emplace_back(std::move(compiled)).query.get();
+  Compiled compiled{std::string(path), std::make_unique<pugi::xpath_query>(m_bound.c_str()), bound};
+  if (m_compiled.size() < kKept) return &m_compiled.emplace_back(std::move(compiled));
   Compiled& oldest = m_compiled[m_oldest++ % kKept];
   oldest = std::move(compiled);
-  return oldest.query.get();
+  return &oldest;
 }
 
 }  // namespace tlk

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "xml/Dom.h"
+#include "xml/PathNames.h"
 
 namespace tlk {
 
@@ -32,10 +33,12 @@ class PugiPaths {
   struct Compiled {
     std::string path;
     std::unique_ptr<pugi::xpath_query> query;
+    BoundPath bound;
   };
 
   pugi::xml_node Child(const PathStart& start, std::string_view name);
-  const pugi::xpath_query* Compile(std::string_view path);
+  const Compiled* Compile(std::string_view path);
+  static bool IsAnswered(const Compiled& compiled, const pugi::xml_node& tree);
 
   static constexpr std::size_t kKept = 8;
   PugiChildren& m_children;

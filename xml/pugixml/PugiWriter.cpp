@@ -10,8 +10,6 @@
 namespace tlk {
 namespace {
 
-constexpr char kShownMark = '\1';
-
 // A long text gets its room at once: doubling it would copy it and need half as much again.
 void Reserve(std::string& utf8, std::size_t likelySize) {
   constexpr std::size_t kLong = 65'536;
@@ -64,7 +62,7 @@ struct Brackets {
 // of shown declarations.
 bool IsDoubtful(std::string_view xml) {
   constexpr auto kNowhere = std::string_view::npos;
-  if (xml.find('\r') != kNowhere || xml.find(kShownMark) != kNowhere) return true;
+  if (xml.find('\r') != kNowhere || xml.find('\1') != kNowhere) return true;
   if (xml.find("&#09;") != kNowhere) return true;
   const Brackets brackets(xml);
   return brackets.openOthers || brackets.opened != 0;
@@ -84,9 +82,7 @@ class Writer {
   }
 
   void Attribute(std::string_view name, std::string_view value) {
-    m_utf8.append(name);
-    if (name.ends_with(kShownMark)) m_utf8.pop_back();
-    m_utf8.append("=\"");
+    m_utf8.append(name == kShownDeclaration ? kDefaultDeclaration : name).append("=\"");
     for (const char c : value) AppendEscaped(c, true);
     m_utf8.append("\"");
   }

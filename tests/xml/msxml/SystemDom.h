@@ -24,6 +24,9 @@ class DomThread {
   DomThread& operator=(const DomThread&) = delete;
 };
 
+/// Whether the DOM answers every path; one that does not says so.
+inline constexpr bool kAnswersEveryPath = true;
+
 /// How the DOM writes what can be written in more than one way.
 inline constexpr const char* kWrittenLineEnd = "\r\n";
 inline constexpr const char* kWrittenBlankElement = "<a/>";

@@ -14,6 +14,9 @@ struct DomThread {
   DomThread() {}
 };
 
+/// Whether the DOM answers every path; one that does not says so.
+inline constexpr bool kAnswersEveryPath = false;
+
 /// How the DOM writes what can be written in more than one way.
 inline constexpr const char* kWrittenLineEnd = "\n";
 inline constexpr const char* kWrittenBlankElement = "<a> </a>";
