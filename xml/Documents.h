@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -66,6 +67,16 @@ using SetUpLines = std::array<std::int32_t, 1 + kDocumentSettings>;
 [[nodiscard]] constexpr Failure NoNode(std::int32_t line) {
   return {"Failed node does not exist. %s.\n", "Failed node does not exist. %S. Error code: %x",
           FailureValues::kTextThenCode, line};
+}
+
+/// Digits of a number, ended by a zero byte.
+using Digits = std::array<char, 24>;
+
+/// A number in decimal, as documents hold it.
+[[nodiscard]] inline Digits Decimal(std::int64_t number) {
+  Digits digits{};
+  std::to_chars(digits.data(), digits.data() + digits.size() - 1, number);
+  return digits;
 }
 
 /// Ends a text before its first zero byte.

@@ -6,8 +6,7 @@
 #include <type_traits>
 
 #include "xml/GateNamespaces.h"
-#include "xml/XmlDeclaration.h"
-#include "xml/XmlReference.h"
+#include "xml/XmlMarkup.h"
 
 namespace tlk {
 namespace {

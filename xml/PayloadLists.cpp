@@ -1,7 +1,7 @@
 // The payloads that the builder writes itself: the status reply and the two lists.
 
 #include "xml/BuilderFailures.h"
-#include "xml/Decimal.h"
+#include "xml/Documents.h"
 #include "xml/TLK_XMLBuilder.h"
 
 namespace tlk {

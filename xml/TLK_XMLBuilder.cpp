@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "xml/BuilderFailures.h"
-#include "xml/Decimal.h"
+#include "xml/Documents.h"
 #include "xml/Gate.h"
 #include "xml/TLK_XMLParser.h"
 

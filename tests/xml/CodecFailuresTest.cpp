@@ -170,6 +170,8 @@ TEST_F(CodecFailuresTest, OfADocumentThatIsThere) {
       {kSet, "select", kDomFailed, -1},
       {kSet, "set", kDomFailed, 0},
       {kNodeText, "select", kDomFailed, -1},
+      {kNodeText, "select", kDomNotImplemented, -1, "Failed node does not exist. /*.\n",
+       "Failed node does not exist. /*. Error code: 80004001"},
       {kNodeText, "text", kDomNothing, -2},
       {kGetXml, "xml", kDomNothing, -1},
       {kGetXml, "xml", kDomFailed, -1},
@@ -198,6 +200,8 @@ TEST_F(CodecFailuresTest, OfADocumentThatIsThere) {
       {kGetId, "attribute", kDomFailed, -2},
       {kGet, "element", kDomNothing, -1, "Failed to get element from node.\n",
        "Failed to get element from node. Error code: 1\n"},
+      {kGet, "select", kDomNotImplemented, -1, "Failed node does not exist. //To.\n",
+       "Failed node does not exist. //To. Error code: 80004001"},
       {kGet, "attribute", kDomFailed, -1},
       {kGetRoot, "get root", kDomFailed, 0},
   };
@@ -240,6 +244,33 @@ TEST_F(CodecFailuresTest, OfTheGateNameThePlace) {
   ASSERT_EQ(m_log.records.size(), 1U);
   EXPECT_THAT(m_log.records[0].text, testing::EndsWith("\nReason : end tag does not match start "
                                                        "tag, at byte 6"));
+}
+
+TEST_F(CodecFailuresTest, RemembersThatMemoryRanOutUntilItBeginsAnew) {
+  const std::pair<Operation, const char*> steps[] = {
+      {kSetLength, "set Length"},
+      {kSetLength, "get root"},
+      {kSet, "element"},
+      {kSet, "set"},
+      {kNodeText, "select"},
+      {kNodeText, "text"},
+      {kPayloads, "set text"},
+      {kUpdateAndDelete, "remove"},
+      {kUpdateAndDelete, "replace"},
+      {kUpdateAndDelete, "sibling"},
+      {kUpdateAndDelete, "append$"},
+  };
+  for (const auto& [run, call] : steps) {
+    const auto builder = NewMessage();
+    TLK_XMLParser parser(m_codec, "<m/>");
+    Subject subject = {m_codec, *builder, parser};
+    m_script.Fail(call, kDomOutOfMemory);
+    ShownBy([&, operation = run] { operation(subject); });
+    EXPECT_TRUE(builder->LacksMemory()) << call;
+    m_script.Fail("nothing", kDomOk);
+    EXPECT_EQ(builder->CreateMessage("Chat", 1, 2), 0);
+    EXPECT_FALSE(builder->LacksMemory()) << call;
+  }
 }
 
 }  // namespace

@@ -355,6 +355,7 @@ TEST_F(DomTest, WalksOverEverythingButBlanks) {
   ASSERT_EQ(m_document->CreateElement("stray", node), kDomOk);
   EXPECT_EQ(m_document->NextSibling(Root(), next), kDomNothing);
   EXPECT_EQ(m_document->FirstChild(Node("//@k"), next), kDomNothing);
+  EXPECT_EQ(m_document->AsElement(Node("//@k"), next), kDomNoInterface);
 }
 
 TEST_F(DomTest, ChangesWhateverAPathSelectsOrFails) {

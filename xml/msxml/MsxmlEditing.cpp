@@ -6,7 +6,7 @@
 
 #include "platform/windows/Bstr.h"
 #include "platform/windows/Variant.h"
-#include "xml/Contained.h"
+#include "xml/DomAdapter.h"
 #include "xml/GateNamespaces.h"
 #include "xml/msxml/MsxmlDocument.h"
 #include "xml/msxml/MsxmlNamespaces.h"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "xml/XmlReference.h"
+#include "xml/XmlMarkup.h"
 
 namespace tlk {
 namespace {

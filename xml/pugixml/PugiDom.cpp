@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "xml/Contained.h"
+#include "xml/DomAdapter.h"
 #include "xml/pugixml/PugiDocument.h"
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiNode.h"

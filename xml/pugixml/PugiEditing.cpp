@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "platform/Ascii.h"
-#include "xml/Contained.h"
+#include "xml/DomAdapter.h"
 #include "xml/XmlCharacters.h"
 #include "xml/pugixml/PugiDocument.h"
 #include "xml/pugixml/PugiNamespaces.h"

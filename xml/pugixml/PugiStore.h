@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "platform/Fork.h"
-#include "xml/pugixml/PugiChildren.h"
 #include "xml/pugixml/PugiNamespaces.h"
 #include "xml/pugixml/PugiPaths.h"
 #include "xml/pugixml/PugiText.h"

@@ -8,7 +8,7 @@
 #include "platform/AnsiText.h"
 #include "platform/Ascii.h"
 #include "platform/Utf8.h"
-#include "xml/SourceText.h"
+#include "xml/DomAdapter.h"
 #include "xml/XmlCharacters.h"
 
 namespace tlk {

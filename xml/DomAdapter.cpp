@@ -1,4 +1,4 @@
-#include "xml/SourceText.h"
+#include "xml/DomAdapter.h"
 
 #include <algorithm>
 #include <cstddef>
