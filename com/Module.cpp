@@ -2,8 +2,10 @@
 
 #include <winsock2.h>
 
+#include <array>
 #include <string>
 
+#include "log/MessageTexts.h"
 #include "platform/Platform.h"
 
 namespace tlk {
@@ -12,6 +14,13 @@ namespace {
 constexpr WORD kSocketsVersion = MAKEWORD(1, 1);
 constexpr const char* kLogName = "TLK_Client.log";
 constexpr std::int32_t kLogThreshold = 4;
+
+// Set to anything but nothing and "0", it leaves the texts of messages out of the trace log.
+bool AreTextsUnwanted() {
+  std::array<wchar_t, 2> value{};
+  const DWORD length = GetEnvironmentVariableW(L"TLK_LEAVE_OUT_TEXTS", value.data(), value.size());
+  return length > 1 || (length == 1 && value[0] != L'0');
+}
 
 }  // namespace
 
@@ -28,6 +37,7 @@ Module::Module()
 
 bool Module::Start(HINSTANCE instance) {
   m_instance = instance;
+  LeaveOutMessageTexts(AreTextsUnwanted());
   WSADATA ignored{};
   return WSAStartup(kSocketsVersion, &ignored) == 0;
 }

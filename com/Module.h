@@ -20,7 +20,9 @@ class Module {
   [[nodiscard]] static Module& Get();
 
   /// Starts Windows Sockets, version 1.1, for as long as the module is loaded; false when that
-  /// fails, and then the module does not load.
+  /// fails, and then the module does not load. Reads the environment variable TLK_LEAVE_OUT_TEXTS,
+  /// once: set to anything but nothing and "0", it leaves the texts of messages out of the trace
+  /// log, as `LeaveOutMessageTexts` says.
   [[nodiscard]] bool Start(HINSTANCE instance);
   void End();
 

@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "control/Tlkc.h"
+#include "log/MessageTexts.h"
 #include "log/iLogger.h"
 
 namespace tlk {
@@ -59,7 +60,7 @@ void CTlkc::LogNormal(const TraceRecord& record, std::string_view text) {
   }
   WholeText whole;
   whole.Append(record.text);
-  whole.Append(text.substr(0, kLongestText));
+  whole.Append(ShownText(text).View().substr(0, kLongestText));
   whole.Append("\n");
   m_ports.log.LogNormal(m_module, kNormalLevel, kTextMessage, trace::kSourceName, record.line,
                         whole.Text());

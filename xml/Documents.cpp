@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "log/MessageTexts.h"
 #include "xml/Gate.h"
 
 namespace tlk {
@@ -42,7 +43,7 @@ void ReportParseError(const Codec& codec, const char* source, const Failure& fai
                       DomDocument& document) {
   std::string reason;
   const DomResult result = document.ParseErrorReason(reason);
-  ReportFailure(codec, source, failure, result, reason);
+  ReportFailure(codec, source, failure, result, ShownText(reason).View());
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <limits>
 
+#include "log/MessageTexts.h"
 #include "xml/Documents.h"
 
 namespace tlk {
@@ -93,7 +94,7 @@ int TLK_XMLParser::GetNode(std::string_view path, std::string& out, bool textOnl
   DomNode node = nullptr;
   const DomResult selected = m_document->SelectNode(root, path, node);
   if (!IsGiven(selected)) {
-    ReportFailure(m_codec, kSource, kNodeFailure, selected, path);
+    ReportFailure(m_codec, kSource, kNodeFailure, selected, ShownText(path).View());
     return -1;
   }
   const DomResult read = textOnly ? m_document->Text(node, out) : m_document->Xml(node, out);

@@ -71,7 +71,7 @@ class Run {
     m_port = server.Output().substr(kListening.size());
     m_port.pop_back();
     const auto script = WriteHostScript();
-    Program client(CommandLine(m_cast.host, script));
+    Program client(CommandLine(m_cast.host + " " + m_conversation.hostOptions, script));
     const int hostStatus = client.End();
     const int serverStatus = server.End();
     m_serverLines = SplitLines(server.Output());

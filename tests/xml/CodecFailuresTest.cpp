@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "log/MessageTexts.h"
 #include "tests/xml/CodecTest.h"
 
 namespace tlk {
@@ -206,6 +207,18 @@ TEST_F(CodecFailuresTest, OfADocumentThatIsThere) {
       {kGetRoot, "get root", kDomFailed, 0},
   };
   for (const Row& row : parserRows) Check(row, "TLK_XMLParser");
+}
+
+TEST_F(CodecFailuresTest, GoWithoutTheTextsThatAreLeftOut) {
+  const std::string noParse = "Failed to load DOM from source string. ";
+  const std::string noNode = "Failed node does not exist. (4 bytes left out).";
+  LeaveOutMessageTexts();
+  Check({kParserFrom, "load", kDomFailed, -1, noParse + "(3 bytes left out)\n",
+         noParse + "\t\t\tError code: 0\nReason : (3 bytes left out)"},
+        "TLK_XMLParser");
+  Check({kNode, "select", kDomNothing, -1, noNode + "\n", noNode + " Error code: 1"},
+        "TLK_XMLParser");
+  LeaveOutMessageTexts(false);
 }
 
 TEST_F(CodecFailuresTest, OfLists) {

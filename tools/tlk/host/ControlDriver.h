@@ -81,9 +81,10 @@ class ControlDriver {
 
 /// What is settled before the system is first used.
 struct DriverOptions {
-  bool showLogLines = true;  ///< Whether each line of the trace log is echoed.
-  std::string module;        ///< Windows: file with the control; empty for the registered one.
-  bool showWindow = false;   ///< Windows: whether a control's container is on the screen.
+  bool showLogLines = true;    ///< Whether each line of the trace log is echoed.
+  bool leaveOutTexts = false;  ///< Whether the trace log goes without the texts of messages.
+  std::string module;          ///< Windows: file with the control; empty for the registered one.
+  bool showWindow = false;     ///< Windows: whether a control's container is on the screen.
 };
 
 /// Adds the options that are this build's alone.

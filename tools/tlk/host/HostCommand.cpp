@@ -74,6 +74,8 @@ void AddHostCommand(CLI::App& app, int& exitStatus) {
   host::AddDriverOptions(*command, options->driver);
   command->add_flag("-q,--quiet", options->quiet,
                     "Do not show the lines of the trace log on standard error");
+  command->add_flag("--no-texts", options->driver.leaveOutTexts,
+                    "Leave the texts of messages out of the trace log");
   command->footer(kHelp);
   command->callback([options, &exitStatus] { exitStatus = Host(*options); });
 }

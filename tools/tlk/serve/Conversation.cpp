@@ -99,6 +99,10 @@ class ConversationReader {
       m_conversation.codePage = value;
       return true;
     }
+    if (name == "host-options") {
+      m_conversation.hostOptions = value;
+      return true;
+    }
     int number = 0;
     if (!ReadNumber(value, number)) {
       return false;

@@ -35,6 +35,7 @@ struct ConversationLine {
 struct Conversation {
   int status = 0;                  ///< `status N`: what the host ends with.
   std::string codePage;            ///< `code-page NAME`: of both sides; empty for the usual one.
+  std::string hostOptions;         ///< `host-options OPTIONS`: how the host is called besides.
   std::chrono::seconds limit{30};  ///< `limit SECONDS`: how long the server waits for one thing.
   std::vector<ConversationLine>
       server;                          ///< What the server does; ScriptPlayer.h lists the commands.

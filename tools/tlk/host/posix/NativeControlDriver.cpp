@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "control/NativeControl.h"
+#include "log/MessageTexts.h"
 #include "log/iLogger.h"
 #include "platform/AnsiText.h"
 #include "platform/Platform.h"
@@ -117,6 +118,7 @@ std::uint64_t NativeControlDriver::TickCount() { return SystemPlatform().surroun
 
 std::unique_ptr<ControlDriver> NewSystemDriver(const DriverOptions& options) {
   FillStandardInput();
+  LeaveOutMessageTexts(options.leaveOutTexts);
   if (!options.showLogLines) TraceLog().SetConsoleEcho(false);
   return std::make_unique<NativeControlDriver>();
 }

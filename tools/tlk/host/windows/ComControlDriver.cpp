@@ -62,6 +62,7 @@ InputReader& ComControlDriver::Input() {
 }
 
 std::unique_ptr<ControlDriver> NewSystemDriver(const DriverOptions& options) {
+  if (options.leaveOutTexts) SetEnvironmentVariableW(L"TLK_LEAVE_OUT_TEXTS", L"1");
   if (!options.showLogLines) DropStandardOutput();
   return std::make_unique<ComControlDriver>(options.module, options.showWindow);
 }
