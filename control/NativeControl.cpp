@@ -32,9 +32,7 @@ SystemXml& Xml() {
   return xml;
 }
 
-}  // namespace
-
-iLogger& TraceLog() {
+QNLogger& ProcessLog() {
   static const ThreadLayer threadLayer;  // Stands before the log and outlasts it.
   static QNLogger logger = [] {
     RegisterModuleStrings();
@@ -42,6 +40,12 @@ iLogger& TraceLog() {
   }();
   return logger;
 }
+
+}  // namespace
+
+iLogger& TraceLog() { return ProcessLog(); }
+
+void KeepTraceLogIn(const std::string& folder) { ProcessLog().KeepDirectory(folder); }
 
 ControlPorts NativePorts(MessageLoop& loop, MessageWindow& window) {
   return {loop.GetSockets(), window, SystemPlatform(), Xml().dom, Xml().gate, TraceLog()};

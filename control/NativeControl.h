@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "control/Tlkc.h"
 #include "log/iLogger.h"
@@ -10,10 +11,18 @@
 namespace tlk {
 
 /// The trace log of the process, "TLK_Client.log", made on first use. Every control sets its folder
-/// to the user's temporary folder. At the end of the program it gives its writer one more second.
-/// The thread layer is held ready with it: the thread that comes first is its main thread. Its
-/// echo, and all else that the library prints, is silenced by `SilenceStandardOutput`.
+/// to the user's temporary folder; `KeepTraceLogIn` has it stay elsewhere. At the end of the
+/// program it gives its writer one more second. The thread layer is held ready with it: the thread
+/// that comes first is its main thread. Its echo, and all else that the library prints, is silenced
+/// by `SilenceStandardOutput`; the texts of messages are kept out of it by `LeaveOutMessageTexts`,
+/// of log/MessageTexts.h.
 [[nodiscard]] iLogger& TraceLog();
+
+/// Has the trace log lie in a folder of the program's choice, whatever controls are made: from the
+/// next line to be written on, and `SetDirectory` of `TraceLog()`, which each control calls, has no
+/// effect any more. The folder must exist; an empty name is the current one. Another call chooses
+/// another folder. Any thread may call it, and a forked child keeps the choice.
+void KeepTraceLogIn(const std::string& folder);
 
 /// What a native control stands on: the system's own ports, the built-in DOM and the trace log of
 /// the process.

@@ -33,8 +33,14 @@ class LogSettings {
 
   void SetDirectory(const std::string& directory) {
     const std::lock_guard lock(m_guard);
-    m_directory = directory;
-    ++m_directoryVersion;
+    if (!m_isDirectoryKept) ChangeDirectory(directory);
+  }
+
+  /// Sets the directory against every `SetDirectory`, whoever calls it from here on.
+  void KeepDirectory(const std::string& directory) {
+    const std::lock_guard lock(m_guard);
+    ChangeDirectory(directory);
+    m_isDirectoryKept = true;
   }
 
   void SetStartHook(ThreadHook hook) {
@@ -58,8 +64,14 @@ class LogSettings {
   }
 
  private:
+  void ChangeDirectory(const std::string& directory) {
+    m_directory = directory;
+    ++m_directoryVersion;
+  }
+
   mutable ForkMutex m_guard;
   std::string m_directory;
+  bool m_isDirectoryKept = false;
   std::atomic<std::uint32_t> m_directoryVersion{1};
   ThreadHook m_startHook;
   ThreadHook m_endHook;

@@ -64,6 +64,10 @@ void QNLogger::SetDirectory(const std::string& directory) {
   m_writer->settings.SetDirectory(directory);
 }
 
+void QNLogger::KeepDirectory(const std::string& directory) {
+  m_writer->settings.KeepDirectory(directory);
+}
+
 void QNLogger::SetMaxQueueSize(std::int32_t bytes) { m_writer->settings.maxQueueSize = bytes; }
 
 std::int32_t QNLogger::GetMaxQueueSize() const { return m_writer->settings.maxQueueSize; }

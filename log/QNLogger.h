@@ -70,6 +70,10 @@ class QNLogger final : public iLogger {
   bool SetThreadStartHook(Hook hook, void* context);
   bool SetThreadEndHook(Hook hook, void* context);
 
+  /// Sets the folder in which the log files lie, and keeps it: `SetDirectory` has no effect from
+  /// then on, and only another call of this one changes it.
+  void KeepDirectory(const std::string& directory);
+
   [[nodiscard]] std::string GetDirectory() const override;
   void SetDirectory(const std::string& directory) override;
   void SetMaxQueueSize(std::int32_t bytes) override;

@@ -1,0 +1,19 @@
+#include "control/NativeControl.h"
+
+#include "tests/control/ControlFixture.h"
+
+namespace tlk::test {
+namespace {
+
+// A program that chose a folder found its log in the temporary one as soon as it made a control.
+TEST(NativeControlTest, LeavesTheLogInTheFolderThatTheProgramKeeps) {
+  KeepTraceLogIn("chosen");
+  MessageLoop loop;
+  Timeline timeline;
+  HostEvents events(timeline);
+  const NativeControl control(loop, events);
+  EXPECT_EQ(TraceLog().GetDirectory(), "chosen");
+}
+
+}  // namespace
+}  // namespace tlk::test
