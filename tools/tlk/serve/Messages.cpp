@@ -93,6 +93,9 @@ std::string Messages::Build(std::string_view type, std::optional<std::string_vie
   TLK_XMLBuilder builder(m_codec);
   builder.CreateMessage(type, from, to);
   if (data) {
+    builder.EnsureDataElement();
+  }
+  if (data && !data->empty()) {
     builder.AppendData(*data);
   }
   return StampAndSerialise(builder);

@@ -21,8 +21,8 @@ class Messages {
   /// what is wrong with it.
   [[nodiscard]] std::optional<std::string> ReadType(std::string_view frame, std::string& fault);
 
-  /// A message; without a `Data` element when `data` is absent. Data that is not one well-formed
-  /// element is left out, as a client does it.
+  /// A message; without a `Data` element when `data` is absent, with an empty one when `data` is.
+  /// Data that is not one well-formed element is left out, as a client does it.
   [[nodiscard]] std::string Build(std::string_view type, std::optional<std::string_view> data,
                                   std::int32_t from, std::int32_t to);
 

@@ -111,7 +111,7 @@ void Server::OnFrame(Connection& from, const std::string& frame) {
 
 void Server::Answer(Connection& from, const std::string& frame, std::string_view type) {
   if (type == kKeepAlive) {
-    Send(from, m_messages.Build(kKeepAliveResponse, std::nullopt, kServerId, from.Id()));
+    Send(from, m_messages.Build(kKeepAliveResponse, "", kServerId, from.Id()));
   } else if (m_options.relay) {
     Relay(from, frame);
   } else {
