@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Checks the files named: a folder includes only itself and the folders below it, and the core includes
-# neither a header of an operating system nor what stands behind its ports.
+# Checks the files named: a folder includes only itself and the folders below it, the core includes
+# neither a header of an operating system nor what stands behind its ports, and no file asks which
+# system it is compiled for.
 set -euo pipefail
 
 # From the top of the house to the ground. The two folders on one floor share a class.
@@ -40,4 +41,7 @@ for file in "$@"; do
     complain "$file: belongs to the core, which knows no system"
   fi
 done
+if grep -nE '^ *# *(el)?if.*\b(_WIN(32|64)|__(linux|unix|MINGW(32|64))__)' "$@" >&2; then
+  complain "an #if on a system: where two differ, the build takes the one file or the other"
+fi
 exit "$failed"

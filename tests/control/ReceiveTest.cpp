@@ -268,11 +268,7 @@ TEST_F(ReceiveTest, WhatOneControlMaySendAnotherReceives) {
     for (std::size_t i = 0; i < depth; ++i) text += "</a>";
     return text;
   };
-#ifdef _WIN32
-  const auto deepest = nested(kMaxXmlDepth - 2);  // Wine's DOM has a limit of its own.
-#else
-  const auto deepest = nested(kMaxXmlDepth);
-#endif
+  const auto deepest = nested(kDeepestBody);
   control->SendTLKMsg(u"Deep", std::u16string(deepest.begin(), deepest.end()));
   ArriveAndRead(sockets.sent);
   ASSERT_EQ(timeline.size(), 3U);

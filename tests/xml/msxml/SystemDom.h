@@ -7,12 +7,16 @@
 #include <cstdio>
 #include <string>
 
+#include "xml/Gate.h"
 #include "xml/msxml/MsxmlDom.h"
 
 namespace tlk {
 
 /// The DOM of the build.
 using SystemDomFactory = MsxmlDomFactory;
+
+/// The deepest body of a message that it takes. (Wine's has a limit of its own.)
+inline constexpr std::size_t kDeepestBody = kMaxXmlDepth - 2;
 
 /// What a thread has while it uses the DOM: COM.
 class DomThread {

@@ -1,13 +1,18 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
+#include "xml/Gate.h"
 #include "xml/pugixml/PugiDom.h"
 
 namespace tlk {
 
 /// The DOM of the build.
 using SystemDomFactory = PugiDomFactory;
+
+/// The deepest body of a message that it takes.
+inline constexpr std::size_t kDeepestBody = kMaxXmlDepth;
 
 /// What a thread has while it uses the DOM: nothing here.
 struct DomThread {
