@@ -128,7 +128,8 @@ int TLK_XMLParser::GetNodeAttribute(std::string_view path, std::string_view name
 
 DomResult TLK_XMLParser::SelectSingleNode(std::string_view path, DomNode& node) {
   const DomResult result = SelectFirst(m_document.get(), path, node);
-  if (result == kDomNotImplemented) ReportFailure(m_codec, kSource, kPathFailure, result, path);
+  if (result == kDomNotImplemented)
+    ReportFailure(m_codec, kSource, kPathFailure, result, ShownText(path).View());
   IsGiven(result);
   return result;
 }
