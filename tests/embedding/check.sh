@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# check.sh NATIVE_BUILD WINDOWS_BUILD: runs every sample of docs/embedding.md under Wine, which must have
-# been started, and looks whether the guide shows them as they are.
+# check.sh NATIVE_BUILD WINDOWS_BUILD: builds the sample of docs/embedding.md as the guide says, from what
+# is installed, runs every sample under Wine, which must have been started, and looks whether the guide
+# shows them, and the control's identifiers, as they are.
 set -euo pipefail
 native=$(realpath "$1")
 windows=$(realpath "$2")
@@ -37,6 +38,9 @@ compare "the guide shows greeter.cpp" <(block cpp) <"$samples/greeter.cpp"
 compare "the guide shows greeter.exe.manifest" <(block xml) <"$samples/greeter.exe.manifest"
 compare "the guide shows status.vbs" <(block vb) <"$samples/status.vbs"
 compare "the guide shows status.js" <(block js) <"$samples/status.js"
+sed -nE 's/.*\b(uu)?id\(([^)]*)\).*/\2/p; s/^ *(library|coclass|(disp)?interface|HRESULT) (\w+).*/\3/p' \
+  com/TlkC2.idl | paste -d ' ' - - |
+  compare "the guide shows the identifiers" <(sed -nE 's/^\| `(\w+)` \| `([^`]*)` \|.*/\2 \1/p' docs/embedding.md)
 
 greet() {
   start_server "$native/tools/tlk/tlk" "$work/server.txt"
@@ -56,8 +60,9 @@ status 0
 EXPECTED
 }
 
-cp "$windows/com/TlkC2.dll" "$windows/com/TlkC2.manifest" "$work"
-cp "$windows/tests/embedding/greeter.exe" "$samples/greeter.exe.manifest" "$work"
+cmake --install "$windows" --prefix "$work" >"$work/quiet.txt"
+cp "$samples"/greeter.* "$work"
+block sh | (cd "$work" && bash -e)
 greet
 expect_greeting "greeter without registration"
 rm "$work/greeter.exe.manifest"
