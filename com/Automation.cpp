@@ -4,9 +4,9 @@
 #include <iterator>
 #include <limits>
 
-#include "com/Boundary.h"
+#include "com/ComBoundary.h"
 #include "com/OutArguments.h"
-#include "com/TypeInformation.h"
+#include "com/OwnTypeLibrary.h"
 #include "platform/windows/Bstr.h"
 
 namespace tlk {

@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "com/Boundary.h"
+#include "com/ComBoundary.h"
 #include "com/Module.h"
 #include "com/TlkcObject.h"
 #include "platform/windows/ComPtr.h"

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "com/Boundary.h"
+#include "com/ComBoundary.h"
 #include "com/Enumerator.h"
 
 namespace tlk {

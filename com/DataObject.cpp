@@ -1,6 +1,6 @@
 #include "com/DataObject.h"
 
-#include "com/Boundary.h"
+#include "com/ComBoundary.h"
 #include "com/Enumerator.h"
 #include "com/Face.h"
 

@@ -5,7 +5,7 @@
 #include "com/ClassFactory.h"
 #include "com/InPlaceWindow.h"
 #include "com/Module.h"
-#include "com/Registration.h"
+#include "com/SelfRegistration.h"
 
 extern "C" {
 

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "com/Boundary.h"
+#include "com/ComBoundary.h"
 #include "com/Module.h"
 #include "platform/windows/ComPtr.h"
 

@@ -2,7 +2,7 @@
 
 #include <ocidl.h>
 
-#include "com/ConnectionPoints.h"
+#include "com/ConnectionPointContainer.h"
 #include "com/Part.h"
 
 namespace tlk {
@@ -11,7 +11,7 @@ namespace tlk {
 class QuickActivation final : public Part<IQuickActivate> {
  public:
   QuickActivation(IUnknown& controller, IOleObject& object, IViewObjectEx& view,
-                  ConnectionPoints& points)
+                  ConnectionPointContainer& points)
       : Part(controller), m_object(object), m_view(view), m_points(points) {}
 
   STDMETHODIMP QuickActivate(QACONTAINER* container, QACONTROL* control) override;
@@ -23,7 +23,7 @@ class QuickActivation final : public Part<IQuickActivate> {
 
   IOleObject& m_object;
   IViewObjectEx& m_view;
-  ConnectionPoints& m_points;
+  ConnectionPointContainer& m_points;
 };
 
 }  // namespace tlk

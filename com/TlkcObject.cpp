@@ -1,9 +1,9 @@
 #include "com/TlkcObject.h"
 
 #include "com/Automation.h"
-#include "com/Boundary.h"
-#include "com/ClassInfo.h"
-#include "com/ConnectionPoints.h"
+#include "com/ClassInfoProvider.h"
+#include "com/ComBoundary.h"
+#include "com/ConnectionPointContainer.h"
 #include "com/DataObject.h"
 #include "com/Embedding.h"
 #include "com/EventProxy.h"
@@ -45,7 +45,7 @@ class TlkcObject final : public IUnknown {
   std::atomic<ULONG> m_references{1};
   IUnknown& m_controller;
 
-  ConnectionPoints m_connectionPoints;
+  ConnectionPointContainer m_connectionPoints;
   CProxy_ITlkcEvents m_events;
   WindowsSockets m_sockets;
   WindowsControlWindow m_windowPort;
@@ -64,7 +64,7 @@ class TlkcObject final : public IUnknown {
   DataObject m_dataObject;
   QuickActivation m_quickActivation;
   PropertyPages m_propertyPages;
-  ClassInfo m_classInfo;
+  ClassInfoProvider m_classInfo;
 };
 
 ControlPorts PortsOf(WindowsSockets& sockets, WindowsControlWindow& window) {

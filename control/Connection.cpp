@@ -1,6 +1,6 @@
 #include <bit>
 
-#include "control/Boundary.h"
+#include "control/ControlBoundary.h"
 #include "control/FiringScope.h"
 #include "control/Tlkc.h"
 #include "platform/AnsiText.h"
@@ -34,11 +34,11 @@ ResultCode CTlkc::Connect(std::u16string_view server, std::int32_t port, std::in
     *pVal = 1;
     return kResultOk;
   };
-  return AtBoundary(m_ports.window, connect, [this] { OnOutOfMemory(); });
+  return AtControlBoundary(m_ports.window, connect, [this] { OnOutOfMemory(); });
 }
 
 ResultCode CTlkc::Disconnect() {
-  return AtBoundary(m_ports.window, [&] {
+  return AtControlBoundary(m_ports.window, [&] {
     // The connect timer is left alone: if it runs, it only stops itself.
     m_ports.window.StopTimer(m_keepAliveTimerId);
     LogNormal(trace::kDisconnectRequested);

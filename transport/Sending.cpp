@@ -1,6 +1,6 @@
 #include <new>
 
-#include "control/Boundary.h"
+#include "control/ControlBoundary.h"
 #include "control/Tlkc.h"
 #include "platform/AnsiText.h"
 #include "transport/Framing.h"
@@ -11,7 +11,7 @@
 namespace tlk {
 
 ResultCode CTlkc::SendTLKMsg(std::u16string_view message, std::u16string_view data) {
-  return AtBoundary(m_ports.window, [&] {
+  return AtControlBoundary(m_ports.window, [&] {
     std::string text;
     if (!BuildMessage(message, data, text)) {
       return kResultOk;
@@ -47,7 +47,7 @@ ResultCode CTlkc::SendReceiveTlkMsg(std::u16string_view sndMsg, std::u16string_v
     return kResultOk;
   };
   // The socket may be left blocking and without notifications: the connection cannot go on.
-  return AtBoundary(m_ports.window, exchange, [this] { OnOutOfMemory(); });
+  return AtControlBoundary(m_ports.window, exchange, [this] { OnOutOfMemory(); });
 }
 
 bool CTlkc::BuildMessage(std::u16string_view message, std::u16string_view data, std::string& text) {

@@ -13,15 +13,15 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-Registration Nothing(const char* hive, int view) {
-  Registration found;
+Finding Nothing(const char* hive, int view) {
+  Finding found;
   found.hive = hive;
   found.view = view;
   return found;
 }
 
-Registration Sound(const char* hive, int view) {
-  Registration found = Nothing(hive, view);
+Finding Sound(const char* hive, int view) {
+  Finding found = Nothing(hive, view);
   found.classId = found.currentClassId = "{A}";
   found.currentName = found.name = "TlkC2.Tlkc.1";
   found.hasClass = true;
@@ -35,14 +35,14 @@ Registration Sound(const char* hive, int view) {
 }
 
 /// What Windows shows of a class in the view that it was not registered for: the name alone.
-Registration NameAlone(const char* hive, int view) {
-  Registration found = Nothing(hive, view);
+Finding NameAlone(const char* hive, int view) {
+  Finding found = Nothing(hive, view);
   found.classId = found.currentClassId = "{A}";
   found.currentName = "TlkC2.Tlkc.1";
   return found;
 }
 
-std::vector<std::string> Judge(std::initializer_list<Registration> registrations) {
+std::vector<std::string> Judge(std::initializer_list<Finding> registrations) {
   return FindMisfits({registrations.begin(), registrations.size()});
 }
 
@@ -59,38 +59,37 @@ TEST(Judgement, AsksForOneSoundRegistrationAndNoMore) {
 
 TEST(Judgement, TellsEachMisfitAndWhereItIs) {
   struct {
-    std::function<void(Registration&)> spoil;
+    std::function<void(Finding&)> spoil;
     const char* misfit;
   } const cases[] = {
-      {[](Registration& r) { r.independentName = "Other"; }, "does not call itself TlkC2.Tlkc"},
-      {[](Registration& r) { r.currentName = r.name = ""; }, "name of the current version"},
-      {[](Registration& r) { r.name = "TlkC2.Tlkc.2"; }, "name of the current version"},
-      {[](Registration& r) { r.currentClassId = "{B}"; }, "name of the current version"},
-      {[](Registration& r) { r.module = {}; }, "has no module"},
-      {[](Registration& r) { r.module.kind = FileKind::kMissing; }, "module is not there"},
-      {[](Registration& r) { r.module.kind = FileKind::kNoModule; }, "not a program file"},
-      {[](Registration& r) { r.module.kind = FileKind::k32Bit; }, "serves no 64-bit program"},
-      {[](Registration& r) { r.threadingModel = "Both"; }, "threading model is not Apartment"},
-      {[](Registration& r) { r.libraryId = ""; }, "type library is not registered"},
-      {[](Registration& r) { std::swap(r.library32, r.library64); },
-       "type library is not registered"},
-      {[](Registration& r) { r.library64.kind = FileKind::kMissing; },
+      {[](Finding& r) { r.independentName = "Other"; }, "does not call itself TlkC2.Tlkc"},
+      {[](Finding& r) { r.currentName = r.name = ""; }, "name of the current version"},
+      {[](Finding& r) { r.name = "TlkC2.Tlkc.2"; }, "name of the current version"},
+      {[](Finding& r) { r.currentClassId = "{B}"; }, "name of the current version"},
+      {[](Finding& r) { r.module = {}; }, "has no module"},
+      {[](Finding& r) { r.module.kind = FileKind::kMissing; }, "module is not there"},
+      {[](Finding& r) { r.module.kind = FileKind::kNoModule; }, "not a program file"},
+      {[](Finding& r) { r.module.kind = FileKind::k32Bit; }, "serves no 64-bit program"},
+      {[](Finding& r) { r.threadingModel = "Both"; }, "threading model is not Apartment"},
+      {[](Finding& r) { r.libraryId = ""; }, "type library is not registered"},
+      {[](Finding& r) { std::swap(r.library32, r.library64); }, "type library is not registered"},
+      {[](Finding& r) { r.library64.kind = FileKind::kMissing; },
        "type library's file is not there"},
   };
   for (const auto& one : cases) {
-    Registration spoilt = Sound("user", 64);
+    Finding spoilt = Sound("user", 64);
     one.spoil(spoilt);
     EXPECT_THAT(
         Judge({Sound("machine", 64), spoilt}),
         ElementsAre(testing::AllOf(StartsWith("user hive, 64-bit view: "), HasSubstr(one.misfit))));
   }
-  Registration spoilt = Sound("machine", 32);
+  Finding spoilt = Sound("machine", 32);
   spoilt.module.kind = FileKind::k64Bit;
   EXPECT_THAT(Judge({spoilt}), ElementsAre(HasSubstr("serves no 32-bit program")));
 }
 
 TEST(Judgement, ComparesAsTheSystemDoes) {
-  Registration found = Sound("machine", 64);
+  Finding found = Sound("machine", 64);
   found.threadingModel = "apartment";
   found.currentClassId = "{a}";
   found.independentName = "TLKC2.TLKC";

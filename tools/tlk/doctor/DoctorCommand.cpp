@@ -11,8 +11,8 @@ namespace tlk {
 namespace {
 
 using doctor::FileKind;
+using doctor::Finding;
 using doctor::NamedFile;
-using doctor::Registration;
 
 constexpr const char* kHelp =
     "Looks in the machine's and the user's registry, as 64-bit and as 32-bit programs see it. The\n"
@@ -45,7 +45,7 @@ std::string Describe(const NamedFile& file) {
   return file.path;
 }
 
-void Print(const Registration& found) {
+void Print(const Finding& found) {
   auto& output = OwnOutput::Get();
   const std::string place = PlaceName(found);
   if (!found.hasClass) {
@@ -62,7 +62,7 @@ void Print(const Registration& found) {
 }
 
 int Doctor() {
-  const auto registrations = doctor::CollectRegistrations();
+  const auto registrations = doctor::CollectFindings();
   for (const auto& found : registrations) Print(found);
   const auto misfits = doctor::FindMisfits(registrations);
   for (const auto& misfit : misfits) OwnOutput::Get().Line("misfit: " + misfit);

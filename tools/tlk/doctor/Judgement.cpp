@@ -15,42 +15,36 @@ bool AreSame(std::string_view a, std::string_view b) {
 }
 
 struct Rule {
-  bool (*isBroken)(const Registration& found);
+  bool (*isBroken)(const Finding& found);
   const char* misfit;
 };
 
 constexpr Rule kRulesOfTheClass[] = {
-    {[](const Registration& found) { return !AreSame(found.independentName, kControlName); },
+    {[](const Finding& found) { return !AreSame(found.independentName, kControlName); },
      "the class does not call itself TlkC2.Tlkc: register the module again"},
-    {[](const Registration& found) {
+    {[](const Finding& found) {
        return found.currentName.empty() || !AreSame(found.currentName, found.name) ||
               !AreSame(found.currentClassId, found.classId);
      },
      "the name of the current version and the class do not mean each other: register the module "
      "again"},
-    {[](const Registration& found) { return found.module.path.empty(); },
+    {[](const Finding& found) { return found.module.path.empty(); },
      "the class has no module: register the module again"},
-    {[](const Registration& found) {
+    {[](const Finding& found) {
        return !found.module.path.empty() && found.module.kind == FileKind::kMissing;
      },
      "the module is not there: put it back, or register it where it is now"},
-    {[](const Registration& found) { return found.module.kind == FileKind::kNoModule; },
+    {[](const Finding& found) { return found.module.kind == FileKind::kNoModule; },
      "the module is not a program file: replace it by a sound copy"},
-    {[](const Registration& found) {
-       return found.view == 64 && found.module.kind == FileKind::k32Bit;
-     },
+    {[](const Finding& found) { return found.view == 64 && found.module.kind == FileKind::k32Bit; },
      "a 32-bit module serves no 64-bit program: register the 64-bit one here"},
-    {[](const Registration& found) {
-       return found.view == 32 && found.module.kind == FileKind::k64Bit;
-     },
+    {[](const Finding& found) { return found.view == 32 && found.module.kind == FileKind::k64Bit; },
      "a 64-bit module serves no 32-bit program: register the 32-bit one here"},
-    {[](const Registration& found) { return !AreSame(found.threadingModel, "Apartment"); },
+    {[](const Finding& found) { return !AreSame(found.threadingModel, "Apartment"); },
      "the threading model is not Apartment: register the module again"},
-    {[](const Registration& found) {
-       return found.libraryId.empty() || LibraryOf(found).path.empty();
-     },
+    {[](const Finding& found) { return found.libraryId.empty() || LibraryOf(found).path.empty(); },
      "the class's type library is not registered: register the module again"},
-    {[](const Registration& found) {
+    {[](const Finding& found) {
        return !LibraryOf(found).path.empty() && LibraryOf(found).kind == FileKind::kMissing;
      },
      "the type library's file is not there: register the module again"},
@@ -62,31 +56,29 @@ constexpr const char* kNotRegistered =
 constexpr const char* kNameWithoutClass =
     "TlkC2.Tlkc means no class that is registered: register the module again";
 
-bool HasName(const Registration& found) {
-  return !found.classId.empty() || !found.currentName.empty();
-}
+bool HasName(const Finding& found) { return !found.classId.empty() || !found.currentName.empty(); }
 
 /// The name belongs to both views together, so a view may have it without the class.
-bool IsNameWithoutClass(const Registration& found, std::span<const Registration> all) {
-  return HasName(found) && std::none_of(all.begin(), all.end(), [&](const Registration& other) {
+bool IsNameWithoutClass(const Finding& found, std::span<const Finding> all) {
+  return HasName(found) && std::none_of(all.begin(), all.end(), [&](const Finding& other) {
            return other.hasClass && AreSame(other.classId, found.classId);
          });
 }
 
 }  // namespace
 
-std::string PlaceName(const Registration& registration) {
+std::string PlaceName(const Finding& registration) {
   return registration.hive + " hive, " + std::to_string(registration.view) + "-bit view";
 }
 
-const NamedFile& LibraryOf(const Registration& registration) {
+const NamedFile& LibraryOf(const Finding& registration) {
   return registration.view == 64 ? registration.library64 : registration.library32;
 }
 
-std::vector<std::string> FindMisfits(std::span<const Registration> registrations) {
+std::vector<std::string> FindMisfits(std::span<const Finding> registrations) {
   if (std::none_of(registrations.begin(), registrations.end(), HasName)) return {kNotRegistered};
   std::vector<std::string> misfits;
-  for (const Registration& found : registrations) {
+  for (const Finding& found : registrations) {
     const std::string place = PlaceName(found) + ": ";
     if (IsNameWithoutClass(found, registrations)) misfits.push_back(place + kNameWithoutClass);
     for (const Rule& rule : kRulesOfTheClass) {

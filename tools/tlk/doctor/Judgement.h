@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/tlk/doctor/Registration.h"
+#include "tools/tlk/doctor/Finding.h"
 
 namespace tlk::doctor {
 
@@ -12,13 +12,13 @@ namespace tlk::doctor {
 inline constexpr const char* kControlName = "TlkC2.Tlkc";
 
 /// How one place of the registration is called.
-[[nodiscard]] std::string PlaceName(const Registration& registration);
+[[nodiscard]] std::string PlaceName(const Finding& registration);
 
 /// The type library's file that programs of this view take.
-[[nodiscard]] const NamedFile& LibraryOf(const Registration& registration);
+[[nodiscard]] const NamedFile& LibraryOf(const Finding& registration);
 
 /// What does not fit, each as one line that says what to do; nothing when the control is registered
 /// and all is well. A place without the control is well as long as there is another with it.
-[[nodiscard]] std::vector<std::string> FindMisfits(std::span<const Registration> registrations);
+[[nodiscard]] std::vector<std::string> FindMisfits(std::span<const Finding> registrations);
 
 }  // namespace tlk::doctor

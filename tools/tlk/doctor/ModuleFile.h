@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "tools/tlk/doctor/Registration.h"
+#include "tools/tlk/doctor/Finding.h"
 
 namespace tlk::doctor {
 

@@ -92,7 +92,7 @@ class Classes {
   REGSAM m_view;
 };
 
-void CollectByName(const Classes& classes, Registration& found) {
+void CollectByName(const Classes& classes, Finding& found) {
   const std::string name = kControlName;
   found.classId = classes.Text(name + "\\CLSID");
   found.currentName = classes.Text(name + "\\CurVer");
@@ -101,7 +101,7 @@ void CollectByName(const Classes& classes, Registration& found) {
   }
 }
 
-void CollectByClass(const Classes& classes, Registration& found) {
+void CollectByClass(const Classes& classes, Finding& found) {
   if (found.classId.empty()) return;
   const std::string key = "CLSID\\" + found.classId;
   found.hasClass = classes.Has(key);
@@ -113,15 +113,15 @@ void CollectByClass(const Classes& classes, Registration& found) {
   found.libraryId = classes.Text(key + "\\TypeLib");
 }
 
-void CollectByLibrary(const Classes& classes, Registration& found) {
+void CollectByLibrary(const Classes& classes, Finding& found) {
   if (found.libraryId.empty()) return;
   const std::string key = "TypeLib\\" + found.libraryId + "\\" + found.version + "\\0\\";
   found.library32 = classes.File(key + "win32");
   found.library64 = classes.File(key + "win64");
 }
 
-Registration Collect(const Hive& hive, int view) {
-  Registration found;
+Finding Collect(const Hive& hive, int view) {
+  Finding found;
   found.hive = hive.name;
   found.view = view;
   const Classes classes(hive, view);
@@ -141,8 +141,8 @@ std::vector<int> Views() {
 
 }  // namespace
 
-std::vector<Registration> CollectRegistrations() {
-  std::vector<Registration> registrations;
+std::vector<Finding> CollectFindings() {
+  std::vector<Finding> registrations;
   for (const Hive& hive : {Hive{HKEY_LOCAL_MACHINE, "machine"}, Hive{HKEY_CURRENT_USER, "user"}}) {
     for (const int view : Views()) registrations.push_back(Collect(hive, view));
   }

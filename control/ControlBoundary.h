@@ -11,7 +11,7 @@ namespace tlk {
 /// exception out of it. `recover`, which must not throw, puts things in order when memory has run
 /// out on the way.
 template <typename Body, typename Recover>
-ResultCode AtBoundary(const ControlWindow& window, Body&& body, Recover&& recover) noexcept {
+ResultCode AtControlBoundary(const ControlWindow& window, Body&& body, Recover&& recover) noexcept {
   const auto held = window.Hold();
   try {
     return body();
@@ -25,8 +25,8 @@ ResultCode AtBoundary(const ControlWindow& window, Body&& body, Recover&& recove
 }
 
 template <typename Body>
-ResultCode AtBoundary(const ControlWindow& window, Body&& body) noexcept {
-  return AtBoundary(window, std::forward<Body>(body), [] {});
+ResultCode AtControlBoundary(const ControlWindow& window, Body&& body) noexcept {
+  return AtControlBoundary(window, std::forward<Body>(body), [] {});
 }
 
 }  // namespace tlk

@@ -7,7 +7,7 @@
 namespace tlk {
 
 /// Tells a container the control's class and the interface of its events.
-class ClassInfo final : public Part<IProvideClassInfo2> {
+class ClassInfoProvider final : public Part<IProvideClassInfo2> {
  public:
   using Part::Part;
 

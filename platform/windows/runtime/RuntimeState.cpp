@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "platform/windows/runtime/VerifiedRuntime.h"
+
 // The runtime's own state of a thread, and its guards of local statics, rest on a thread library
 // that takes an index, handles and memory at first use and never gives them back: a little is lost
 // each time the module is loaded. These entry points of the C++ ABI stand in for the runtime's.

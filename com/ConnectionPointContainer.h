@@ -10,9 +10,9 @@
 namespace tlk {
 
 /// The control's outgoing interfaces: `_ITlkcEvents` and `IPropertyNotifySink`.
-class ConnectionPoints final : public Part<IConnectionPointContainer> {
+class ConnectionPointContainer final : public Part<IConnectionPointContainer> {
  public:
-  explicit ConnectionPoints(IUnknown& controller);
+  explicit ConnectionPointContainer(IUnknown& controller);
 
   STDMETHODIMP EnumConnectionPoints(IEnumConnectionPoints** points) override;
   STDMETHODIMP FindConnectionPoint(REFIID iid, IConnectionPoint** point) override;

@@ -13,7 +13,7 @@ struct NamedFile {
 };
 
 /// What one view of one hive says of the control, as narrow ANSI text; what is not there is empty.
-struct Registration {
+struct Finding {
   std::string hive;  ///< "machine" or "user"
   int view = 64;     ///< Bits of the programs that see it.
 

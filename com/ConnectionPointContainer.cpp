@@ -1,9 +1,9 @@
-#include "com/ConnectionPoints.h"
+#include "com/ConnectionPointContainer.h"
 
 #include <TlkC2.h>
 #include <olectl.h>
 
-#include "com/Boundary.h"
+#include "com/ComBoundary.h"
 #include "com/Enumerator.h"
 
 namespace tlk {
@@ -19,12 +19,12 @@ struct OwnedPoint {
 
 }  // namespace
 
-ConnectionPoints::ConnectionPoints(IUnknown& controller)
+ConnectionPointContainer::ConnectionPointContainer(IUnknown& controller)
     : Part(controller),
       m_points{ConnectionPoint(controller, *this, DIID__ITlkcEvents),
                ConnectionPoint(controller, *this, IID_IPropertyNotifySink)} {}
 
-STDMETHODIMP ConnectionPoints::EnumConnectionPoints(IEnumConnectionPoints** points) {
+STDMETHODIMP ConnectionPointContainer::EnumConnectionPoints(IEnumConnectionPoints** points) {
   if (points == nullptr) return E_POINTER;
   *points = nullptr;
   return AtComBoundary([&] {
@@ -34,7 +34,7 @@ STDMETHODIMP ConnectionPoints::EnumConnectionPoints(IEnumConnectionPoints** poin
   });
 }
 
-STDMETHODIMP ConnectionPoints::FindConnectionPoint(REFIID iid, IConnectionPoint** point) {
+STDMETHODIMP ConnectionPointContainer::FindConnectionPoint(REFIID iid, IConnectionPoint** point) {
   if (point == nullptr) return E_POINTER;
   *point = nullptr;
   for (ConnectionPoint& candidate : m_points) {

@@ -1,12 +1,12 @@
-#include "com/ClassInfo.h"
+#include "com/ClassInfoProvider.h"
 
 #include <TlkC2.h>
 
-#include "com/TypeInformation.h"
+#include "com/OwnTypeLibrary.h"
 
 namespace tlk {
 
-STDMETHODIMP ClassInfo::GetClassInfo(ITypeInfo** info) {
+STDMETHODIMP ClassInfoProvider::GetClassInfo(ITypeInfo** info) {
   if (info == nullptr) return E_POINTER;
   *info = nullptr;
   ComPtr<ITypeInfo> loaded;
@@ -15,7 +15,7 @@ STDMETHODIMP ClassInfo::GetClassInfo(ITypeInfo** info) {
   return result;
 }
 
-STDMETHODIMP ClassInfo::GetGUID(DWORD kind, GUID* id) {
+STDMETHODIMP ClassInfoProvider::GetGUID(DWORD kind, GUID* id) {
   if (id == nullptr) return E_POINTER;
   *id = GUID_NULL;
   if (kind != GUIDKIND_DEFAULT_SOURCE_DISP_IID) return E_INVALIDARG;

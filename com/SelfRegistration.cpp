@@ -1,11 +1,11 @@
-#include "com/Registration.h"
+#include "com/SelfRegistration.h"
 
 #include <TlkC2.h>
 
 #include <string>
 
-#include "com/Boundary.h"
 #include "com/ClassesRoot.h"
+#include "com/ComBoundary.h"
 #include "com/Module.h"
 #include "com/Registrar.h"
 #include "com/Resource.h"
@@ -21,14 +21,9 @@ HRESULT WINAPI UnRegisterTypeLibForUser(REFGUID id, WORD major, WORD minor, LCID
 namespace tlk {
 namespace {
 
-#ifdef _WIN64
-constexpr SYSKIND kSystem = SYS_WIN64;
-constexpr const wchar_t* kSystemKey = L"win64";
-#else
-constexpr SYSKIND kSystem = SYS_WIN32;
-constexpr const wchar_t* kSystemKey = L"win32";
-#endif
-
+constexpr bool kIs64Bit = sizeof(void*) == 8;
+constexpr SYSKIND kSystem = kIs64Bit ? SYS_WIN64 : SYS_WIN32;
+constexpr const wchar_t* kSystemKey = kIs64Bit ? L"win64" : L"win32";
 constexpr WORD kMajorVersion = 1;
 constexpr WORD kMinorVersion = 0;
 constexpr LCID kAnyLocale = 0;

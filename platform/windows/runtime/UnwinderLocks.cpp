@@ -3,6 +3,8 @@
 
 #include <cstdlib>
 
+#include "platform/windows/runtime/VerifiedRuntime.h"
+
 // On 32-bit, the unwinder that is linked in keeps the module's frames in a list under a mutex that
 // it makes once and never gives back. With the thread library's mutex, and its way to do a thing
 // once, each load of the module cost an index, two handles and some memory. The linker brings what

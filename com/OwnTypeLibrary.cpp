@@ -1,6 +1,6 @@
-#include "com/TypeInformation.h"
+#include "com/OwnTypeLibrary.h"
 
-#include "com/Boundary.h"
+#include "com/ComBoundary.h"
 #include "com/Module.h"
 
 namespace tlk {
