@@ -6,14 +6,16 @@
 namespace tlk {
 namespace {
 
-/// The context of a host that has the manifest for its own.
-HANDLE ContextOf(const wchar_t* name) {
+/// The context of a host that has the manifest for its own: a file, or the resource `inside` one.
+HANDLE ContextOf(const wchar_t* name, WORD inside) {
   const std::wstring manifest = FileBesideTest(name);
   const std::wstring folder = FileBesideTest(L"");
   ACTCTXW context{};
   context.cbSize = sizeof context;
-  context.dwFlags = ACTCTX_FLAG_ASSEMBLY_DIRECTORY_VALID;
+  context.dwFlags =
+      ACTCTX_FLAG_ASSEMBLY_DIRECTORY_VALID | (inside != 0 ? ACTCTX_FLAG_RESOURCE_NAME_VALID : 0);
   context.lpSource = manifest.c_str();
+  context.lpResourceName = MAKEINTRESOURCEW(inside);
   context.lpAssemblyDirectory = folder.c_str();
   return CreateActCtxW(&context);
 }
@@ -38,8 +40,8 @@ void FindTheControlAndLetItGo() {
 
 TEST(RegistrationFreeTest, AManifestStandsInForTheRegistry) {
   const Apartment apartment;
-  for (const wchar_t* manifest : {L"TlkC2.manifest", L"host.manifest"}) {
-    const HANDLE context = ContextOf(manifest);
+  for (const auto& [manifest, inside] : {std::pair{L"TlkC2.dll", 1}, {L"host.manifest", 0}}) {
+    const HANDLE context = ContextOf(manifest, static_cast<WORD>(inside));
     ULONG_PTR cookie = 0;
     ASSERT_TRUE(ActivateActCtx(context, &cookie)) << manifest;
     FindTheControlAndLetItGo();

@@ -15,18 +15,19 @@ while read -r import; do
   [[ $system == *" ${import%.dll} "* ]] || fault "imports $import"
 done < <(sed -n 's/.*DLL Name: //p' <<<"$dump" | tr '[:upper:]' '[:lower:]')
 
-format=pei-i386 kind=1 traits=(DYNAMIC_BASE NX_COMPAT)
-[ "$bits" = 32 ] || { format=pei-x86-64 kind=3; traits+=(HIGH_ENTROPY_VA); }
+format=pei-i386 processor=x86 kind=1 traits=(DYNAMIC_BASE NX_COMPAT)
+[ "$bits" = 32 ] || { format=pei-x86-64 processor=amd64 kind=3; traits+=(HIGH_ENTROPY_VA); }
 grep -q "file format $format$" <<<"$dump" || fault "is not $format"
 for trait in "${traits[@]}"; do
   grep -q "^[[:space:]]*$trait$" <<<"$dump" || fault "lacks $trait"
 done
 grep -Eq '^Entry 5 [0-9a-f]*[1-9a-f][0-9a-f]* ' <<<"$dump" || fault "cannot be relocated"
 
-# Types and identifiers: the script, the library, the bitmap, the texts and the version.
+# Types and identifiers: the script, the library, the bitmap, the texts, the version, the manifest.
 resources=$(sed -nE 's/^[0-9a-f]{3} {3}( {2})?Entry: (name.*\]:|ID:) ([^,]*),.*/\3/p' <<<"$dump" | xargs)
-[ "$resources" = "REGISTRY 0x000065 TYPELIB 0x000001 0x000002 0x000066 0x000006 0x000007 0x000010 0x000001" ] ||
+[ "$resources" = "REGISTRY 0x000065 TYPELIB 0x000001 0x000002 0x000066 0x000006 0x000007 0x000010 0x000001 0x000018 0x000001" ] ||
   fault "has the resources $resources"
+grep -aq "processorArchitecture=\"$processor\"" "$dll" || fault "is no assembly for $processor"
 python3 - "$dll" "$kind" <<'PYTHON' || fault "has no type library for $bits bits"
 import sys
 data = open(sys.argv[1], "rb").read()
