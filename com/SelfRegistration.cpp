@@ -24,6 +24,7 @@ namespace {
 constexpr bool kIs64Bit = sizeof(void*) == 8;
 constexpr SYSKIND kSystem = kIs64Bit ? SYS_WIN64 : SYS_WIN32;
 constexpr const wchar_t* kSystemKey = kIs64Bit ? L"win64" : L"win32";
+constexpr REGSAM kOtherView = kIs64Bit ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
 constexpr WORD kMajorVersion = 1;
 constexpr WORD kMinorVersion = 0;
 constexpr LCID kAnyLocale = 0;
@@ -49,33 +50,62 @@ HRESULT AddLibrary(const Scope& scope, std::wstring path) {
   return scope.addLibrary(library.Get(), path.data(), nullptr);
 }
 
-bool IsLibraryRegistered() {
-  std::wstring id(39, L'\0');
-  StringFromGUID2(LIBID_TLKC2Lib, id.data(), static_cast<int>(id.size()));
-  id.pop_back();
-  const std::wstring name = L"TypeLib\\" + id + kVersionKey + kSystemKey;
-  HKEY key = nullptr;
-  const LSTATUS opened = RegOpenKeyExW(HKEY_CLASSES_ROOT, name.c_str(), 0, KEY_READ, &key);
-  if (opened == ERROR_SUCCESS) RegCloseKey(key);
-  return opened != ERROR_FILE_NOT_FOUND;
+std::wstring Text(REFGUID id) {
+  std::wstring text(39, L'\0');
+  StringFromGUID2(id, text.data(), static_cast<int>(text.size()));
+  text.pop_back();
+  return text;
 }
+
+/// Fails when the key is not there.
+LSTATUS LookFor(HKEY root, const std::wstring& name, REGSAM view) {
+  HKEY key = nullptr;
+  const LSTATUS opened = RegOpenKeyExW(root, name.c_str(), 0, KEY_READ | view, &key);
+  if (opened == ERROR_SUCCESS) RegCloseKey(key);
+  return opened;
+}
+
+/// Whether the hive has the module of the other bitness as well, whose class has a key of its own.
+bool IsOtherRegistered(HKEY hive) {
+  const std::wstring name = L"Software\\Classes\\CLSID\\" + Text(CLSID_Tlkc);
+  return LookFor(hive, name, kOtherView) == ERROR_SUCCESS;
+}
+
+std::wstring LibraryKey() { return L"TypeLib\\" + Text(LIBID_TLKC2Lib) + kVersionKey + kSystemKey; }
 
 HRESULT RemoveLibrary(const Scope& scope) {
   // The system takes the removal of what is not there for a failure.
-  if (!IsLibraryRegistered()) return S_OK;
+  if (LookFor(HKEY_CLASSES_ROOT, LibraryKey(), 0) == ERROR_FILE_NOT_FOUND) return S_OK;
   return scope.removeLibrary(LIBID_TLKC2Lib, kMajorVersion, kMinorVersion, kAnyLocale, kSystem);
 }
 
-HRESULT AddAll(const Scope& scope, const Registrar& registrar, const std::wstring& path) {
-  const HRESULT added = registrar.Add(IDR_REGISTRATION);
-  return FAILED(added) ? added : AddLibrary(scope, path);
+/// Removes no more than the way to this file. The system would remove the interfaces as well, and
+/// they are registered for both bitnesses at once.
+HRESULT RemoveLibraryFile() {
+  const LSTATUS removed = RegDeleteTreeW(HKEY_CLASSES_ROOT, LibraryKey().c_str());
+  return removed == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(removed);
 }
 
-/// Removes what it can, whatever fails; the first failure counts.
+HRESULT AddAll(const Scope& scope, const Registrar& registrar, const std::wstring& path) {
+  for (const UINT script : {IDR_NAMES, IDR_CLASS}) {
+    const HRESULT added = registrar.Add(script);
+    if (FAILED(added)) return added;
+  }
+  return AddLibrary(scope, path);
+}
+
+/// Removes what it can, whatever fails; the first failure counts. What both bitnesses share goes
+/// with the last of them.
 HRESULT RemoveAll(const Scope& scope, const Registrar& registrar) {
-  const HRESULT library = RemoveLibrary(scope);
-  const HRESULT script = registrar.Remove(IDR_REGISTRATION);
-  return FAILED(library) ? library : script;
+  const HRESULT ofClass = registrar.Remove(IDR_CLASS);
+  // Asked only now: in a system of one bitness the key would be this module's own.
+  const bool isShared = IsOtherRegistered(scope.hive);
+  const HRESULT library = isShared ? RemoveLibraryFile() : RemoveLibrary(scope);
+  const HRESULT names = isShared ? S_OK : registrar.Remove(IDR_NAMES);
+  for (const HRESULT result : {ofClass, library}) {
+    if (FAILED(result)) return result;
+  }
+  return names;
 }
 
 HRESULT Enter(const ClassesRoot& classes, Registrar& registrar, const std::wstring& path) {

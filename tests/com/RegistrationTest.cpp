@@ -8,6 +8,9 @@ namespace {
 
 const std::wstring kClasses = L"Software\\Classes\\";
 const std::wstring kTypeLibrary = kClasses + L"TypeLib\\{C5A1C94B-80B9-4317-98BE-D528F13E2459}";
+const std::wstring kInterface = kClasses + L"Interface\\{AEA070CC-49D3-4272-A0E2-F8F1B6BD30AA}";
+const std::wstring kClass = kClasses + L"CLSID\\{152FDC3E-77C0-4E2B-957A-32C5CAE3B0CE}";
+constexpr REGSAM kOtherView = sizeof(void*) == 8 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
 const std::wstring kSandbox = L"Software\\TlkC2 registration test";
 
 const std::wstring kRegistered =
@@ -30,6 +33,8 @@ TlkC2.Tlkc = Tlkc Class
   CurVer = TlkC2.Tlkc.1
 TlkC2.Tlkc.1 = Tlkc Class
   CLSID = {152FDC3E-77C0-4E2B-957A-32C5CAE3B0CE})";
+
+const std::wstring kNames = kRegistered.substr(kRegistered.find(L"\nTlk"));
 
 /// A value with the module's path as "%MODULE%"; empty when there is none.
 std::wstring Value(HKEY hive, const std::wstring& key, const wchar_t* value) {
@@ -80,6 +85,7 @@ class RegistrationTest : public testing::Test {
       ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, (kSandbox + name).c_str(), &stand), 0);
       ASSERT_EQ(RegOverridePredefKey(hive, stand), 0);
       RegCloseKey(stand);
+      MakeKey(hive, kClasses + L"Wow6432Node");  // Each bitness has a view of its own.
     }
   }
 
@@ -87,6 +93,14 @@ class RegistrationTest : public testing::Test {
     RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
     RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
     RegDeleteTreeW(HKEY_CURRENT_USER, kSandbox.c_str());
+  }
+
+  static void MakeKey(HKEY hive, const std::wstring& name, REGSAM view = 0) {
+    HKEY key = nullptr;
+    ASSERT_EQ(RegCreateKeyExW(hive, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS | view, nullptr,
+                              &key, nullptr),
+              0);
+    RegCloseKey(key);
   }
 
   HRESULT Install(BOOL install, LPCWSTR argument) const {
@@ -111,6 +125,12 @@ TEST_F(RegistrationTest, WritesOneHiveAndClearsItAgain) {
       EXPECT_EQ(Classes(each.hive), kRegistered);
       EXPECT_EQ(LibraryFile(each.hive), L"%MODULE%");
     }
+    MakeKey(each.hive, kClass, kOtherView);
+    EXPECT_EQ(Install(FALSE, each.argument), S_OK);
+    EXPECT_EQ(Classes(each.hive), L"\nCLSID" + kNames);
+    EXPECT_EQ(LibraryFile(each.hive), L"");
+    EXPECT_EQ(Value(each.hive, kInterface, L""), L"ITlkc");
+    EXPECT_EQ(RegDeleteKeyExW(each.hive, kClass.c_str(), kOtherView, 0), 0);
     EXPECT_EQ(Install(FALSE, each.argument), S_OK);
     EXPECT_EQ(Classes(each.hive), L"\nCLSID");
     EXPECT_EQ(LibraryFile(each.hive), L"");
@@ -125,10 +145,8 @@ TEST_F(RegistrationTest, WritesOneHiveAndClearsItAgain) {
 
 TEST_F(RegistrationTest, UndoesWhatItWroteWhenItFails) {
   // The library's entries are to stay, so the system does not let them into a passing key.
-  HKEY libraries = nullptr;
   HKEY passing = nullptr;
-  ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, (kClasses + L"TypeLib").c_str(), &libraries), 0);
-  RegCloseKey(libraries);
+  MakeKey(HKEY_CURRENT_USER, kClasses + L"TypeLib");
   ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kTypeLibrary.c_str(), 0, nullptr,
                             REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, &passing, nullptr),
             0);
@@ -144,7 +162,7 @@ TEST(Regsvr32Test, RegistersForTheUser) {
                      options..., nullptr);
   };
   EXPECT_EQ(run(), 0);
-  EXPECT_TRUE(Classes(HKEY_CURRENT_USER).ends_with(kRegistered.substr(kRegistered.find(L"\nTlk"))));
+  EXPECT_TRUE(Classes(HKEY_CURRENT_USER).ends_with(kNames));
   EXPECT_EQ(LibraryFile(HKEY_CURRENT_USER), L"%MODULE%");
   EXPECT_EQ(run(L"/u"), 0);
   EXPECT_EQ(LibraryFile(HKEY_CURRENT_USER), L"");

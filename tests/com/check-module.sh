@@ -23,10 +23,11 @@ for trait in "${traits[@]}"; do
 done
 grep -Eq '^Entry 5 [0-9a-f]*[1-9a-f][0-9a-f]* ' <<<"$dump" || fault "cannot be relocated"
 
-# Types and identifiers: the script, the library, the bitmap, the texts, the version, the manifest.
+# Types and identifiers: the scripts, the library, the bitmap, the texts, the version, the manifest.
 resources=$(sed -nE 's/^[0-9a-f]{3} {3}( {2})?Entry: (name.*\]:|ID:) ([^,]*),.*/\3/p' <<<"$dump" | xargs)
-[ "$resources" = "REGISTRY 0x000065 TYPELIB 0x000001 0x000002 0x000066 0x000006 0x000007 0x000010 0x000001 0x000018 0x000001" ] ||
+[ "$resources" = "REGISTRY 0x000065 0x000067 TYPELIB 0x000001 0x000002 0x000066 0x000006 0x000007 0x000010 0x000001 0x000018 0x000001" ] ||
   fault "has the resources $resources"
+grep -aq OLESelfRegister <(tr -d '\0' <"$dll") || fault "does not say that it registers itself"
 grep -aq "processorArchitecture=\"$processor\"" "$dll" || fault "is no assembly for $processor"
 python3 - "$dll" "$kind" <<'PYTHON' || fault "has no type library for $bits bits"
 import sys

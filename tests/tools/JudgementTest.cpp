@@ -88,6 +88,15 @@ TEST(Judgement, TellsEachMisfitAndWhereItIs) {
   EXPECT_THAT(Judge({spoilt}), ElementsAre(HasSubstr("serves no 32-bit program")));
 }
 
+TEST(Judgement, NotesWhatIsHiddenAndWhatIsShared) {
+  const std::vector<Finding> all{Sound("machine", 64), NameAlone("machine", 32), Sound("user", 64),
+                                 Sound("user", 32)};
+  EXPECT_THAT(FindNotes(all),
+              ElementsAre(StartsWith("machine hive, 32-bit view: has the names alone"),
+                          StartsWith("user hive, 64-bit view: hides the machine's registration"),
+                          StartsWith("user hive, 32-bit view: shares the names")));
+}
+
 TEST(Judgement, ComparesAsTheSystemDoes) {
   Finding found = Sound("machine", 64);
   found.threadingModel = "apartment";

@@ -17,7 +17,8 @@ using doctor::NamedFile;
 constexpr const char* kHelp =
     "Looks in the machine's and the user's registry, as 64-bit and as 32-bit programs see it. The\n"
     "status is 0 when the control is registered and all fits, 1 when something does not; each\n"
-    "line that begins with \"misfit\" says what, and what to do.\n"
+    "line that begins with \"misfit\" says what, and what to do. A \"note\" tells of what is\n"
+    "registered twice: which one hides the other, or what they share.\n"
     "\n"
     "Examples:\n"
     "  tlk doctor\n"
@@ -64,6 +65,7 @@ void Print(const Finding& found) {
 int Doctor() {
   const auto registrations = doctor::CollectFindings();
   for (const auto& found : registrations) Print(found);
+  for (const auto& note : doctor::FindNotes(registrations)) OwnOutput::Get().Line("note: " + note);
   const auto misfits = doctor::FindMisfits(registrations);
   for (const auto& misfit : misfits) OwnOutput::Get().Line("misfit: " + misfit);
   if (!misfits.empty()) return 1;

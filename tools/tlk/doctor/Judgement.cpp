@@ -65,6 +65,32 @@ bool IsNameWithoutClass(const Finding& found, std::span<const Finding> all) {
          });
 }
 
+/// What is to be said of a place because of another one.
+struct NoteRule {
+  bool (*holds)(const Finding& found, const Finding& other);
+  const char* note;
+};
+
+constexpr NoteRule kNoteRules[] = {
+    {[](const Finding& found, const Finding& other) {
+       return found.hive == "user" && other.hive == "machine" && found.view == other.view &&
+              found.hasClass && other.hasClass;
+     },
+     "hides the machine's registration from the user's programs; elevated ones still take the "
+     "machine's"},
+    {[](const Finding& found, const Finding& other) {
+       return found.hive == other.hive && found.view < other.view && found.hasClass &&
+              other.hasClass;
+     },
+     "shares the names TlkC2.Tlkc and TlkC2.Tlkc.1 with the 64-bit view: they go with the last of "
+     "the two registrations"},
+    {[](const Finding& found, const Finding& other) {
+       return found.hive == other.hive && !found.hasClass && HasName(found) && other.hasClass;
+     },
+     "has the names alone, which both views share: programs of this bitness find no control by "
+     "them"},
+};
+
 }  // namespace
 
 std::string PlaceName(const Finding& registration) {
@@ -75,17 +101,29 @@ const NamedFile& LibraryOf(const Finding& registration) {
   return registration.view == 64 ? registration.library64 : registration.library32;
 }
 
-std::vector<std::string> FindMisfits(std::span<const Finding> registrations) {
-  if (std::none_of(registrations.begin(), registrations.end(), HasName)) return {kNotRegistered};
+std::vector<std::string> FindMisfits(std::span<const Finding> findings) {
+  if (std::none_of(findings.begin(), findings.end(), HasName)) return {kNotRegistered};
   std::vector<std::string> misfits;
-  for (const Finding& found : registrations) {
+  for (const Finding& found : findings) {
     const std::string place = PlaceName(found) + ": ";
-    if (IsNameWithoutClass(found, registrations)) misfits.push_back(place + kNameWithoutClass);
+    if (IsNameWithoutClass(found, findings)) misfits.push_back(place + kNameWithoutClass);
     for (const Rule& rule : kRulesOfTheClass) {
       if (found.hasClass && rule.isBroken(found)) misfits.push_back(place + rule.misfit);
     }
   }
   return misfits;
+}
+
+std::vector<std::string> FindNotes(std::span<const Finding> findings) {
+  std::vector<std::string> notes;
+  for (const Finding& found : findings) {
+    for (const Finding& other : findings) {
+      for (const NoteRule& rule : kNoteRules) {
+        if (rule.holds(found, other)) notes.push_back(PlaceName(found) + ": " + rule.note);
+      }
+    }
+  }
+  return notes;
 }
 
 }  // namespace tlk::doctor

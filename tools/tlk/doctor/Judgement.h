@@ -19,6 +19,9 @@ inline constexpr const char* kControlName = "TlkC2.Tlkc";
 
 /// What does not fit, each as one line that says what to do; nothing when the control is registered
 /// and all is well. A place without the control is well as long as there is another with it.
-[[nodiscard]] std::vector<std::string> FindMisfits(std::span<const Finding> registrations);
+[[nodiscard]] std::vector<std::string> FindMisfits(std::span<const Finding> findings);
+
+/// What fits, but may surprise: places that hide or share something, each as one line.
+[[nodiscard]] std::vector<std::string> FindNotes(std::span<const Finding> findings);
 
 }  // namespace tlk::doctor
