@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <limits>
 
 #include "com/ComBoundary.h"
 #include "com/OutArguments.h"
@@ -13,9 +12,6 @@ namespace tlk {
 namespace {
 
 constexpr DISPID kSendReceiveTlkMsg = 5;
-
-// No text of the code page reads so: one that still does was not written.
-constexpr std::u16string_view kUnwritten = u"\uFFFE";
 
 // How many arguments each member takes, from the first DISPID on.
 constexpr UINT kParameterCounts[] = {0, 2, 0, 2, 5};
@@ -108,10 +104,9 @@ STDMETHODIMP Automation::Disconnect() {
 STDMETHODIMP Automation::Connect(BSTR server, int port, long* pVal) {
   if (pVal == nullptr) return E_POINTER;
   const ComPtr<IUnknown> control(&Controller());
-  constexpr std::int32_t kLeftAlone = std::numeric_limits<std::int32_t>::min();
-  std::int32_t value = kLeftAlone;
+  std::int32_t value = 0;
   const HRESULT result = m_control.Connect(View(server), port, &value);
-  if (value != kLeftAlone) *pVal = value;
+  if (result == S_OK) *pVal = value;
   return result;
 }
 
@@ -133,11 +128,12 @@ STDMETHODIMP Automation::SendReceiveTlkMsg(BSTR sndMsg, BSTR sndData, BSTR* recM
   if (recMsg == nullptr || recData == nullptr) return E_POINTER;
   const ComPtr<IUnknown> control(&Controller());
   return AtComBoundary([&] {
-    std::u16string type(kUnwritten);
-    std::u16string data(kUnwritten);
-    const HRESULT result =
-        m_control.SendReceiveTlkMsg(View(sndMsg), View(sndData), &type, &data, timeOutMS);
-    if (type != kUnwritten && data != kUnwritten) {
+    std::u16string type;
+    std::u16string data;
+    bool wasAnswered = false;
+    const HRESULT result = m_control.SendReceiveTlkMsg(View(sndMsg), View(sndData), &type, &data,
+                                                       timeOutMS, &wasAnswered);
+    if (wasAnswered) {
       Bstr typeText(type);
       Bstr dataText(data);
       *recMsg = typeText.Detach();

@@ -81,8 +81,9 @@ struct ControlPorts {
 /// itself: a status that changes inside a status handler is not announced again, and a message that
 /// completes inside a message handler is skipped, for good.
 ///
-/// Output pointers must not be null. No method throws. One that runs out of memory says so with
-/// `kResultOutOfMemory`; `Connect`, `SendReceiveTlkMsg` and a notification end the connection then.
+/// Output pointers must not be null, but for one with a default. No method throws. One that runs
+/// out of memory says so with `kResultOutOfMemory`; `Connect`, `SendReceiveTlkMsg` and a
+/// notification end the connection then.
 class CTlkc : private WindowTarget {
  public:
   CTlkc(const ControlPorts& ports, ITlkcEvents& events);
@@ -95,8 +96,8 @@ class CTlkc : private WindowTarget {
 
   /// Connects to a host name or dotted address, blocking until the server accepts or refuses.
   /// Writes 1 to `pVal` when the connection is set up, 0 when that failed; the change has been
-  /// announced by then. Fails, and writes nothing, when the control is not disconnected. An unknown
-  /// host name announces and records nothing.
+  /// announced by then. Fails when the control is not disconnected. `pVal` is written with
+  /// `kResultOk` and with nothing else. An unknown host name announces and records nothing.
   ResultCode Connect(std::u16string_view server, std::int32_t port, std::int32_t* pVal);
 
   /// Ends the connection and announces it, even when there is none. What was queued for sending,
@@ -112,11 +113,12 @@ class CTlkc : private WindowTarget {
 
   /// Sends a message and waits for the next one from the server, whatever it is. `timeOutMS` limits
   /// each socket call by itself, 0 means no limit. Always succeeds; `recMsg` (the type) and
-  /// `recData` (the serialised `Data` element) are written only when a reply was read. An exchange
-  /// that fails or runs out of time ends the connection.
+  /// `recData` (the serialised `Data` element) are written, both, only when a reply was read, and
+  /// `wasAnswered` tells whether they were. An exchange that fails or runs out of time ends the
+  /// connection.
   ResultCode SendReceiveTlkMsg(std::u16string_view sndMsg, std::u16string_view sndData,
                                std::u16string* recMsg, std::u16string* recData,
-                               std::int32_t timeOutMS);
+                               std::int32_t timeOutMS, bool* wasAnswered = nullptr);
 
  protected:
   // control/: the connection and what happens to it

@@ -1,4 +1,5 @@
 #include <new>
+#include <utility>
 
 #include "control/ControlBoundary.h"
 #include "control/Tlkc.h"
@@ -30,7 +31,10 @@ ResultCode CTlkc::SendTLKMsg(std::u16string_view message, std::u16string_view da
 
 ResultCode CTlkc::SendReceiveTlkMsg(std::u16string_view sndMsg, std::u16string_view sndData,
                                     std::u16string* recMsg, std::u16string* recData,
-                                    std::int32_t timeOutMS) {
+                                    std::int32_t timeOutMS, bool* wasAnswered) {
+  if (wasAnswered != nullptr) {
+    *wasAnswered = false;
+  }
   const auto exchange = [&] {
     std::string request;
     std::string type;
@@ -38,8 +42,15 @@ ResultCode CTlkc::SendReceiveTlkMsg(std::u16string_view sndMsg, std::u16string_v
     if (!BuildMessage(sndMsg, sndData, request) || !Exchange(request, timeOutMS, type, data)) {
       return kResultOk;
     }
-    m_ports.platform.text.Widen(type, *recMsg);
-    m_ports.platform.text.Widen(data, *recData);
+    std::u16string wideType;
+    std::u16string wideData;
+    m_ports.platform.text.Widen(type, wideType);
+    m_ports.platform.text.Widen(data, wideData);
+    *recMsg = std::move(wideType);
+    *recData = std::move(wideData);
+    if (wasAnswered != nullptr) {
+      *wasAnswered = true;
+    }
     if (m_ports.sockets.RequestNotifications(m_socket, m_ports.window, m_notifyMsg,
                                              socket_event::kAll) == kSocketError) {
       DropOnFailure(trace::kNotificationsOnFailed);

@@ -16,7 +16,11 @@ std::string Sent(const std::string& type, const std::string& data, int from = -1
 class SendTest : public ControlFixture {
  protected:
   void Request(std::int32_t timeOutMS = 250) {
-    EXPECT_EQ(control->SendReceiveTlkMsg(u"Ask", u"<Q/>", &type, &data, timeOutMS), kResultOk);
+    bool wasAnswered = false;
+    EXPECT_EQ(control->SendReceiveTlkMsg(u"Ask", u"<Q/>", &type, &data, timeOutMS, &wasAnswered),
+              kResultOk);
+    EXPECT_EQ(wasAnswered, type != u"unwritten");
+    EXPECT_EQ(wasAnswered, data != u"unwritten");
   }
 
   [[nodiscard]] std::string DataXml() const { return WithoutIndentation(ToNarrow(data)); }

@@ -18,10 +18,6 @@
 namespace tlk::host {
 namespace {
 
-// Values that no call writes: what still holds one afterwards was left alone.
-constexpr std::int32_t kUnwrittenNumber = std::numeric_limits<std::int32_t>::min();
-constexpr std::u16string_view kUnwrittenText = u"\uFFFE";
-
 std::u16string Widen(std::string_view narrow) {
   std::u16string wide;
   SystemPlatform().text.Widen(narrow, wide);
@@ -34,20 +30,15 @@ std::string Narrow(std::u16string_view wide) {
   return narrow;
 }
 
-std::optional<std::string> WrittenText(const std::u16string& wide) {
-  if (wide == kUnwrittenText) return std::nullopt;
-  return Narrow(wide);
-}
-
 class DrivenNativeControl : public DrivenControl, private ITlkcEvents {
  public:
   DrivenNativeControl(MessageLoop& loop, DrivenEvents& events)
       : m_events(events), m_control(loop, *this) {}
 
   ConnectResult Connect(const std::string& server, std::int32_t port) override {
-    std::int32_t value = kUnwrittenNumber;
+    std::int32_t value = 0;
     const ResultCode hr = m_control->Connect(Widen(server), port, &value);
-    if (value == kUnwrittenNumber) return {hr, std::nullopt};
+    if (hr != kResultOk) return {hr, std::nullopt};
     return {hr, value};
   }
 
@@ -65,11 +56,13 @@ class DrivenNativeControl : public DrivenControl, private ITlkcEvents {
 
   RequestResult Request(const std::string& type, const std::string& data,
                         std::int32_t timeoutMs) override {
-    std::u16string replyType(kUnwrittenText);
-    std::u16string replyData(kUnwrittenText);
-    const ResultCode hr =
-        m_control->SendReceiveTlkMsg(Widen(type), Widen(data), &replyType, &replyData, timeoutMs);
-    return {hr, WrittenText(replyType), WrittenText(replyData)};
+    std::u16string replyType;
+    std::u16string replyData;
+    bool wasAnswered = false;
+    const ResultCode hr = m_control->SendReceiveTlkMsg(Widen(type), Widen(data), &replyType,
+                                                       &replyData, timeoutMs, &wasAnswered);
+    if (!wasAnswered) return {hr, std::nullopt, std::nullopt};
+    return {hr, Narrow(replyType), Narrow(replyData)};
   }
 
  private:
