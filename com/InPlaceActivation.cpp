@@ -160,12 +160,14 @@ HRESULT InPlaceActivation::OfferKey(MSG* key) {
   return site ? site->TranslateAccelerator(key, ModifierKeys()) : S_FALSE;
 }
 
+// Whether by the keyboard or by a click, who comes to the control wants to use it.
 void InPlaceActivation::OnFocus(bool gained) {
+  if (gained) OnUsed();
   const auto site = m_embedding.SiteAs<IOleControlSite>();
   if (m_isActive && site) site->OnFocus(gained);
 }
 
-void InPlaceActivation::OnClicked() {
+void InPlaceActivation::OnUsed() {
   if (!m_isInterfaceActive && !IsBeingDesigned(m_embedding)) (void)Activate(true);
 }
 

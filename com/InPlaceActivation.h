@@ -50,7 +50,7 @@ class InPlaceActivation final : private WindowOwner {
   void TakeBorders(const ComPtr<IOleInPlaceUIWindow>& window, IOleInPlaceActiveObject* active);
 
   void OnFocus(bool gained) override;
-  void OnClicked() override;
+  void OnUsed() override;
 
   IUnknown& m_control;
   Embedding& m_embedding;

@@ -90,7 +90,7 @@ LRESULT InPlaceWindow::Treat(UINT message, WPARAM wParam, LPARAM lParam) {
       m_owner.OnFocus(message == WM_SETFOCUS);
       break;
     case WM_MOUSEACTIVATE:
-      m_owner.OnClicked();
+      m_owner.OnUsed();
       break;
     case WM_NCDESTROY:
       // A parent that goes takes its children along without asking them.

@@ -10,7 +10,7 @@ namespace tlk {
 class WindowOwner {
  public:
   virtual void OnFocus(bool gained) = 0;
-  virtual void OnClicked() = 0;
+  virtual void OnUsed() = 0;  ///< The user has clicked on it.
 
  protected:
   ~WindowOwner() = default;

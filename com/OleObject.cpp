@@ -14,7 +14,7 @@ constexpr std::wstring_view kUserType = L"Tlkc Class";
 
 STDMETHODIMP OleObject::SetClientSite(IOleClientSite* site) {
   const ComPtr<IUnknown> control(&Controller());
-  if (site == nullptr) m_activation.Deactivate();
+  if (site != m_embedding.Site().Get()) m_activation.Deactivate();
   m_embedding.SetSite(site);
   return S_OK;
 }

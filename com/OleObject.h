@@ -8,9 +8,11 @@
 
 namespace tlk {
 
-/// `OLEMISC_` flags of the control, as they are registered too: recompose on resize, cannot link
-/// inside, inside-out, activate when visible, set the client site first.
+/// Flags of the control, as they are registered too.
 inline constexpr DWORD kMiscStatus = 131473;
+static_assert(kMiscStatus ==
+              (OLEMISC_RECOMPOSEONRESIZE | OLEMISC_CANTLINKINSIDE | OLEMISC_INSIDEOUT |
+               OLEMISC_ACTIVATEWHENVISIBLE | OLEMISC_SETCLIENTSITEFIRST));
 
 /// The control as an object embedded in a container.
 class OleObject final : public Part<IOleObject> {
@@ -18,6 +20,7 @@ class OleObject final : public Part<IOleObject> {
   OleObject(IUnknown& controller, Embedding& embedding, InPlaceActivation& activation)
       : Part(controller), m_embedding(embedding), m_activation(activation) {}
 
+  /// Another site finds the control inactive; the one that it was active in has been told.
   STDMETHODIMP SetClientSite(IOleClientSite* site) override;
   STDMETHODIMP GetClientSite(IOleClientSite** site) override;
   STDMETHODIMP SetHostNames(LPCOLESTR application, LPCOLESTR document) override;

@@ -3,6 +3,7 @@
 #include <TlkC2.h>
 
 #include <cstdint>
+#include <utility>
 
 #include "platform/windows/ComPtr.h"
 
@@ -84,11 +85,15 @@ STDMETHODIMP StoragePersistence::Save(IStorage* storage, BOOL sameAsLoad) {
   ComPtr<IStream> stream;
   constexpr DWORD kMode = STGM_READWRITE | STGM_SHARE_EXCLUSIVE | STGM_CREATE;
   const HRESULT made = storage->CreateStream(kStreamName, kMode, 0, 0, stream.Put());
-  return SUCCEEDED(made) ? m_stream.Save(stream.Get(), sameAsLoad) : made;
+  if (FAILED(made)) return made;
+  const HRESULT saved = m_stream.Save(stream.Get(), sameAsLoad);
+  m_hasSaved = SUCCEEDED(saved);
+  return saved;
 }
 
-STDMETHODIMP StoragePersistence::SaveCompleted(IStorage*) {
-  m_embedding.MarkClean();
+// What was saved was a copy, unless its storage is now the control's own.
+STDMETHODIMP StoragePersistence::SaveCompleted(IStorage* storage) {
+  if (std::exchange(m_hasSaved, false) && storage != nullptr) m_embedding.MarkClean();
   m_embedding.TellSaved();
   return S_OK;
 }

@@ -37,6 +37,8 @@ class StoragePersistence final : public Part<IPersistStorage> {
   STDMETHODIMP IsDirty() override;
   STDMETHODIMP InitNew(IStorage* storage) override;
   STDMETHODIMP Load(IStorage* storage) override;
+  /// Nothing is left to save after `sameAsLoad`; without, only if `SaveCompleted` hands over the
+  /// storage to stay with.
   STDMETHODIMP Save(IStorage* storage, BOOL sameAsLoad) override;
   STDMETHODIMP SaveCompleted(IStorage* storage) override;
   STDMETHODIMP HandsOffStorage() override;
@@ -44,6 +46,7 @@ class StoragePersistence final : public Part<IPersistStorage> {
  private:
   Embedding& m_embedding;
   StreamPersistence& m_stream;
+  bool m_hasSaved = false;  // since it was last told that saving is completed
 };
 
 }  // namespace tlk

@@ -22,9 +22,12 @@ TEST_F(InPlaceTest, LivesThroughTheWholeOfAContainersLife) {
   const auto place = m_embedded.As<IOleInPlaceObject>();
   SIZEL extent{3000, 2000};
   DWORD cookie = 0;
+  Site another(m_window);
   ASSERT_EQ(object->Advise(&m_site, &cookie), S_OK);
   const auto verb = [&](LONG number) { return [&, number] { return m_embedded.Do(number); }; };
   const auto close = [&](DWORD option) { return [&, option] { return object->Close(option); }; };
+  const auto focus = [](HWND window) { return SetFocus(window) != window ? S_OK : S_FALSE; };
+  const auto site = [&](Site* given) { return [=] { return object->SetClientSite(given); }; };
   const struct {
     std::function<HRESULT()> step;
     std::string calls;
@@ -37,7 +40,10 @@ TEST_F(InPlaceTest, LivesThroughTheWholeOfAContainersLife) {
       {verb(OLEIVERB_UIACTIVATE), kShown, "seen"},
       {[&] { return place->UIDeactivate(); }, "ClearActive OnUIDeactivate", "seen"},
       {[&] { return place->UIDeactivate(); }, "", "seen"},
-      {verb(OLEIVERB_HIDE), "NoFocus", "hidden"},
+      {[&] { return focus(m_window); }, "NoFocus", "seen"},
+      {[&] { return focus(m_embedded.Window()); },
+       "GetWindow GetWindowContext OnUIActivate SetActive SetBorderSpace ShowObject Focus", "seen"},
+      {verb(OLEIVERB_HIDE), "ClearActive OnUIDeactivate NoFocus", "hidden"},
       {verb(OLEIVERB_SHOW), kShown, "seen"},
       {[&] { return place->InPlaceDeactivate(); }, "OnInPlaceDeactivate", "none"},
       {[&] { return place->InPlaceDeactivate(); }, "", "none"},
@@ -47,7 +53,11 @@ TEST_F(InPlaceTest, LivesThroughTheWholeOfAContainersLife) {
       {close(OLECLOSE_NOSAVE), "OnClose", "none"},
       {close(OLECLOSE_PROMPTSAVE), "SaveObject OnSave OnClose", "none"},
       {verb(5), kEntered + " ShowObject", "seen", OLEOBJ_S_INVALIDVERB},
-      {[&] { return object->SetClientSite(nullptr); }, "OnInPlaceDeactivate", "none"},
+      {site(&another), "OnInPlaceDeactivate", "none"},
+      {site(&m_site), "", "none"},
+      {verb(OLEIVERB_SHOW), kEntered + " ShowObject", "seen"},
+      {site(&m_site), "", "seen"},
+      {site(nullptr), "OnInPlaceDeactivate", "none"},
       {verb(OLEIVERB_SHOW), "", "none", E_UNEXPECTED},
       {verb(OLEIVERB_PROPERTIES), "", "none", E_NOTIMPL}};
   for (int number = 1; const auto& [step, calls, window, result] : life) {

@@ -25,9 +25,16 @@ TEST_F(PersistenceTest, ComesBackInItsSizeAndFromNothingElse) {
   ASSERT_EQ(StgCreateDocfile(nullptr, mode, 0, file.Put()), S_OK);
   EXPECT_EQ(storage->Load(file.Get()), STG_E_FILENOTFOUND);
   EXPECT_EQ(stream->IsDirty(), S_FALSE);
-  SIZEL extent{1234, 567};
+  SIZEL extent{9, 9};
   ASSERT_EQ(object->SetExtent(DVASPECT_CONTENT, &extent), S_OK);
   ASSERT_EQ(storage->Save(file.Get(), FALSE), S_OK);
+  EXPECT_EQ(storage->SaveCompleted(file.Get()), S_OK);
+  EXPECT_EQ(stream->IsDirty(), S_FALSE) << "the storage is now its own";
+  extent = {1234, 567};
+  ASSERT_EQ(object->SetExtent(DVASPECT_CONTENT, &extent), S_OK);
+  EXPECT_EQ(storage->SaveCompleted(file.Get()), S_OK) << "nothing was saved";
+  ASSERT_EQ(storage->Save(file.Get(), FALSE), S_OK);
+  EXPECT_EQ(storage->SaveCompleted(nullptr), S_OK);
   EXPECT_EQ(stream->IsDirty(), S_OK) << "that was a copy";
   ASSERT_EQ(stream->Save(saved.Get(), TRUE), S_OK);
   EXPECT_EQ(stream->IsDirty(), S_FALSE);
