@@ -17,16 +17,32 @@
 #include "xml/XmlMarkup.h"
 #include "xml/msxml/MsxmlDocument.h"
 #include "xml/msxml/MsxmlNamespaces.h"
-#include "xml/msxml/MsxmlNodes.h"
 #include "xml/msxml/SerialisedXml.h"
 
 namespace tlk {
 namespace {
 
+// Ids that not every SDK's libraries hold.
+constexpr CLSID kDomDocument30 = {
+    0xf5078f32, 0xc551, 0x11d3, {0x89, 0xb9, 0x00, 0x00, 0xf8, 0x1f, 0xe2, 0x21}};
+constexpr IID kDomDocument2 = {
+    0x2933bf95, 0x7b36, 0x11d2, {0xb2, 0x0e, 0x00, 0xc0, 0x4f, 0x98, 0x3e, 0x60}};
+
 VARIANT_BOOL Truth(bool on) { return on ? VARIANT_TRUE : VARIANT_FALSE; }
 
 bool IsForbidden(char16_t unit) {
   return !IsXmlCharacter(unit) && !IsHighSurrogate(unit) && !IsLowSurrogate(unit);
+}
+
+// Whether a node is a text, and no CDATA section, of white space alone.
+bool IsBlankText(IXMLDOMNode* node) {
+  Variant value;
+  return TypeOf(node) == NODE_TEXT && node->get_nodeValue(value.Put()) == S_OK &&
+         value.Text().find_first_not_of(u" \t\r\n") == std::u16string_view::npos;
+}
+
+bool IsDeclaration(std::u16string_view name) {
+  return name == kDefaultDeclaration || name.starts_with(kPrefixDeclaration);
 }
 
 // The text is characters already, whatever encoding its declaration names.
@@ -37,6 +53,23 @@ std::u16string_view WithoutDeclaration(std::u16string_view text) {
 }
 
 }  // namespace
+
+DomResult MakeDocument(ComPtr<IXMLDOMDocument2>& document) {
+  return ResultOf(CoCreateInstance(kDomDocument30, nullptr, CLSCTX_INPROC_SERVER, kDomDocument2,
+                                   document.PutVoid()));
+}
+
+DomResult ReadElement(std::u16string_view text, ComPtr<IXMLDOMElement>& element) {
+  ComPtr<IXMLDOMDocument2> document;
+  const DomResult result = MakeDocument(document);
+  if (result != kDomOk) return result;
+  VARIANT_BOOL parsed = VARIANT_FALSE;
+  document->put_async(VARIANT_FALSE);
+  document->put_validateOnParse(VARIANT_FALSE);
+  document->put_resolveExternals(VARIANT_FALSE);
+  if (document->loadXML(Bstr(text).Get(), &parsed) != S_OK) return kDomFailed;
+  return ResultOf(document->get_documentElement(element.Put()));
+}
 
 DomResult MsxmlDocument::SetAsync(bool on) { return ResultOf(m_document->put_async(Truth(on))); }
 
@@ -59,12 +92,6 @@ Bstr MsxmlDocument::Value(std::string_view narrow) {
   return Bstr(m_wide);
 }
 
-// False for what cannot be a name.
-bool MsxmlDocument::Name(std::string_view narrow, Bstr& name) {
-  name = Value(narrow);
-  return IsXmlName(name.View());
-}
-
 // All or nothing.
 void MsxmlDocument::Narrow(std::u16string_view wide, std::string& narrow) const {
   std::string converted;
@@ -73,12 +100,16 @@ void MsxmlDocument::Narrow(std::u16string_view wide, std::string& narrow) const 
 }
 
 // Keeps a node for as long as its handle is good.
-DomResult MsxmlDocument::Hold(HRESULT result, Node node, DomNode& handle) {
+DomResult MsxmlDocument::Hold(HRESULT result, Node node, DomNode& handle, const MsxmlNode* parent) {
   if (FAILED(result)) return ResultOf(result);
   if (!node) return kDomNothing;
-  handle = reinterpret_cast<DomNode>(node.Get());
-  m_nodes.push_back(std::move(node));
+  handle = reinterpret_cast<DomNode>(&m_nodes.emplace_back(std::move(node), this, parent));
   return kDomOk;
+}
+
+void MsxmlDocument::ForgetNodes() {
+  m_nodes.clear();
+  m_declarationsOver = nullptr;
 }
 
 DomResult MsxmlDocument::SelectXPath() {
@@ -91,7 +122,7 @@ DomResult MsxmlDocument::SelectXPath() {
 
 DomResult MsxmlDocument::LoadXml(std::string_view text, bool& loaded) {
   loaded = false;
-  m_nodes.clear();
+  ForgetNodes();
   return Contained([&] {
     WidenSource(m_codePage, text, m_wide);
     const Bstr source(WithoutDeclaration(m_wide));
@@ -124,13 +155,14 @@ DomResult MsxmlDocument::DocumentElement(DomNode& element) {
 }
 
 // Keeps the node, or the next one behind it that is to be seen: no blanks between elements.
-DomResult MsxmlDocument::HoldFirstSeen(HRESULT result, Node node, DomNode& handle) {
+DomResult MsxmlDocument::HoldFirstSeen(HRESULT result, Node node, DomNode& handle,
+                                       const MsxmlNode* parent) {
   while (node && IsBlankText(node.Get())) {
     Node next;
     result = node->get_nextSibling(next.Put());
     node = std::move(next);
   }
-  return Hold(result, std::move(node), handle);
+  return Hold(result, std::move(node), handle, parent);
 }
 
 DomResult MsxmlDocument::FirstChild(DomNode node, DomNode& child) {
@@ -139,7 +171,7 @@ DomResult MsxmlDocument::FirstChild(DomNode node, DomNode& child) {
   return Contained([&] {
     Node first;
     const HRESULT result = NodeOf(node)->get_firstChild(first.Put());
-    return HoldFirstSeen(result, std::move(first), child);
+    return HoldFirstSeen(result, std::move(first), child, HeldNode(node));
   });
 }
 
@@ -149,7 +181,7 @@ DomResult MsxmlDocument::NextSibling(DomNode node, DomNode& sibling) {
   return Contained([&] {
     Node next;
     const HRESULT result = NodeOf(node)->get_nextSibling(next.Put());
-    return HoldFirstSeen(result, std::move(next), sibling);
+    return HoldFirstSeen(result, std::move(next), sibling, HeldNode(node)->parent);
   });
 }
 
@@ -166,21 +198,39 @@ DomResult MsxmlDocument::BaseName(DomNode node, std::string& name) {
 
 DomResult MsxmlDocument::AsElement(DomNode node, DomNode& element) {
   element = ElementOf(node) ? node : nullptr;
-  return element != nullptr ? kDomOk : kDomNothing;
+  return element != nullptr ? kDomOk : kDomNoInterface;
 }
 
 DomResult MsxmlDocument::Attribute(DomNode element, std::string_view name, std::string& value) {
   const Element owner = ElementOf(element);
   if (!owner) return kDomBadArgument;
   return Contained([&] {
+    const Bstr attribute = Value(name);
+    if (IsDeclaration(attribute.View()))
+      return OwnDeclaration(owner.Get(), attribute.View(), value);
     Variant text;
-    HRESULT result = owner->getAttribute(Value(name).Get(), text.Put());
+    HRESULT result = owner->getAttribute(attribute.Get(), text.Put());
     if (result != S_OK || text.Type() == VT_NULL)
       return FAILED(result) ? ResultOf(result) : kDomNothing;
     result = text.ChangeTo(VT_BSTR);
     if (result == S_OK) Narrow(text.Text(), value);
     return ResultOf(result);
   });
+}
+
+// The value of a declaration, which not every version of this DOM shows where it is made, or only
+// there.
+DomResult MsxmlDocument::OwnDeclaration(IXMLDOMElement* element, std::u16string_view name,
+                                        std::string& value) {
+  std::u16string written;
+  if (!FindOwnDeclaration(element, name, written)) return kDomNothing;
+  Element reader;
+  const DomResult result = ReadElement(u"<a xmlns=\"" + written + u"\"/>", reader);
+  if (result != kDomOk) return result;
+  Bstr uri;
+  reader->get_namespaceURI(uri.Put());
+  Narrow(uri.View(), value);
+  return kDomOk;
 }
 
 DomResult MsxmlDocument::SelectNode(DomNode context, std::string_view path, DomNode& node) {
@@ -206,21 +256,33 @@ DomResult MsxmlDocument::Text(DomNode node, std::string& text) {
 
 DomResult MsxmlDocument::Xml(DomNode node, std::string& xml) {
   return Contained([&] {
-    const HRESULT result = Serialise(node == nullptr ? m_document.Get() : NodeOf(node));
+    const HRESULT result = Serialise(node);
     if (result == S_OK) Narrow(m_wide, xml);
     return ResultOf(result);
   });
 }
 
-// Writes a node to the scratch space.
-HRESULT MsxmlDocument::Serialise(IXMLDOMNode* node) {
+// Writes a node to the scratch space, or the document for none.
+HRESULT MsxmlDocument::Serialise(DomNode handle) {
+  IXMLDOMNode* const node = handle == nullptr ? m_document.Get() : NodeOf(handle);
   Bstr text;
   const HRESULT result = node->get_xml(text.Put());
   if (result != S_OK) return result;
   m_wide.assign(text.View());
   SettleAttributes(m_wide, IsAttribute(node));
-  if (ElementOf(reinterpret_cast<DomNode>(node))) WriteInheritedDeclarations(node, m_wide);
+  if (ElementOf(handle))
+    WriteDeclarations(HeldNode(handle)->document->DeclaredAbove(*HeldNode(handle)), m_wide);
   return result;
+}
+
+// What is declared above a node. Its siblings are often asked for next.
+const Declarations& MsxmlDocument::DeclaredAbove(const MsxmlNode& node) {
+  if (node.parent == nullptr || node.parent != m_declarationsOver) {
+    m_declarationsOver = nullptr;
+    m_declarations = DeclarationsAbove(node.node.Get());
+    m_declarationsOver = node.parent;
+  }
+  return m_declarations;
 }
 
 DomResult MsxmlDomFactory::NewDocument(std::unique_ptr<DomDocument>& document) {

@@ -1,6 +1,6 @@
 #include <msxml2.h>
 
-#include <algorithm>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -8,121 +8,103 @@
 #include "platform/windows/Variant.h"
 #include "xml/DomAdapter.h"
 #include "xml/GateNamespaces.h"
+#include "xml/XmlCharacters.h"
 #include "xml/msxml/MsxmlDocument.h"
 #include "xml/msxml/MsxmlNamespaces.h"
-#include "xml/msxml/MsxmlNodes.h"
 
 namespace tlk {
 namespace {
 
 // At the top of a document stand comments, processing instructions and one element. Not every
 // version of this DOM sees to that.
-bool MayReplaceAtTop(IXMLDOMNode* old, IXMLDOMNode* fresh, bool hasRoot) {
+bool MayReplace(IXMLDOMDocument2* document, IXMLDOMNode* parent, IXMLDOMNode* old,
+                IXMLDOMNode* fresh) {
+  if (TypeOf(parent) != NODE_DOCUMENT) return true;
   const DOMNodeType type = TypeOf(fresh);
-  if (type == NODE_ELEMENT) return TypeOf(old) == NODE_ELEMENT || !hasRoot;
+  ComPtr<IXMLDOMElement> root;
+  if (type == NODE_ELEMENT)
+    return TypeOf(old) == NODE_ELEMENT || document->get_documentElement(root.Put()) != S_OK;
   return type == NODE_COMMENT || type == NODE_PROCESSING_INSTRUCTION;
+}
+
+// The prefix of a name, and what is behind it.
+std::pair<std::u16string_view, std::u16string_view> SplitName(std::u16string_view name) {
+  const std::size_t colon = name.find(u':');
+  return {name.substr(0, colon), name.substr(colon + 1)};
 }
 
 }  // namespace
 
-bool MsxmlDocument::Holds(DomNode handle) const {
-  return std::any_of(m_nodes.rbegin(), m_nodes.rend(),
-                     [handle](const Node& node) { return node.Get() == NodeOf(handle); });
-}
-
 DomResult MsxmlDocument::CreateElement(std::string_view name, DomNode& element) {
   element = nullptr;
   return Contained([&] {
-    Bstr tag;
-    if (!Name(name, tag)) return kDomBadArgument;
+    const Bstr tag = Value(name);
+    if (!IsXmlName(tag.View())) return kDomBadArgument;
     Element made;
     const HRESULT result = m_document->createElement(tag.Get(), made.Put());
     return Hold(result, Node(made.Get()), element);
   });
 }
 
-DomResult MsxmlDocument::SetDocumentElement(DomNode element) {
+DomResult MsxmlDocument::SetDocumentElement(DomNode& element) {
   const Element root = ElementOf(element);
   return root ? ResultOf(m_document->putref_documentElement(root.Get())) : kDomBadArgument;
 }
 
-DomResult MsxmlDocument::AppendChild(DomNode parent, DomNode child) {
+DomResult MsxmlDocument::AppendChild(DomNode parent, DomNode& child) {
   const Element element = ElementOf(parent);
   if (!element || child == nullptr) return kDomBadArgument;
   return Contained([&] {
-    if (IsAtOrAbove(child, parent)) return kDomBadArgument;
-    Node brought;
-    const DomResult result = Bring(child, brought);
+    DomNode brought = nullptr;
+    DomResult result = Bring(child, brought);
     if (result != kDomOk) return result;
-    KeepInNoNamespace(brought.Get(), element.Get());
-    return ResultOf(element->appendChild(brought.Get(), nullptr));
+    KeepInNoNamespace(NodeOf(brought), element.Get());
+    result = ResultOf(element->appendChild(NodeOf(brought), nullptr));
+    if (result == kDomOk) child = brought;
+    return result;
   });
 }
 
-// Not every version of this DOM refuses to put an element under itself. Nor do they all give the
-// same node the same address, so the element is marked and looked for.
-bool MsxmlDocument::IsAtOrAbove(DomNode node, DomNode place) {
-  if (node == place) return true;
-  const Element element = ElementOf(node);
-  VARIANT_BOOL hasChildren = VARIANT_FALSE;
-  if (!element || !Holds(node)) return false;
-  if (element->hasChildNodes(&hasChildren) != S_OK && !ParentOf(element.Get())) return false;
-  SelectXPath();
-  const Bstr mark(std::u16string_view(u"_about-to-move"));
-  const Bstr path(std::u16string_view(u"ancestor-or-self::*[@_about-to-move]"));
-  const Variant set{Bstr(std::u16string_view(u"1"))};
-  element->setAttribute(mark.Get(), set.Get());
-  Node found;
-  NodeOf(place)->selectSingleNode(path.Get(), found.Put());
-  element->removeAttribute(mark.Get());
-  return static_cast<bool>(found);
+// A node of another document comes as a copy. With some versions of this DOM the node itself would
+// still refer to what its document owns, as the namespace of `xml:lang`, and outlive it. Where
+// something is declared above an element, the copy is read from its text, with the declarations.
+DomResult MsxmlDocument::Bring(DomNode child, DomNode& brought) {
+  const MsxmlNode& held = *HeldNode(child);
+  brought = child;
+  if (held.document == this) return ParentOf(NodeOf(child)) ? kDomBadArgument : kDomOk;
+  Node original = held.node;
+  Element read;
+  if (ElementOf(child) && !held.document->DeclaredAbove(held).empty()) {
+    if (Serialise(child) != S_OK) return kDomFailed;
+    const DomResult result = ReadElement(m_wide, read);
+    if (result != kDomOk) return result;
+    original = Node(read.Get());
+  }
+  Node copy;
+  const HRESULT result = original->cloneNode(VARIANT_TRUE, copy.Put());
+  return Hold(result, std::move(copy), brought);
 }
 
-// Brings an element of another document with the namespaces that are declared above it: as a copy
-// that is read from text. Everything else can be taken as it is.
-DomResult MsxmlDocument::Bring(DomNode child, Node& brought) {
-  brought = Node(NodeOf(child));
-  if (Holds(child) || !ElementOf(child)) return kDomOk;
-  if (!InheritsDeclarations(brought.Get())) return kDomOk;
-  Document copy;
-  DomResult result = MakeDocument(copy);
-  if (result != kDomOk) return result;
-  VARIANT_BOOL parsed = VARIANT_FALSE;
-  if (Serialise(NodeOf(child)) != S_OK) return kDomFailed;
-  copy->put_async(VARIANT_FALSE);
-  copy->put_validateOnParse(VARIANT_FALSE);
-  copy->put_resolveExternals(VARIANT_FALSE);
-  if (copy->loadXML(Bstr(m_wide).Get(), &parsed) != S_OK) return kDomFailed;
-  Element root;
-  result = ResultOf(copy->get_documentElement(root.Put()));
-  brought = Node(root.Get());
-  return result;
-}
-
-DomResult MsxmlDocument::Remove(DomNode node) {
+DomResult MsxmlDocument::Remove(DomNode node, DomNode& /*kept*/) {
   if (node == nullptr) return kDomBadArgument;
+  m_declarationsOver = nullptr;
   const Node parent = ParentOf(NodeOf(node));
   return parent ? ResultOf(parent->removeChild(NodeOf(node), nullptr)) : kDomBadArgument;
 }
 
-bool MsxmlDocument::MayReplace(IXMLDOMNode* parent, IXMLDOMNode* old, IXMLDOMNode* fresh) {
-  if (TypeOf(parent) != NODE_DOCUMENT) return true;
-  Element root;
-  return MayReplaceAtTop(old, fresh, m_document->get_documentElement(root.Put()) == S_OK);
-}
-
-DomResult MsxmlDocument::Replace(DomNode node, DomNode replacement) {
+DomResult MsxmlDocument::Replace(DomNode node, DomNode replacement, DomNode& /*kept*/) {
   if (node == nullptr || replacement == nullptr) return kDomBadArgument;
+  m_declarationsOver = nullptr;
   return Contained([&] {
     IXMLDOMNode* const old = NodeOf(node);
     const Node parent = ParentOf(old);
-    if (!parent || !MayReplace(parent.Get(), old, NodeOf(replacement))) return kDomBadArgument;
-    if (IsAtOrAbove(replacement, node)) return kDomBadArgument;
-    Node brought;
+    if (!parent || !MayReplace(m_document.Get(), parent.Get(), old, NodeOf(replacement)))
+      return kDomBadArgument;
+    DomNode brought = nullptr;
     const DomResult result = Bring(replacement, brought);
     if (result != kDomOk) return result;
-    KeepInNoNamespace(brought.Get(), parent.Get());
-    return ResultOf(parent->replaceChild(brought.Get(), old, nullptr));
+    KeepInNoNamespace(NodeOf(brought), parent.Get());
+    return ResultOf(parent->replaceChild(NodeOf(brought), old, nullptr));
   });
 }
 
@@ -131,12 +113,60 @@ DomResult MsxmlDocument::SetAttribute(DomNode element, std::string_view name,
   const Element owner = ElementOf(element);
   if (!owner) return kDomBadArgument;
   return Contained([&] {
-    Bstr attribute;
-    if (!Name(name, attribute)) return kDomBadArgument;
-    if (attribute.View() == u"xmlns" && IsReservedNamespace(value)) return kDomBadArgument;
+    const Bstr attribute = Value(name);
     const Variant text{Value(value)};
+    if (attribute.View().find(u':') != std::u16string_view::npos)
+      return SetPrefixedAttribute(owner.Get(), attribute, text);
+    if (!IsXmlName(attribute.View())) return kDomBadArgument;
+    const bool mayBeSet =
+        attribute.View() != kDefaultDeclaration ||
+        (!IsReservedNamespace(value) && MayDeclareDefault(owner.Get(), text.Text()));
+    if (!mayBeSet) return kDomBadArgument;
     return ResultOf(owner->setAttribute(attribute.Get(), text.Get()));
   });
+}
+
+DomResult MsxmlDocument::SetPrefixedAttribute(IXMLDOMElement* element, const Bstr& name,
+                                              const Variant& value) {
+  ComPtr<IXMLDOMNamedNodeMap> attributes;
+  const HRESULT result = element->get_attributes(attributes.Put());
+  if (result != S_OK) return kDomFailed;
+  Node attribute;
+  if (attributes->getNamedItem(name.Get(), attribute.Put()) != S_OK) {
+    const DomResult made = MakePrefixedAttribute(element, name, attribute);
+    if (made != kDomOk) return made;
+    attributes->setNamedItem(attribute.Get(), nullptr);
+  }
+  return ResultOf(attribute->put_nodeValue(value.Get()));
+}
+
+// Makes it by reading a text, for not every version of this DOM makes attributes whose names are in
+// a namespace.
+DomResult MsxmlDocument::MakePrefixedAttribute(IXMLDOMElement* element, const Bstr& name,
+                                               Node& attribute) {
+  const auto [prefix, local] = SplitName(name.View());
+  if (!IsXmlName(prefix) || !IsXmlName(local) || prefix == kDefaultDeclaration)
+    return kDomBadArgument;
+  std::u16string text = u"<a";
+  std::u16string uri;
+  if (prefix != u"xml") {
+    if (!FindPrefix(element, prefix, uri)) return kDomBadArgument;
+    text.append(u" xmlns:").append(prefix).append(u"=\"").append(uri).append(u"\"");
+  }
+  text.append(u" ").append(name.View()).append(u"=\"\"/>");
+  Element reader;
+  const DomResult result = ReadElement(text, reader);
+  if (result != kDomOk) return result;
+  // It changes its document with its element.
+  Node owner;
+  ComPtr<IXMLDOMDocumentFragment> place;
+  ComPtr<IXMLDOMNamedNodeMap> attributes;
+  if (reader->cloneNode(VARIANT_TRUE, owner.Put()) != S_OK ||
+      m_document->createDocumentFragment(place.Put()) != S_OK ||
+      place->appendChild(owner.Get(), nullptr) != S_OK ||
+      owner->get_attributes(attributes.Put()) != S_OK)
+    return kDomFailed;
+  return ResultOf(attributes->removeNamedItem(name.Get(), attribute.Put()));
 }
 
 DomResult MsxmlDocument::SetText(DomNode element, std::string_view text) {

@@ -1,28 +1,14 @@
 #include "xml/msxml/MsxmlNamespaces.h"
 
-#include <algorithm>
 #include <cstddef>
-#include <utility>
-#include <vector>
+#include <unordered_set>
 
 #include "platform/windows/Bstr.h"
-#include "platform/windows/ComPtr.h"
 #include "platform/windows/Variant.h"
-#include "xml/msxml/MsxmlNodes.h"
 #include "xml/msxml/SerialisedXml.h"
 
 namespace tlk {
 namespace {
-
-constexpr std::u16string_view kDefault = u"xmlns";
-constexpr std::u16string_view kWithPrefix = u"xmlns:";
-
-using Declarations = std::vector<std::pair<std::u16string, std::u16string>>;
-
-bool Declares(const Declarations& declarations, std::u16string_view name) {
-  return std::any_of(declarations.begin(), declarations.end(),
-                     [name](const auto& declaration) { return declaration.first == name; });
-}
 
 template <typename Interface>
 std::u16string TextOf(Interface* node, HRESULT (WINAPI Interface::*get)(BSTR*)) {
@@ -31,79 +17,144 @@ std::u16string TextOf(Interface* node, HRESULT (WINAPI Interface::*get)(BSTR*)) 
   return std::u16string(text.View());
 }
 
-// Whether an element decides what the default namespace is, which it then gives: by a declaration,
-// or by being in it, for some versions do not show the declaration.
-bool DecidesDefault(IXMLDOMElement* element, std::u16string& uri) {
-  Variant declared;
-  if (element->getAttribute(Bstr(kDefault).Get(), declared.Put()) == S_OK) {
-    uri = declared.Text();
+std::u16string XmlOf(IXMLDOMNode* node) {
+  std::u16string xml = TextOf(node, &IXMLDOMNode::get_xml);
+  SettleAttributes(xml, false);
+  return xml;
+}
+
+// The tag of an element, without what is in it: its attributes and the declarations that it makes
+// or its names need. The DOM's own list of them takes time by the square of their number.
+std::u16string TagOf(IXMLDOMNode* element) {
+  ComPtr<IXMLDOMNode> copy;
+  const bool isCopied = element->cloneNode(VARIANT_FALSE, copy.Put()) == S_OK && copy;
+  return isCopied ? XmlOf(copy.Get()) : std::u16string();
+}
+
+// Visits the attributes of a tag until the visitor says that it has seen enough; tells whether it
+// has.
+template <typename Visitor>
+bool VisitAttributes(std::u16string_view tag, Visitor hasEnough) {
+  std::size_t at = BehindTagName(tag, 0);
+  WrittenAttribute attribute;
+  while (ReadWrittenAttribute(tag, at, attribute))
+    if (hasEnough(attribute.name, tag.substr(attribute.value, attribute.end - attribute.value)))
+      return true;
+  return false;
+}
+
+bool FindInTag(std::u16string_view tag, std::u16string_view name, std::u16string& written) {
+  return VisitAttributes(tag, [&](std::u16string_view found, std::u16string_view value) {
+    if (found == name) written.assign(value);
+    return found == name;
+  });
+}
+
+// Whether a declaration of the default is shown among the attributes. Versions that show only what
+// was set as one, which settles no name, are those that need help with the others.
+bool ShowsDefault(IXMLDOMElement* element) {
+  Variant shown;
+  return element->getAttribute(Bstr(kDefaultDeclaration).Get(), shown.Put()) == S_OK;
+}
+
+// Whether an element settles what the default namespace is, which it then gives as it would be
+// written: by being in it, or with a name that has a prefix, by a declaration.
+bool SettlesDefault(IXMLDOMElement* element, std::u16string& written) {
+  if (TextOf<IXMLDOMNode>(element, &IXMLDOMNode::get_prefix).empty()) {
+    written = EscapedValue(TextOf<IXMLDOMNode>(element, &IXMLDOMNode::get_namespaceURI));
     return true;
   }
-  if (!TextOf<IXMLDOMNode>(element, &IXMLDOMNode::get_prefix).empty()) return false;
-  uri = TextOf<IXMLDOMNode>(element, &IXMLDOMNode::get_namespaceURI);
-  return true;
+  return !ShowsDefault(element) && FindInTag(TagOf(element), kDefaultDeclaration, written);
 }
 
-// The default namespace of what stands in a place.
+// The default namespace of what stands in a place, as written.
 std::u16string DefaultIn(ComPtr<IXMLDOMNode> place) {
-  std::u16string uri;
+  std::u16string written;
   for (; place; place = ParentOf(place.Get())) {
     const ComPtr<IXMLDOMElement> element = AsElement(place.Get());
-    if (!element || DecidesDefault(element.Get(), uri)) break;
+    if (!element || SettlesDefault(element.Get(), written)) break;
   }
-  return uri;
-}
-
-void CollectPrefixes(IXMLDOMNode* element, Declarations& declarations) {
-  ComPtr<IXMLDOMNamedNodeMap> attributes;
-  LONG count = 0;
-  if (element->get_attributes(attributes.Put()) != S_OK) return;
-  attributes->get_length(&count);
-  for (LONG i = 0; i < count; ++i) {
-    ComPtr<IXMLDOMNode> attribute;
-    if (attributes->get_item(i, attribute.Put()) != S_OK || !attribute) continue;
-    std::u16string name = TextOf(attribute.Get(), &IXMLDOMNode::get_nodeName);
-    if (!name.starts_with(kWithPrefix) || Declares(declarations, name)) continue;
-    declarations.emplace_back(std::move(name), TextOf(attribute.Get(), &IXMLDOMNode::get_text));
-  }
-}
-
-Declarations DeclaredAbove(IXMLDOMNode* element) {
-  Declarations declarations;
-  const ComPtr<IXMLDOMNode> parent = ParentOf(element);
-  std::u16string uri = DefaultIn(parent);
-  if (!uri.empty()) declarations.emplace_back(kDefault, std::move(uri));
-  for (ComPtr<IXMLDOMNode> above = parent; AsElement(above.Get()); above = ParentOf(above.Get()))
-    CollectPrefixes(above.Get(), declarations);
-  return declarations;
+  return written;
 }
 
 }  // namespace
 
-bool InheritsDeclarations(IXMLDOMNode* element) { return !DeclaredAbove(element).empty(); }
+DOMNodeType TypeOf(IXMLDOMNode* node) {
+  DOMNodeType type = NODE_INVALID;
+  return node->get_nodeType(&type) == S_OK ? type : NODE_INVALID;
+}
 
-void WriteInheritedDeclarations(IXMLDOMNode* element, std::u16string& xml) {
-  Declarations declarations = DeclaredAbove(element);
-  if (declarations.empty()) return;
-  std::size_t end = BehindTagName(xml, 0);
-  WrittenAttribute written;
-  while (ReadWrittenAttribute(xml, end, written))
-    std::erase_if(declarations, [&](const auto& known) { return known.first == written.name; });
+ComPtr<IXMLDOMElement> AsElement(IXMLDOMNode* node) {
+  ComPtr<IXMLDOMElement> element;
+  if (node != nullptr) node->QueryInterface(IID_IXMLDOMElement, element.PutVoid());
+  return element;
+}
+
+ComPtr<IXMLDOMNode> ParentOf(IXMLDOMNode* node) {
+  ComPtr<IXMLDOMNode> parent;
+  if (!IsAttribute(node)) node->get_parentNode(parent.Put());
+  return parent;
+}
+
+Declarations DeclarationsAbove(IXMLDOMNode* node) {
+  Declarations declarations;
+  const ComPtr<IXMLDOMNode> parent = ParentOf(node);
+  std::u16string uri = DefaultIn(parent);
+  if (!uri.empty()) declarations.emplace_back(kDefaultDeclaration, std::move(uri));
+  std::unordered_set<std::u16string> known;
+  for (ComPtr<IXMLDOMNode> above = parent; AsElement(above.Get()); above = ParentOf(above.Get())) {
+    VisitAttributes(TagOf(above.Get()), [&](std::u16string_view name, std::u16string_view value) {
+      if (name.starts_with(kPrefixDeclaration) && known.emplace(name).second)
+        declarations.emplace_back(name, value);
+      return false;
+    });
+  }
+  return declarations;
+}
+
+void WriteDeclarations(const Declarations& declarations, std::u16string& xml) {
+  std::unordered_set<std::u16string_view> written;
+  VisitAttributes(xml, [&](std::u16string_view name, std::u16string_view) {
+    written.insert(name);
+    return false;
+  });
   std::u16string missing;
-  for (const auto& [name, uri] : declarations)
-    missing.append(u" ").append(name).append(u"=\"").append(EscapedValue(uri)).append(u"\"");
+  for (const auto& [name, value] : declarations)
+    if (!written.contains(name))
+      missing.append(u" ").append(name).append(u"=\"").append(value).append(u"\"");
+  std::size_t end = BehindTagName(xml, 0);
+  WrittenAttribute attribute;
+  while (ReadWrittenAttribute(xml, end, attribute)) continue;
   xml.insert(end, missing);
 }
 
-void KeepInNoNamespace(IXMLDOMNode* element, IXMLDOMNode* parent) {
-  const ComPtr<IXMLDOMElement> kept = AsElement(element);
-  std::u16string uri;
-  if (!kept || !DecidesDefault(kept.Get(), uri) || !uri.empty()) return;
-  Variant declared;
-  if (DefaultIn(ComPtr<IXMLDOMNode>(parent)).empty()) return;
-  if (kept->getAttribute(Bstr(kDefault).Get(), declared.Put()) == S_OK) return;
+bool FindPrefix(IXMLDOMElement* element, std::u16string_view prefix, std::u16string& written) {
+  const std::u16string name = std::u16string(kPrefixDeclaration).append(prefix);
+  ComPtr<IXMLDOMNode> place(element);
+  for (; AsElement(place.Get()); place = ParentOf(place.Get()))
+    if (FindInTag(TagOf(place.Get()), name, written)) return true;
+  return false;
+}
+
+bool FindOwnDeclaration(IXMLDOMElement* element, std::u16string_view name,
+                        std::u16string& written) {
+  // A copy of its tag alone would have those, too, that its names inherit.
+  return FindInTag(XmlOf(element), name, written);
+}
+
+bool MayDeclareDefault(IXMLDOMElement* element, std::u16string_view value) {
+  std::u16string settled;
+  if (!SettlesDefault(element, settled) || settled == EscapedValue(value)) return true;
+  return settled == DefaultIn(ParentOf(element));
+}
+
+void KeepInNoNamespace(IXMLDOMNode* node, IXMLDOMNode* parent) {
+  const ComPtr<IXMLDOMElement> element = AsElement(node);
+  if (!element || DefaultIn(ComPtr<IXMLDOMNode>(parent)).empty()) return;
+  std::u16string declared;
+  if (FindInTag(TagOf(node), kDefaultDeclaration, declared)) return;
   const Variant none{Bstr(std::u16string_view())};
-  kept->setAttribute(Bstr(kDefault).Get(), none.Get());
+  element->setAttribute(Bstr(kDefaultDeclaration).Get(), none.Get());
 }
 
 }  // namespace tlk

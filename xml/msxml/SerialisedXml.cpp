@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::size_t kNowhere = std::u16string_view::npos;
 constexpr char32_t kFirstBeyondAscii = 0x80;
+constexpr std::u16string_view kDefaultDeclaration = u"xmlns";
 constexpr std::u16string_view kSpace = u" \t\r\n";
 
 struct Reference {
@@ -16,7 +17,8 @@ struct Reference {
   std::u16string_view written;
 };
 constexpr Reference kBreaks[] = {{u'\t', u"&#9;"}, {u'\n', u"&#10;"}, {u'\r', u"&#13;"}};
-constexpr Reference kMarkup[] = {{u'&', u"&amp;"}, {u'<', u"&lt;"}, {u'"', u"&quot;"}};
+constexpr Reference kMarkup[] = {
+    {u'&', u"&amp;"}, {u'<', u"&lt;"}, {u'>', u"&gt;"}, {u'"', u"&quot;"}};
 
 // Copies a text and puts others in place of parts of it, from the front to the back. A text without
 // such parts is not copied.
@@ -87,9 +89,22 @@ void SettleValue(std::u16string_view xml, const WrittenAttribute& attribute, Rew
   rewriter.Escape(kBreaks, settled, attribute.end);
 }
 
+bool DeclaresDefault(std::u16string_view xml, std::size_t at) {
+  WrittenAttribute attribute;
+  while (ReadWrittenAttribute(xml, at, attribute))
+    if (attribute.name == kDefaultDeclaration) return true;
+  return false;
+}
+
 void SettleTag(std::u16string_view xml, std::size_t& at, Rewriter& rewriter) {
   WrittenAttribute attribute;
-  while (ReadWrittenAttribute(xml, at, attribute)) SettleValue(xml, attribute, rewriter);
+  for (std::size_t start = at; ReadWrittenAttribute(xml, at, attribute); start = at) {
+    if (attribute.name == kDefaultDeclaration && DeclaresDefault(xml, at)) {
+      rewriter.Replace(start, at, {});
+    } else {
+      SettleValue(xml, attribute, rewriter);
+    }
+  }
 }
 
 void SettleTags(std::u16string_view xml, Rewriter& rewriter) {

@@ -26,7 +26,8 @@ struct WrittenAttribute {
 
 /// Sees to it that attributes hold character references where they must, and nowhere else: line
 /// breaks and tabs, which a reader takes for blanks otherwise, become references, and a reference
-/// to a character beyond ASCII becomes that character. `xml` is a document or a node; for an
+/// to a character beyond ASCII becomes that character. A default namespace that is declared twice
+/// in a tag stays as it was declared last, in that place. `xml` is a document or a node; for an
 /// attribute alone, `isAttribute` says so.
 void SettleAttributes(std::u16string& xml, bool isAttribute);
 
