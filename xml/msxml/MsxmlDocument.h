@@ -80,7 +80,8 @@ class MsxmlDocument : public DomDocument {
   // What is declared above the children of one of them, for edits that walk over these.
   Declarations m_declarations;
   const MsxmlNode* m_declarationsOver = nullptr;
-  std::u16string m_wide;  // scratch space
+  bool m_namesXml = false;  // whether a name in it may have the prefix `xml`
+  std::u16string m_wide;    // scratch space
 };
 
 /// The node of a handle, or none.

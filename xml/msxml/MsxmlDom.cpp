@@ -123,6 +123,7 @@ DomResult MsxmlDocument::SelectXPath() {
 DomResult MsxmlDocument::LoadXml(std::string_view text, bool& loaded) {
   loaded = false;
   ForgetNodes();
+  m_namesXml = text.find("xml:") != std::string_view::npos;
   return Contained([&] {
     WidenSource(m_codePage, text, m_wide);
     const Bstr source(WithoutDeclaration(m_wide));
@@ -237,9 +238,12 @@ DomResult MsxmlDocument::SelectNode(DomNode context, std::string_view path, DomN
   node = nullptr;
   return Contained([&] {
     if (!NamesNoPrefix(path)) return kDomFailed;
+    Bstr expression = Wide(path);
+    // Not every version of this DOM stops at the first child of a name unless it is told to.
+    if (IsXmlName(expression.View())) expression = Wide(std::string(path).append("[1]"));
     IXMLDOMNode* const start = context == nullptr ? m_document.Get() : NodeOf(context);
     Node found;
-    const HRESULT result = start->selectSingleNode(Wide(path).Get(), found.Put());
+    const HRESULT result = start->selectSingleNode(expression.Get(), found.Put());
     return Hold(result, std::move(found), node);
   });
 }

@@ -125,10 +125,11 @@ std::size_t BehindTagName(std::u16string_view xml, std::size_t at) {
 
 bool ReadWrittenAttribute(std::u16string_view xml, std::size_t& at, WrittenAttribute& attribute) {
   const std::size_t name = std::min(xml.find_first_not_of(kSpace, at), xml.size());
-  const std::size_t nameEnd = xml.find_first_of(u"= \t\r\n/>", name);
-  const std::size_t opening = xml.find_first_of(u"\"'>", name);
   at = name;
-  if (name == nameEnd || opening == kNowhere || xml[opening] == u'>') return false;
+  if (name == xml.size() || xml[name] == u'/' || xml[name] == u'>') return false;
+  const std::size_t nameEnd = xml.find(u'=', name);
+  const std::size_t opening = xml.find_first_of(u"\"'", nameEnd);
+  if (opening == kNowhere) return false;
   const std::size_t closing = xml.find(xml[opening], opening + 1);
   if (closing == kNowhere) return false;
   attribute = {xml.substr(name, nameEnd - name), opening + 1, closing};
