@@ -11,28 +11,31 @@ namespace {
 
 class HostileMessageTest : public CodecTest {
  protected:
-  /// The time that it takes to read a message, asked for as dispatch asks: the best of a few, for
-  /// other programs run beside this one.
-  std::clock_t TimeToRead(const std::string& message) {
-    TLK_XMLParser parser(m_codec, message);
+  /// The time that it takes to read a message so many times, asked for as dispatch asks: the best
+  /// of a few, for other programs run beside this one.
+  std::clock_t TimeToRead(const std::string& message, int times = 1) {
     std::clock_t best = std::numeric_limits<std::clock_t>::max();
     for (int round = 0; round < 5; ++round) {
+      TLK_XMLParser parser(m_codec, message);
       std::string data;
       std::int32_t id = 0;
       const std::clock_t start = std::clock();
-      parser.GetReceiverId(id);
-      EXPECT_EQ(parser.GetData(data), 0);
+      for (int read = 0; read < times; ++read) {
+        parser.GetReceiverId(id);
+        EXPECT_EQ(parser.GetData(data), 0);
+      }
       best = std::min(best, std::clock() - start);
       EXPECT_NE(data, "");
     }
     return best;
   }
 
+  /// As often as makes it the same number of prefixes altogether.
   std::clock_t TimeToInherit(int prefixes) {
     std::string text = "<m";
     for (int i = 0; i < prefixes; ++i)
-      text += " xmlns:" + std::string(5000, 'p') + std::to_string(i) + "='u'";
-    return TimeToRead(text + "><Data><a/></Data></m>");
+      text += " xmlns:" + std::string(50, 'p') + std::to_string(i) + "='u'";
+    return TimeToRead(text + "><Data><a/></Data></m>", 20'000 / prefixes);
   }
 
   std::clock_t TimeToPass(int attributes) {
@@ -47,7 +50,7 @@ class HostileMessageTest : public CodecTest {
 // One message held the host's thread for more than a second: of a thousand prefixes, each was
 // compared with each.
 TEST_F(HostileMessageTest, ManyPrefixesTakeTimeInProportion) {
-  EXPECT_LT(TimeToInherit(1000), 8 * TimeToInherit(250));
+  EXPECT_LT(TimeToInherit(1000), 4 * TimeToInherit(100));
 }
 
 // Another for seven seconds: behind a thousand attributes the root declared a namespace, and each
