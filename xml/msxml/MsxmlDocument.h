@@ -72,7 +72,7 @@ class MsxmlDocument : public DomDocument {
   DomResult OwnDeclaration(IXMLDOMElement* element, std::u16string_view name, std::string& value);
   DomResult Bring(DomNode child, DomNode& brought);
   DomResult SetPrefixedAttribute(IXMLDOMElement* element, const Bstr& name, const Variant& value);
-  DomResult MakePrefixedAttribute(IXMLDOMElement* element, const Bstr& name, Node& attribute);
+  DomResult MakeAttribute(std::u16string_view text, const Bstr& name, Node& attribute);
 
   const AnsiText& m_codePage;
   Document m_document;

@@ -103,7 +103,8 @@ void MsxmlDocument::Narrow(std::u16string_view wide, std::string& narrow) const 
 DomResult MsxmlDocument::Hold(HRESULT result, Node node, DomNode& handle, const MsxmlNode* parent) {
   if (FAILED(result)) return ResultOf(result);
   if (!node) return kDomNothing;
-  handle = reinterpret_cast<DomNode>(&m_nodes.emplace_back(std::move(node), this, parent));
+  m_nodes.push_back({std::move(node), this, parent});
+  handle = reinterpret_cast<DomNode>(&m_nodes.back());
   return kDomOk;
 }
 

@@ -27,10 +27,21 @@ bool MayReplace(IXMLDOMDocument2* document, IXMLDOMNode* parent, IXMLDOMNode* ol
   return type == NODE_COMMENT || type == NODE_PROCESSING_INSTRUCTION;
 }
 
-// The prefix of a name, and what is behind it.
-std::pair<std::u16string_view, std::u16string_view> SplitName(std::u16string_view name) {
+// Writes an element that has an attribute whose prefix is bound as at another element; false when
+// it is not, or the name is none.
+bool WriteElementWith(std::u16string_view name, IXMLDOMElement* place, std::u16string& text) {
   const std::size_t colon = name.find(u':');
-  return {name.substr(0, colon), name.substr(colon + 1)};
+  const std::u16string_view prefix = name.substr(0, colon);
+  if (!IsXmlName(prefix) || !IsXmlName(name.substr(colon + 1)) || prefix == kDefaultDeclaration)
+    return false;
+  std::u16string uri;
+  text = u"<a ";
+  if (prefix != u"xml") {
+    if (!FindPrefix(place, prefix, uri)) return false;
+    text.append(kPrefixDeclaration).append(prefix).append(u"=\"").append(uri).append(u"\" ");
+  }
+  text.append(name).append(u"=\"\"/>");
+  return true;
 }
 
 }  // namespace
@@ -72,7 +83,7 @@ DomResult MsxmlDocument::AppendChild(DomNode parent, DomNode& child) {
 DomResult MsxmlDocument::Bring(DomNode child, DomNode& brought) {
   const MsxmlNode& held = *HeldNode(child);
   brought = child;
-  if (held.document == this) return ParentOf(NodeOf(child)) ? kDomBadArgument : kDomOk;
+  if (held.document == this) return ParentOf(held.node.Get()) ? kDomBadArgument : kDomOk;
   Node foreign = held.node;
   if (ElementOf(child) && !held.document->DeclaredAbove(held).empty()) {
     Element read;
@@ -130,46 +141,36 @@ DomResult MsxmlDocument::SetAttribute(DomNode element, std::string_view name,
 
 DomResult MsxmlDocument::SetPrefixedAttribute(IXMLDOMElement* element, const Bstr& name,
                                               const Variant& value) {
+  std::u16string text;
+  if (!WriteElementWith(name.View(), element, text)) return kDomBadArgument;
   ComPtr<IXMLDOMNamedNodeMap> attributes;
-  const HRESULT result = element->get_attributes(attributes.Put());
-  if (result != S_OK) return kDomFailed;
+  if (element->get_attributes(attributes.Put()) != S_OK) return kDomFailed;
   Node attribute;
   if (attributes->getNamedItem(name.Get(), attribute.Put()) != S_OK) {
-    const DomResult made = MakePrefixedAttribute(element, name, attribute);
+    const DomResult made = MakeAttribute(text, name, attribute);
     if (made != kDomOk) return made;
-    attributes->setNamedItem(attribute.Get(), nullptr);
+    const HRESULT result = attributes->setNamedItem(attribute.Get(), nullptr);
+    if (result != S_OK) return ResultOf(result);
     m_namesXml = true;
   }
   return ResultOf(attribute->put_nodeValue(value.Get()));
 }
 
-// Makes it by reading a text, for not every version of this DOM makes attributes whose names are in
-// a namespace.
-DomResult MsxmlDocument::MakePrefixedAttribute(IXMLDOMElement* element, const Bstr& name,
-                                               Node& attribute) {
-  const auto [prefix, local] = SplitName(name.View());
-  if (!IsXmlName(prefix) || !IsXmlName(local) || prefix == kDefaultDeclaration)
-    return kDomBadArgument;
-  std::u16string text = u"<a";
-  std::u16string uri;
-  if (prefix != u"xml") {
-    if (!FindPrefix(element, prefix, uri)) return kDomBadArgument;
-    text.append(u" xmlns:").append(prefix).append(u"=\"").append(uri).append(u"\"");
-  }
-  text.append(u" ").append(name.View()).append(u"=\"\"/>");
-  Element reader;
-  const DomResult result = ReadElement(text, reader);
+// Takes an attribute out of a text, for not every version of this DOM makes attributes whose names
+// are in a namespace. It changes its document with its element.
+DomResult MsxmlDocument::MakeAttribute(std::u16string_view text, const Bstr& name,
+                                       Node& attribute) {
+  Element read;
+  const DomResult result = ReadElement(text, read);
   if (result != kDomOk) return result;
-  // It changes its document with its element.
   Node owner;
   ComPtr<IXMLDOMDocumentFragment> place;
   ComPtr<IXMLDOMNamedNodeMap> attributes;
-  if (reader->cloneNode(VARIANT_TRUE, owner.Put()) != S_OK ||
-      m_document->createDocumentFragment(place.Put()) != S_OK ||
-      place->appendChild(owner.Get(), nullptr) != S_OK ||
-      owner->get_attributes(attributes.Put()) != S_OK)
-    return kDomFailed;
-  return ResultOf(attributes->removeNamedItem(name.Get(), attribute.Put()));
+  const bool isHere = read->cloneNode(VARIANT_TRUE, owner.Put()) == S_OK &&
+                      m_document->createDocumentFragment(place.Put()) == S_OK &&
+                      place->appendChild(owner.Get(), nullptr) == S_OK &&
+                      owner->get_attributes(attributes.Put()) == S_OK;
+  return isHere ? ResultOf(attributes->removeNamedItem(name.Get(), attribute.Put())) : kDomFailed;
 }
 
 DomResult MsxmlDocument::SetText(DomNode element, std::string_view text) {

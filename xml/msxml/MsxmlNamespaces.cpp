@@ -37,9 +37,10 @@ template <typename Visitor>
 bool VisitAttributes(std::u16string_view tag, Visitor hasEnough) {
   std::size_t at = BehindTagName(tag, 0);
   WrittenAttribute attribute;
-  while (ReadWrittenAttribute(tag, at, attribute))
+  while (ReadWrittenAttribute(tag, at, attribute)) {
     if (hasEnough(attribute.name, tag.substr(attribute.value, attribute.end - attribute.value)))
       return true;
+  }
   return false;
 }
 
@@ -114,17 +115,14 @@ Declarations DeclarationsAbove(IXMLDOMNode* node) {
 
 void WriteDeclarations(const Declarations& declarations, std::u16string& xml) {
   std::unordered_set<std::u16string_view> written;
-  VisitAttributes(xml, [&](std::u16string_view name, std::u16string_view) {
-    written.insert(name);
-    return false;
-  });
-  std::u16string missing;
-  for (const auto& [name, value] : declarations)
-    if (!written.contains(name))
-      missing.append(u" ").append(name).append(u"=\"").append(value).append(u"\"");
   std::size_t end = BehindTagName(xml, 0);
   WrittenAttribute attribute;
-  while (ReadWrittenAttribute(xml, end, attribute)) continue;
+  while (ReadWrittenAttribute(xml, end, attribute)) written.insert(attribute.name);
+  std::u16string missing;
+  for (const auto& [name, value] : declarations) {
+    if (!written.contains(name))
+      missing.append(u" ").append(name).append(u"=\"").append(value).append(u"\"");
+  }
   xml.insert(end, missing);
 }
 
