@@ -107,10 +107,10 @@ class DomDocument {
   }
 
   /// Takes a node from its parent; it is gone then, with what is in it. But if `kept` is among
-  /// that, the caller goes on with it: what was taken out becomes a tree of its own, which paths
-  /// from `kept` see, and `kept` becomes the node in there. It lasts until nodes are forgotten or
-  /// another such tree is made. A node without a parent, as attributes and the document are, is a
-  /// bad argument.
+  /// that, the caller goes on with it: what was taken out becomes a tree of its own, in which paths
+  /// lead from `kept` to what is beside and in it, and `kept` becomes the node in there. It lasts
+  /// until nodes are forgotten or another such tree is made. A node without a parent, as attributes
+  /// and the document are, is a bad argument.
   [[nodiscard]] virtual DomResult Remove(DomNode node, DomNode& kept) = 0;
 
   /// Puts `replacement` in the place of a node, which is removed as by `Remove`. The replacement is

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <exception>
 #include <new>
 #include <string>
@@ -29,5 +30,20 @@ template <typename Operation>
 /// does not give back, such as a broken one, becomes a blank: it would be written as "?", and end
 /// an instruction.
 void WidenSource(const AnsiText& codePage, std::string_view narrow, std::u16string& wide);
+
+/// Turns every end of line into a line feed, as XML reads it. Not every DOM keeps a blank beside
+/// one that is left to it.
+template <typename Text>
+void NormaliseLineEnds(Text& text) {
+  std::size_t from = text.find('\r');
+  if (from == Text::npos) return;
+  std::size_t to = from;
+  for (; from < text.size(); ++from) {
+    const bool joined = text[from] == '\r' && from + 1 < text.size() && text[from + 1] == '\n';
+    if (joined) continue;
+    text[to++] = text[from] == '\r' ? '\n' : text[from];
+  }
+  text.resize(to);
+}
 
 }  // namespace tlk

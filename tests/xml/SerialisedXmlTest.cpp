@@ -16,6 +16,8 @@ TEST(SerialisedXml, HasReferencesInAttributesWhereTheyMustBe) {
       {u"<a b=\">\n\"/><c", u"<a b=\">&#10;\"/><c"},
       {u"<a b=\"\n&#xE9;\n&#x1F600;&#65;&#10;&amp;#xE9;&#\">&#xE9;",
        u"<a b=\"&#10;\u00E9&#10;\U0001F600&#65;&#10;&amp;#xE9;&#\">&#xE9;"},
+      {u"<a xmlns='u&v<\"&amp;&#65;&x;' b='&'/>",
+       u"<a xmlns=\"u&amp;v&lt;&quot;&amp;A&amp;x;\" b='&'/>"},
   };
   for (const auto& [written, escaped] : cases) {
     std::u16string xml = written;

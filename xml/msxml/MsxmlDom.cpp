@@ -67,7 +67,9 @@ DomResult ReadElement(std::u16string_view text, ComPtr<IXMLDOMElement>& element)
   document->put_async(VARIANT_FALSE);
   document->put_validateOnParse(VARIANT_FALSE);
   document->put_resolveExternals(VARIANT_FALSE);
-  if (document->loadXML(Bstr(text).Get(), &parsed) != S_OK) return kDomFailed;
+  std::u16string source(text);
+  NormaliseLineEnds(source);
+  if (document->loadXML(Bstr(source).Get(), &parsed) != S_OK) return kDomFailed;
   return ResultOf(document->get_documentElement(element.Put()));
 }
 
@@ -127,6 +129,7 @@ DomResult MsxmlDocument::LoadXml(std::string_view text, bool& loaded) {
   m_namesXml = text.find("xml:") != std::string_view::npos;
   return Contained([&] {
     WidenSource(m_codePage, text, m_wide);
+    NormaliseLineEnds(m_wide);
     const Bstr source(WithoutDeclaration(m_wide));
     VARIANT_BOOL parsed = VARIANT_FALSE;
     const HRESULT result = m_document->loadXML(source.Get(), &parsed);

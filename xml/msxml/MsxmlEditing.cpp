@@ -7,7 +7,6 @@
 #include "platform/windows/Bstr.h"
 #include "platform/windows/Variant.h"
 #include "xml/DomAdapter.h"
-#include "xml/GateNamespaces.h"
 #include "xml/XmlCharacters.h"
 #include "xml/msxml/MsxmlDocument.h"
 #include "xml/msxml/MsxmlNamespaces.h"

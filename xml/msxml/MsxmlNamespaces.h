@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/windows/ComPtr.h"
+#include "xml/msxml/SerialisedXml.h"
 
 namespace tlk {
 
@@ -17,9 +18,6 @@ namespace tlk {
 
 /// Declarations of namespaces: their names, `xmlns` or with a prefix, and values, as written.
 using Declarations = std::vector<std::pair<std::u16string, std::u16string>>;
-
-inline constexpr std::u16string_view kDefaultDeclaration = u"xmlns";
-inline constexpr std::u16string_view kPrefixDeclaration = u"xmlns:";
 
 [[nodiscard]] DOMNodeType TypeOf(IXMLDOMNode* node);
 

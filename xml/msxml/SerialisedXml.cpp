@@ -9,7 +9,6 @@ namespace {
 
 constexpr std::size_t kNowhere = std::u16string_view::npos;
 constexpr char32_t kFirstBeyondAscii = 0x80;
-constexpr std::u16string_view kDefaultDeclaration = u"xmlns";
 constexpr std::u16string_view kSpace = u" \t\r\n";
 
 struct Reference {
@@ -89,6 +88,29 @@ void SettleValue(std::u16string_view xml, const WrittenAttribute& attribute, Rew
   rewriter.Escape(kBreaks, settled, attribute.end);
 }
 
+// Not every version of this DOM escapes the namespace of a declaration. What can be a reference
+// there is taken for one.
+void SettleDeclaration(std::u16string_view xml, const WrittenAttribute& attribute,
+                       Rewriter& rewriter) {
+  std::u16string value;
+  const char16_t* at = xml.data() + attribute.value;
+  for (const char16_t* const end = xml.data() + attribute.end; at != end;) {
+    char32_t character = 0;
+    const char16_t* behind = at;
+    if (*at == u'&' && ReadReference(behind, end, character) == nullptr) {
+      value.append(Utf16(character));
+      at = behind;
+    } else {
+      value.push_back(*at++);
+    }
+  }
+  rewriter.Replace(attribute.value - 1, attribute.end + 1, u"\"" + EscapedValue(value) + u"\"");
+}
+
+bool DeclaresNamespace(std::u16string_view name) {
+  return name == kDefaultDeclaration || name.starts_with(kPrefixDeclaration);
+}
+
 bool DeclaresDefault(std::u16string_view xml, std::size_t at) {
   WrittenAttribute attribute;
   while (ReadWrittenAttribute(xml, at, attribute))
@@ -101,6 +123,8 @@ void SettleTag(std::u16string_view xml, std::size_t& at, Rewriter& rewriter) {
   for (std::size_t start = at; ReadWrittenAttribute(xml, at, attribute); start = at) {
     if (attribute.name == kDefaultDeclaration && DeclaresDefault(xml, at)) {
       rewriter.Replace(start, at, {});
+    } else if (DeclaresNamespace(attribute.name)) {
+      SettleDeclaration(xml, attribute, rewriter);
     } else {
       SettleValue(xml, attribute, rewriter);
     }

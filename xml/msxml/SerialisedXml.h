@@ -9,6 +9,10 @@ namespace tlk {
 /// Serialised XML, as a DOM has written it: it is well-formed, and what stands in it can be found
 /// without reading it all.
 
+/// The names of attributes that declare namespaces: the default, or before a prefix.
+inline constexpr std::u16string_view kDefaultDeclaration = u"xmlns";
+inline constexpr std::u16string_view kPrefixDeclaration = u"xmlns:";
+
 /// An attribute as it is written: its name, and where its value begins and ends.
 struct WrittenAttribute {
   std::u16string_view name;
@@ -26,9 +30,9 @@ struct WrittenAttribute {
 
 /// Sees to it that attributes hold character references where they must, and nowhere else: line
 /// breaks and tabs, which a reader takes for blanks otherwise, become references, and a reference
-/// to a character beyond ASCII becomes that character. A default namespace that is declared twice
-/// in a tag stays as it was declared last, in that place. `xml` is a document or a node; for an
-/// attribute alone, `isAttribute` says so.
+/// to a character beyond ASCII becomes that character. The namespace of a declaration is escaped. A
+/// default that is declared twice in a tag stays as it was declared last, in that place. `xml` is a
+/// document or a node; for an attribute alone, `isAttribute` says so.
 void SettleAttributes(std::u16string& xml, bool isAttribute);
 
 /// The same for a value that is to be written, of which markup is escaped as well.

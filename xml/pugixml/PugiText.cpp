@@ -142,16 +142,4 @@ void PugiText::Trim(std::size_t bytes) {
   DropBeyond(m_narrow, bytes);
 }
 
-void NormaliseLineEnds(std::string& text) {
-  std::size_t from = text.find('\r');
-  if (from == std::string::npos) return;
-  std::size_t to = from;
-  for (; from < text.size(); ++from) {
-    const bool joined = text[from] == '\r' && from + 1 < text.size() && text[from + 1] == '\n';
-    if (joined) continue;
-    text[to++] = text[from] == '\r' ? '\n' : text[from];
-  }
-  text.resize(to);
-}
-
 }  // namespace tlk

@@ -50,7 +50,4 @@ class PugiText {
 /// Whether a text is a name of the plainest kind, of ASCII, which is the same in a tree.
 [[nodiscard]] bool IsPlainName(std::string_view text);
 
-/// Turns every end of line into a line feed, as XML reads it.
-void NormaliseLineEnds(std::string& text);
-
 }  // namespace tlk
