@@ -19,6 +19,10 @@ start_wine() {
     # Real windows, but no screen to show them on, unless there is one.
     timeout 60 "$run_in_wine" reg add 'HKCU\Software\Wine\Drivers' \
       /v Graphics /d x11,null /f </dev/null >>"$log" 2>&1
+    # A program that crashes ends at once: the debugger would wait for ever.
+    timeout 60 "$run_in_wine" reg add \
+      'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' \
+      /v Debugger /d none /f </dev/null >>"$log" 2>&1
     # Where these stand, they hide the temporary folder that a program is given.
     local value key
     for value in TEMP TMP; do

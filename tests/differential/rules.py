@@ -1,0 +1,65 @@
+"""What the builds may write differently. "What the two builds write differently" in docs/messages.md
+tells of each rule, with an example."""
+
+import re
+from itertools import zip_longest
+
+LINE = re.compile(r'^(\S+ -?\d+) "(.*)"$')
+MARKUP = re.compile(r'(<!\[CDATA\[.*?\]\]>|<!--.*?-->|<\?.*?\?>|<(?:[^<>"]|"[^"]*")*>)', re.DOTALL)
+ATTRIBUTE = re.compile(r' [^\s="]+="[^"]*"')
+STAMP = re.compile(r'(?<= Length=")\d{7}(?=")')
+
+
+def first_difference(native, windows):
+    """The first lines of two answers that differ by more than the rules allow, or None."""
+    before = ""
+    for lines in zip_longest(native, windows, fillvalue="(nothing)"):
+        if lines[0] != lines[1] and not alike(before, *lines):
+            return lines
+        before = lines[0]
+    return None
+
+
+def alike(before, native, windows):
+    lines = LINE.match(native), LINE.match(windows)
+    if None in lines or lines[0][1] != lines[1][1]:
+        return False
+    texts = [unquoted(line[2]) for line in lines]
+    if not texts[0].startswith("<"):
+        # The text of a node, of which Windows trims the ends.
+        return lines[0][1].startswith("node") and texts[1] == texts[0].strip(" \t\n\r")
+    settled = [settled_natively(texts[0]), settled_on_windows(texts[1])]
+    if before == "set-length 0":
+        # The stamp counts what is taken away here.
+        settled = [STAMP.sub(lambda stamp: f"{int(stamp[0]) - len(text) + len(kept):07}", kept, 1)
+                   for text, kept in zip(texts, settled)]
+    return settled[0] == settled[1]
+
+
+def settled_natively(text):
+    parts = MARKUP.split(text)
+    parts[1::2] = map(declarations_first, parts[1::2])
+    return "".join(parts)
+
+
+def settled_on_windows(text):
+    parts = MARKUP.split(text)
+    # The indentation, and the line breaks in texts.
+    parts[::2] = ["" if re.fullmatch(r"\r\n\t*", part) else part.replace("\r\n", "\n")
+                  for part in parts[::2]]
+    parts[1::2] = [declarations_first(ATTRIBUTE.sub(lambda one: one[0].replace("&gt;", ">"), part))
+                   for part in parts[1::2]]
+    return "".join(parts)
+
+
+def declarations_first(tag):
+    """Windows writes so what it has loaded; never the root of a message that was created."""
+    if tag[1] in "!?/" or tag.startswith("<TLK_Message Length="):
+        return tag
+    attributes = ATTRIBUTE.findall(tag)
+    ordered = sorted(attributes, key=lambda attribute: not attribute.startswith(" xmlns"))
+    return tag.replace("".join(attributes), "".join(ordered))
+
+
+def unquoted(text):
+    return re.sub(r"\\(?:x(..)|(.))", lambda one: one[2] or chr(int(one[1], 16)), text)

@@ -1,0 +1,219 @@
+"""Random sequences of commands for tlk message. A seed and a number make the same one every time."""
+
+import random
+import re
+from xml.sax.saxutils import escape, quoteattr
+
+NAMES = ["Size", "Pen", "Ink", "Colour", "Data", "Status", "\xe9t\xe9"]
+ATTRIBUTES = ["k", "Id", "unit", "\xe9"]
+URIS = ["urn:a", "urn:b", "http://c/?d&e"]
+WORDS = ["a", "red", "caf\xe9", "\x80 5", "3", "007", "b c", "x > y", "1 < 2", "R&D", '"so"', "it's"]
+VALUES = WORDS + ["", " ", " a ", "\ttab", "two\nlines", "\r\n", "]]>", "<b/>", "\x01", "TRUE"]
+NUMBERS = ["0", "1", "-1", "7", "2147483647"]
+ELEMENT_TESTS = NAMES + ["*", "*", "Attribute_List", "node()"]
+AXES = ["child::", "descendant::", "descendant-or-self::", "following-sibling::", "self::",
+        "preceding-sibling::", "following::", "preceding::", "ancestor::", "ancestor-or-self::"]
+OTHER_STEPS = [".", "..", "text()", "comment()", "processing-instruction()", "@k", "@Id", "@*",
+               "@xml:lang", "@xml:space", "@\xe9", "attribute::unit", "namespace::*"]
+STARTS = ["", "", "", "//", "/*/", "/", "./", "../", ".//", "//Data/", "//Attribute_List/"]
+OPERATORS = ["=", "!=", "<", "<=", ">", ">="]
+BAD_PATHS = ["Size[", "p:Size", "", "Size]", "1", "'a'", "count(*)", "//", "Pen[foo()]", "@",
+             "$v", "Size|", "true()", "xml:lang", "namespace-uri(*)"]
+BAD_TEXTS = ["", "text", "<a>", "<a/><b/>", "<a b='1' b='2'/>", "<p:a/>", "<a p:b=''/>", "</a>",
+             "<a>&nbsp;</a>", "<a b='<'/>", "<!DOCTYPE a><a/>", "<a xmlns:p=''/>", "<a>]]></a>",
+             "<a>\x01</a>", "<a>&#1;</a>", "<a><!-- -- --></a>", "<?xml?><a/>", "\x00", "<a b=1/>"]
+# Left out, because the builds read it differently: text of blanks alone, also before and behind a
+# reference, but not between two tags; and a CDATA section next to another.
+UNALIKE = re.compile(r"(?:^|(?<=[;>]))[ \n\t]+(?=&|$)|(?<=;)[ \n\t]+(?=<)"
+                     r"|(?<=\]\]>)<!\[CDATA\[.*?\]\]>")
+
+
+class Sequence:
+    """One sequence: `commands` are its lines, and it depends on nothing that was said before."""
+
+    def __init__(self, seed, number):
+        self.random = random.Random(f"{seed}/{number}")
+        self.pick = self.random.choice
+        self.commands = []
+        self.say(*self.pick([self.creation, self.loading])())
+        self.say("parse", self.document("TLK_Message"))
+        for _ in range(self.random.randrange(3, 12)):
+            self.pick([self.change, self.change, self.read])()
+        self.stamp()
+
+    def text(self):
+        return "\n".join(self.commands) + "\n"
+
+    def chance(self, percent):
+        return self.random.randrange(100) < percent
+
+    def say(self, *words):
+        self.commands.append(" ".join(map(quote, words)))
+
+    # Messages, and what is done to them.
+
+    def creation(self):
+        status = [self.pick(NUMBERS), self.pick(VALUES)] if self.chance(30) else []
+        return ["create", self.pick(VALUES), self.pick(NUMBERS), self.pick(NUMBERS), *status]
+
+    def loading(self):
+        return ["load", self.document("TLK_Message")]
+
+    def change(self):
+        value = lambda: self.pick(VALUES)
+        number = lambda: self.pick(NUMBERS)
+        attributes = lambda: self.listing("Attribute_List")
+        paths = lambda: self.listing("Path_List")
+        self.say(*self.pick([
+            lambda: ["append", self.document() if self.chance(80) else ""],
+            lambda: ["status", value(), value()],
+            lambda: ["conference", value(), number(), value(), self.pick(["0", "4294967295"])],
+            lambda: ["participant", value(), number(), number(), number(), value()],
+            lambda: ["add-attributes", attributes()],
+            lambda: ["add-attributes", attributes()],
+            lambda: ["delete-attributes", attributes()],
+            lambda: ["update-attributes", attributes()],
+            lambda: ["add-attributes-at-paths", attributes(), paths()],
+            lambda: ["delete-attributes-at-paths", paths()],
+            lambda: ["update-attributes-at-paths", attributes(), paths()],
+            lambda: ["set-node-attribute", self.path(), self.attribute_name(), value()],
+            lambda: ["set-node-attribute", self.path(), "xmlns", self.pick([*URIS, ""])],
+        ])())
+        self.say("xml")
+
+    def read(self):
+        self.say(*self.pick([
+            lambda: ["node-text", self.path()],
+            lambda: ["node", self.path(), "text"],
+            lambda: ["node", self.path(), "xml"],
+            lambda: ["attribute", self.path(), self.attribute_name()],
+            lambda: ["type"],
+            lambda: ["receiver"],
+            lambda: ["data"],
+            lambda: ["parse", self.document("TLK_Message")],
+        ])())
+
+    # A stamp tells the length of what is written: what a sequence does next does not start from it.
+    def stamp(self):
+        self.say("set-length")
+        self.say("xml")
+
+    # Documents.
+
+    def document(self, root=None):
+        if self.chance(4):
+            return self.pick(BAD_TEXTS)
+        before = self.pick(["", "", "", "<!-- c -->", "<?i d?>", '<?xml version="1.0"?>', "\n"])
+        if before.startswith("<?xml") and root is None:
+            before = ""
+        if root is not None:
+            body = "".join([f'<To Id="{self.pick(NUMBERS)}"/>', "<Data>", self.listing("Attribute_List"),
+                            self.content(2, {}), "</Data>"])
+            text = self.element(root, {}, 0, lambda scope: body if self.chance(80) else
+                                self.content(3, scope))
+        else:
+            text = self.element(self.pick(NAMES), {}, 3)
+        return before + text + self.pick(["", "", "", "<!-- c -->", "\n"])
+
+    def listing(self, name):
+        """An attribute list or a path list, seldom a faulty one."""
+        if self.chance(3):
+            return self.pick(BAD_TEXTS)
+        scope = {}
+        if name == "Path_List":
+            content = lambda scope: "".join(f"<P>{escape(self.path())}</P>"
+                                            for _ in range(self.random.randrange(4)))
+        else:
+            content = lambda scope: "".join(self.element(self.pick(NAMES), scope, 2)
+                                            for _ in range(self.random.randrange(4)))
+        text = self.element(name, scope, 0, content, plain=self.chance(70))
+        return f"<l xmlns:q='urn:q'>{text}</l>" if self.chance(15) else text
+
+    def element(self, name, scope, depth, content=None, plain=False):
+        """An element with what `content` makes in it; `scope` knows the prefixes declared above."""
+        scope = dict(scope)
+        attributes = {}
+        while not plain and self.chance(35):
+            attributes[self.attribute_name(scope)] = self.pick(VALUES)
+        if not plain and self.chance(2):
+            attributes.update((f"k{i}", "v") for i in range(40))
+        if not plain and self.chance(15):
+            declared = self.pick(["xmlns", "xmlns", "xmlns:p", "xmlns:q"])
+            uri = self.pick(URIS + [""] * (declared == "xmlns"))
+            attributes[declared] = uri
+            scope[declared[6:]] = uri
+        prefixes = [prefix for prefix in scope if prefix]
+        if prefixes and not plain and self.chance(30):
+            name = f"{self.pick(prefixes)}:{name}"
+        written = list(attributes.items())
+        self.random.shuffle(written)
+        tag = name + "".join(f" {key}={value_in_quotes(value)}" for key, value in written)
+        inside = content(scope) if content else self.content(depth, scope)
+        return f"<{tag}>{inside}</{name}>" if inside or self.chance(20) else f"<{tag}/>"
+
+    def attribute_name(self, scope=None):
+        prefixes = [p for p in (scope if scope is not None else ["p", "q", "u"]) if p]
+        if prefixes and self.chance(20):
+            return f"{self.pick(prefixes)}:k"
+        if self.chance(15):
+            return self.pick(["xml:lang", "xml:lang", "xml:space"])
+        if scope is None and self.chance(10):
+            return self.pick(["", "1k", "a b", "xmlns:p", ":k", "p:", "xmlns:xml"])
+        return self.pick(ATTRIBUTES)
+
+    def content(self, depth, scope):
+        text = "".join(self.piece(depth, scope) for _ in range(self.random.randrange(4)))
+        return UNALIKE.sub("", text)
+
+    def piece(self, depth, scope):
+        if depth > 0 and self.chance(50):
+            if self.chance(3):
+                return "<d>" * 40 + "<Ink/>" + "</d>" * 40
+            return self.element(self.pick(NAMES), scope, depth - 1)
+        return self.pick([
+            escape(self.pick(WORDS)), escape(self.pick(WORDS)), escape(self.pick(WORDS)),
+            "&#233;", "&gt;", "x&#9;y", "x&#10;y", "&#x41;", "&#160;", "&quot;", ">",
+            "<![CDATA[1 < 2 & 3]]>", "<!-- a -> b -->", "<?i d?>", " ", "\n\t"])
+
+    # Paths.
+
+    def path(self):
+        if self.chance(6):
+            return self.pick(BAD_PATHS)
+        path = self.pick(STARTS) + "/".join(self.step() for _ in range(self.pick([1, 1, 1, 2, 3])))
+        if self.chance(5):
+            path = f"({path})[{self.pick(['1', '2', 'last()'])}]"
+        return f"{path} | {self.step()}" if self.chance(5) else path
+
+    def step(self):
+        if self.chance(20):
+            return self.pick(OTHER_STEPS)
+        axis = self.pick(AXES) if self.chance(20) else ""
+        return axis + self.pick(ELEMENT_TESTS) + (f"[{self.predicate()}]" if self.chance(35) else "")
+
+    def predicate(self):
+        sub = self.pick(NAMES + ["*", ".", "..", "@k", "@*", "text()", "//Size", "/*", "//*"])
+        sign = self.pick(OPERATORS)
+        word = value_in_quotes(self.pick(WORDS)).replace("&quot;", "")
+        number = self.pick("0123")
+        return self.pick([
+            "1", "2", "last()", f"position(){sign}{number}", sub, f"not({sub})", f"{sub}{sign}{word}",
+            f"{sub}{sign}{number}", f"count({sub}){sign}{number}", f"string-length({sub}){sign}4",
+            f"contains({sub},'\xe9')", f"starts-with(name({self.pick(['', sub])}),'S')",
+            f"substring({sub},2,2){sign}'af'", f"substring-after({sub},'\xe9')=''", "lang('en')",
+            f"translate({sub},'\xe9','e'){sign}'cafe'", f"normalize-space({sub})='b c'",
+            f"namespace-uri({sub})=''", f"local-name({sub})='Size'", f"sum({sub}){sign}3",
+            f"({sub}){sign}true()", f"boolean({sub})", f"concat(name(),{sub})='Sizea'",
+            f"{sub}{sign}{self.pick(NAMES)}", f"number({sub}) mod 2=1", f"{sub} or {number}{sign}1"])
+
+
+def value_in_quotes(value):
+    """A value as a document or a path holds it. Some breaks are written as they are."""
+    return quoteattr(value, {"\r": "&#13;"})
+
+
+def quote(word):
+    """A word as the commands take it."""
+    escaped = "".join(c if " " <= c <= "~" and c not in '"\\' else
+                      "\\" + c if c in '"\\' else f"\\x{ord(c):02X}" for c in word)
+    return f'"{escaped}"' if escaped != word or " " in word or not word else word
