@@ -45,6 +45,8 @@ start_wine
 test_preset windows-x64
 echo "Playing the conversations against the module in its container"
 tests/conversations/play-in-wine.sh "build/${native[0]}" build/windows-x64
+echo "Playing random commands on messages with both builds"
+tests/differential/play.py "build/${native[0]}" build/windows-x64
 echo "Running the samples of docs/embedding.md"
 tests/embedding/check.sh "build/${native[0]}" build/windows-x64
 echo "The 32-bit module, without conversations and samples: the system's container does not run there"

@@ -53,7 +53,7 @@ class Player:
     def run(self, played, until):
         """The same for as many as the program gets through."""
         script = "".join(MARK.format(number) + text for number, text in enumerate(played))
-        environment = dict(os.environ, TLK_CODE_PAGE="1252")
+        environment = dict(os.environ, TLK_CODE_PAGE="1252", LC_ALL="C")
         with tempfile.TemporaryFile() as commands, tempfile.TemporaryFile() as said:
             commands.write(script.encode("ascii"))
             commands.seek(0)
@@ -84,6 +84,11 @@ def differences(players, played):
     return list(map(rules.first_difference, native, windows))
 
 
+def kind(difference):
+    """What is said by each, without the texts."""
+    return [line.split('"')[0] for line in difference or ()]
+
+
 def without(text, cuts):
     kept, behind = "", 0
     for start, end in sorted(cuts):
@@ -98,10 +103,11 @@ def shortest(players, text, difference):
     while time.monotonic() < until:
         cuts = [found.span() for part in PARTS for found in part.finditer(text)]
         found = differences(players, [without(text, [cut]) for cut in cuts])
-        needless = [cut for cut, one in zip(cuts, found) if one]
+        needless = [cut for cut, one in zip(cuts, found) if kind(one) == kind(difference)]
         counts = sorted({len(needless) >> halvings for halvings in range(12)} - {0}, reverse=True)
         shorter = [without(text, needless[:count]) for count in counts]
-        found = [pair for pair in zip(shorter, differences(players, shorter)) if pair[1]]
+        found = [pair for pair in zip(shorter, differences(players, shorter))
+                 if kind(pair[1]) == kind(difference)]
         if not found:
             break
         text, difference = found[0]

@@ -7,7 +7,7 @@ from itertools import zip_longest
 LINE = re.compile(r'^(\S+ -?\d+) "(.*)"$')
 MARKUP = re.compile(r'(<!\[CDATA\[.*?\]\]>|<!--.*?-->|<\?.*?\?>|<(?:[^<>"]|"[^"]*")*>)', re.DOTALL)
 ATTRIBUTE = re.compile(r' [^\s="]+="[^"]*"')
-STAMP = re.compile(r'(?<= Length=")\d{7}(?=")')
+STAMP = re.compile(r'(?<= Length=")(?!0{7})\d{7}(?=")')
 
 
 def first_difference(native, windows):
@@ -26,14 +26,23 @@ def alike(before, native, windows):
         return False
     texts = [unquoted(line[2]) for line in lines]
     if not texts[0].startswith("<"):
-        # The text of a node, of which Windows trims the ends.
-        return lines[0][1].startswith("node") and texts[1] == texts[0].strip(" \t\n\r")
+        return lines[0][1].startswith("node") and any(
+            how(texts[0]) == how(texts[1]) for how in (without_blanks, without_stamp))
     settled = [settled_natively(texts[0]), settled_on_windows(texts[1])]
-    if before == "set-length 0":
-        # The stamp counts what is taken away here.
-        settled = [STAMP.sub(lambda stamp: f"{int(stamp[0]) - len(text) + len(kept):07}", kept, 1)
-                   for text, kept in zip(texts, settled)]
+    # The stamp counts what was taken away. One that is not of this text cannot be told by it.
+    isFresh = before == "set-length 0"
+    settled = [STAMP.sub(lambda stamp: str(int(stamp[0]) - len(text) + len(kept)) if isFresh else "",
+                         kept, 1) for text, kept in zip(texts, settled)]
     return settled[0] == settled[1]
+
+
+def without_blanks(text):
+    """The text of a node: where there are blanks, xml tells. An attribute alone looks like one."""
+    return re.sub("[ \t\r\n]", "", text).replace("&gt;", ">")
+
+
+def without_stamp(text):
+    return re.sub(r"^\d{7}$", "", text)
 
 
 def settled_natively(text):

@@ -14,18 +14,24 @@ ELEMENT_TESTS = NAMES + ["*", "*", "Attribute_List", "node()"]
 AXES = ["child::", "descendant::", "descendant-or-self::", "following-sibling::", "self::",
         "preceding-sibling::", "following::", "preceding::", "ancestor::", "ancestor-or-self::"]
 OTHER_STEPS = [".", "..", "text()", "comment()", "processing-instruction()", "@k", "@Id", "@*",
-               "@xml:lang", "@xml:space", "@\xe9", "attribute::unit", "namespace::*"]
+               "@xml:lang", "@xml:space", "@\xe9", "attribute::unit"]
 STARTS = ["", "", "", "//", "/*/", "/", "./", "../", ".//", "//Data/", "//Attribute_List/"]
 OPERATORS = ["=", "!=", "<", "<=", ">", ">="]
-BAD_PATHS = ["Size[", "p:Size", "", "Size]", "1", "'a'", "count(*)", "//", "Pen[foo()]", "@",
-             "$v", "Size|", "true()", "xml:lang", "namespace-uri(*)"]
+BAD_PATHS = ["Size[", "p:Size", "", "Size]", "1", "'a'", "count(*)", "//", "@",
+             "$v", "true()", "xml:lang", "namespace-uri(*)"]
 BAD_TEXTS = ["", "text", "<a>", "<a/><b/>", "<a b='1' b='2'/>", "<p:a/>", "<a p:b=''/>", "</a>",
              "<a>&nbsp;</a>", "<a b='<'/>", "<!DOCTYPE a><a/>", "<a xmlns:p=''/>", "<a>]]></a>",
              "<a>\x01</a>", "<a>&#1;</a>", "<a><!-- -- --></a>", "<?xml?><a/>", "\x00", "<a b=1/>"]
-# Left out, because the builds read it differently: text of blanks alone, also before and behind a
-# reference, but not between two tags; and a CDATA section next to another.
-UNALIKE = re.compile(r"(?:^|(?<=[;>]))[ \n\t]+(?=&|$)|(?<=;)[ \n\t]+(?=<)"
-                     r"|(?<=\]\]>)<!\[CDATA\[.*?\]\]>")
+# Left out, because the builds read it differently: text of blanks alone that is not between two tags,
+# blanks before a reference or what is not ASCII, behind a reference, and behind blanks; and a CDATA
+# section next to another.
+UNALIKE = re.compile(r"(?:^|(?<=[;>]))[ \n\t]+(?=[&\x80-\xff]|$)|(?<=;)[ \n\t]+(?=<)"
+                     r"|(?<=[ \n\t])[ \n\t]+(?=\S)|(?<=\]\]>)\s*<!\[CDATA\[.*?\]\]>")
+
+
+# What Wine's DOM answers wrongly, and what is asked instead.
+MISREAD = {r"//\.(?!\.)": "/.", r"preceding::(\*|node\(\))": "preceding::Size",
+           r"(?<!/)/(?=\xe9)": "/child::"}
 
 
 class Sequence:
@@ -39,7 +45,9 @@ class Sequence:
         self.say("parse", self.document("TLK_Message"))
         for _ in range(self.random.randrange(3, 12)):
             self.pick([self.change, self.change, self.read])()
-        self.stamp()
+            if self.chance(10):
+                self.commands += ["set-length", "xml"]
+        self.commands += ["set-length", "xml"]
 
     def text(self):
         return "\n".join(self.commands) + "\n"
@@ -92,11 +100,6 @@ class Sequence:
             lambda: ["data"],
             lambda: ["parse", self.document("TLK_Message")],
         ])())
-
-    # A stamp tells the length of what is written: what a sequence does next does not start from it.
-    def stamp(self):
-        self.say("set-length")
-        self.say("xml")
 
     # Documents.
 
@@ -158,7 +161,7 @@ class Sequence:
         if self.chance(15):
             return self.pick(["xml:lang", "xml:lang", "xml:space"])
         if scope is None and self.chance(10):
-            return self.pick(["", "1k", "a b", "xmlns:p", ":k", "p:", "xmlns:xml"])
+            return self.pick(["", "1k", "a b", "xmlns:p", ":k", "p:"])
         return self.pick(ATTRIBUTES)
 
     def content(self, depth, scope):
@@ -183,7 +186,10 @@ class Sequence:
         path = self.pick(STARTS) + "/".join(self.step() for _ in range(self.pick([1, 1, 1, 2, 3])))
         if self.chance(5):
             path = f"({path})[{self.pick(['1', '2', 'last()'])}]"
-        return f"{path} | {self.step()}" if self.chance(5) else path
+        path = f"{path} | {self.step()}" if self.chance(5) else path
+        for misread, right in MISREAD.items():
+            path = re.sub(misread, right, path)
+        return path
 
     def step(self):
         if self.chance(20):
@@ -200,8 +206,8 @@ class Sequence:
             "1", "2", "last()", f"position(){sign}{number}", sub, f"not({sub})", f"{sub}{sign}{word}",
             f"{sub}{sign}{number}", f"count({sub}){sign}{number}", f"string-length({sub}){sign}4",
             f"contains({sub},'\xe9')", f"starts-with(name({self.pick(['', sub])}),'S')",
-            f"substring({sub},2,2){sign}'af'", f"substring-after({sub},'\xe9')=''", "lang('en')",
-            f"translate({sub},'\xe9','e'){sign}'cafe'", f"normalize-space({sub})='b c'",
+            f"substring-before({sub},'f'){sign}'ca'", f"substring-after({sub},'\xe9')=''", "lang('en')",
+            f"translate({sub},'caf','CAF')='CAF\xe9'", f"normalize-space({sub})='b c'",
             f"namespace-uri({sub})=''", f"local-name({sub})='Size'", f"sum({sub}){sign}3",
             f"({sub}){sign}true()", f"boolean({sub})", f"concat(name(),{sub})='Sizea'",
             f"{sub}{sign}{self.pick(NAMES)}", f"number({sub}) mod 2=1", f"{sub} or {number}{sign}1"])
