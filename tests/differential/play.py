@@ -122,7 +122,7 @@ def main():
     failed = 0
     for start in range(0, count, BATCH):
         numbers = range(start, min(start + BATCH, count))
-        batch = [sequences.Sequence(seed, number).text() for number in numbers]
+        batch = [sequences.Sequence(seed, number).text for number in numbers]
         for number, text, difference in zip(numbers, batch, differences(players, batch)):
             failed += difference is not None
             if difference is None or failed > MOST_SHOWN:

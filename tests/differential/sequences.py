@@ -31,105 +31,80 @@ UNALIKE = re.compile(r"(?:^|(?<=[;>]))[ \n\t]+(?=[&\x80-\xff]|$)|(?<=;)[ \n\t]+(
 
 # What Wine's DOM answers wrongly, and what is asked instead.
 MISREAD = {r"//\.(?!\.)": "/.", r"preceding::(\*|node\(\))": "preceding::Size",
-           r"(?<!/)/(?=\xe9)": "/child::"}
+           r"(?<!/)/(?=\xe9)": "/child::", r"(@[^/]*|attribute::unit)/following::": r"\1/../following::"}
+
+
+# The commands: a word in capitals stands for a random one of its kind.
+BEGINNINGS = ["create VALUE NUMBER NUMBER", "create VALUE NUMBER NUMBER NUMBER VALUE",
+              "load MESSAGE", "load MESSAGE"]
+CHANGES = ["append ELEMENT", "append ELEMENT", 'append ""', "status VALUE VALUE",
+           "conference VALUE NUMBER VALUE COUNT", "participant VALUE NUMBER NUMBER NUMBER VALUE",
+           "add-attributes LIST", "add-attributes LIST", "delete-attributes LIST",
+           "update-attributes LIST", "add-attributes-at-paths LIST PATHS",
+           "delete-attributes-at-paths PATHS", "update-attributes-at-paths LIST PATHS",
+           "set-node-attribute PATH NAME VALUE", "set-node-attribute PATH xmlns URI", "set-length"]
+READINGS = ["node-text PATH", "node PATH text", "node PATH xml", "attribute PATH NAME", "type",
+            "receiver", "data", "parse MESSAGE"]
+WORD_KINDS = {
+    "VALUE": lambda self: self.pick(VALUES), "NUMBER": lambda self: self.pick(NUMBERS),
+    "COUNT": lambda self: self.pick(["0", "4294967295"]), "URI": lambda self: self.pick([*URIS, ""]),
+    "PATH": lambda self: self.path(), "NAME": lambda self: self.attribute_name(),
+    "MESSAGE": lambda self: self.message(), "ELEMENT": lambda self: self.document(self.pick(NAMES), 3),
+    "LIST": lambda self: self.listing("Attribute_List"), "PATHS": lambda self: self.listing("Path_List")}
 
 
 class Sequence:
-    """One sequence: `commands` are its lines, and it depends on nothing that was said before."""
+    """One sequence of commands, which depends on nothing that was said before it."""
 
     def __init__(self, seed, number):
         self.random = random.Random(f"{seed}/{number}")
         self.pick = self.random.choice
-        self.commands = []
-        self.say(*self.pick([self.creation, self.loading])())
-        self.say("parse", self.document("TLK_Message"))
+        self.text = ""
+        self.say(self.pick(BEGINNINGS))
+        self.say("parse MESSAGE")
         for _ in range(self.random.randrange(3, 12)):
-            self.pick([self.change, self.change, self.read])()
-            if self.chance(10):
-                self.commands += ["set-length", "xml"]
-        self.commands += ["set-length", "xml"]
+            if self.chance(67):
+                self.say(self.pick(CHANGES))
+                self.say("xml")
+            else:
+                self.say(self.pick(READINGS))
+        self.say("set-length")
+        self.say("xml")
 
-    def text(self):
-        return "\n".join(self.commands) + "\n"
+    def say(self, form):
+        words = [quote(WORD_KINDS[word](self)) if word in WORD_KINDS else word for word in form.split()]
+        self.text += " ".join(words) + "\n"
 
     def chance(self, percent):
         return self.random.randrange(100) < percent
 
-    def say(self, *words):
-        self.commands.append(" ".join(map(quote, words)))
-
-    # Messages, and what is done to them.
-
-    def creation(self):
-        status = [self.pick(NUMBERS), self.pick(VALUES)] if self.chance(30) else []
-        return ["create", self.pick(VALUES), self.pick(NUMBERS), self.pick(NUMBERS), *status]
-
-    def loading(self):
-        return ["load", self.document("TLK_Message")]
-
-    def change(self):
-        value = lambda: self.pick(VALUES)
-        number = lambda: self.pick(NUMBERS)
-        attributes = lambda: self.listing("Attribute_List")
-        paths = lambda: self.listing("Path_List")
-        self.say(*self.pick([
-            lambda: ["append", self.document() if self.chance(80) else ""],
-            lambda: ["status", value(), value()],
-            lambda: ["conference", value(), number(), value(), self.pick(["0", "4294967295"])],
-            lambda: ["participant", value(), number(), number(), number(), value()],
-            lambda: ["add-attributes", attributes()],
-            lambda: ["add-attributes", attributes()],
-            lambda: ["delete-attributes", attributes()],
-            lambda: ["update-attributes", attributes()],
-            lambda: ["add-attributes-at-paths", attributes(), paths()],
-            lambda: ["delete-attributes-at-paths", paths()],
-            lambda: ["update-attributes-at-paths", attributes(), paths()],
-            lambda: ["set-node-attribute", self.path(), self.attribute_name(), value()],
-            lambda: ["set-node-attribute", self.path(), "xmlns", self.pick([*URIS, ""])],
-        ])())
-        self.say("xml")
-
-    def read(self):
-        self.say(*self.pick([
-            lambda: ["node-text", self.path()],
-            lambda: ["node", self.path(), "text"],
-            lambda: ["node", self.path(), "xml"],
-            lambda: ["attribute", self.path(), self.attribute_name()],
-            lambda: ["type"],
-            lambda: ["receiver"],
-            lambda: ["data"],
-            lambda: ["parse", self.document("TLK_Message")],
-        ])())
+    def several(self, make):
+        return "".join(make() for _ in range(self.random.randrange(4)))
 
     # Documents.
 
-    def document(self, root=None):
+    def message(self):
+        before = self.pick(["", "", '<?xml version="1.0"?>'])
+        if self.chance(20):
+            return before + self.document("TLK_Message", 3)
+        body = self.listing("Attribute_List") + self.content(2, {})
+        body = f'<To Id="{self.pick(NUMBERS)}"/><Data>{body}</Data>'
+        return before + self.document("TLK_Message", 0, lambda scope: body)
+
+    def document(self, root, depth, content=None):
         if self.chance(4):
             return self.pick(BAD_TEXTS)
-        before = self.pick(["", "", "", "<!-- c -->", "<?i d?>", '<?xml version="1.0"?>', "\n"])
-        if before.startswith("<?xml") and root is None:
-            before = ""
-        if root is not None:
-            body = "".join([f'<To Id="{self.pick(NUMBERS)}"/>', "<Data>", self.listing("Attribute_List"),
-                            self.content(2, {}), "</Data>"])
-            text = self.element(root, {}, 0, lambda scope: body if self.chance(80) else
-                                self.content(3, scope))
-        else:
-            text = self.element(self.pick(NAMES), {}, 3)
-        return before + text + self.pick(["", "", "", "<!-- c -->", "\n"])
+        around = ["", "", "", "<!-- c -->", "<?i d?>", "\n"]
+        return self.pick(around) + self.element(root, {}, depth, content) + self.pick(around)
 
     def listing(self, name):
         """An attribute list or a path list, seldom a faulty one."""
         if self.chance(3):
             return self.pick(BAD_TEXTS)
-        scope = {}
-        if name == "Path_List":
-            content = lambda scope: "".join(f"<P>{escape(self.path())}</P>"
-                                            for _ in range(self.random.randrange(4)))
-        else:
-            content = lambda scope: "".join(self.element(self.pick(NAMES), scope, 2)
-                                            for _ in range(self.random.randrange(4)))
-        text = self.element(name, scope, 0, content, plain=self.chance(70))
+        make = {"Path_List": lambda scope: f"<P>{escape(self.path())}</P>",
+                "Attribute_List": lambda scope: self.element(self.pick(NAMES), scope, 2)}[name]
+        text = self.element(name, {}, 0, lambda scope: self.several(lambda: make(scope)),
+                            plain=self.chance(70))
         return f"<l xmlns:q='urn:q'>{text}</l>" if self.chance(15) else text
 
     def element(self, name, scope, depth, content=None, plain=False):
@@ -141,10 +116,9 @@ class Sequence:
         if not plain and self.chance(2):
             attributes.update((f"k{i}", "v") for i in range(40))
         if not plain and self.chance(15):
-            declared = self.pick(["xmlns", "xmlns", "xmlns:p", "xmlns:q"])
-            uri = self.pick(URIS + [""] * (declared == "xmlns"))
-            attributes[declared] = uri
-            scope[declared[6:]] = uri
+            declared = self.pick(["xmlns", "xmlns:p", "xmlns:q"])
+            scope[declared[6:]] = attributes[declared] = self.pick(
+                [*URIS, ""] if declared == "xmlns" else URIS)
         prefixes = [prefix for prefix in scope if prefix]
         if prefixes and not plain and self.chance(30):
             name = f"{self.pick(prefixes)}:{name}"
@@ -165,8 +139,7 @@ class Sequence:
         return self.pick(ATTRIBUTES)
 
     def content(self, depth, scope):
-        text = "".join(self.piece(depth, scope) for _ in range(self.random.randrange(4)))
-        return UNALIKE.sub("", text)
+        return UNALIKE.sub("", self.several(lambda: self.piece(depth, scope)))
 
     def piece(self, depth, scope):
         if depth > 0 and self.chance(50):
