@@ -37,8 +37,8 @@ def alike(before, native, windows):
 
 
 def without_blanks(text):
-    """The text of a node: where there are blanks, xml tells. An attribute alone looks like one."""
-    return re.sub("[ \t\r\n]", "", text).replace("&gt;", ">")
+    """The text of a node; where blanks stand in it, xml tells."""
+    return re.sub("[ \t\r\n]", "", text)
 
 
 def without_stamp(text):
@@ -56,8 +56,7 @@ def settled_on_windows(text):
     # The indentation, and the line breaks in texts.
     parts[::2] = ["" if re.fullmatch(r"\r\n\t*", part) else part.replace("\r\n", "\n")
                   for part in parts[::2]]
-    parts[1::2] = [declarations_first(ATTRIBUTE.sub(lambda one: one[0].replace("&gt;", ">"), part))
-                   for part in parts[1::2]]
+    parts[1::2] = map(declarations_first, parts[1::2])
     return "".join(parts)
 
 
