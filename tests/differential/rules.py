@@ -7,6 +7,7 @@ from itertools import zip_longest
 LINE = re.compile(r'^(\S+ -?\d+) "(.*)"$')
 MARKUP = re.compile(r'(<!\[CDATA\[.*?\]\]>|<!--.*?-->|<\?.*?\?>|<(?:[^<>"]|"[^"]*")*>)', re.DOTALL)
 ATTRIBUTE = re.compile(r' [^\s="]+="[^"]*"')
+PREFIX = re.compile(r' (xmlns:[^="]+)="([^"]*)"')
 STAMP = re.compile(r'(?<= Length=")(?!0{7})\d{7}(?=")')
 
 
@@ -28,12 +29,12 @@ def alike(before, native, windows):
     if not texts[0].startswith("<"):
         return lines[0][1].startswith("node") and any(
             how(texts[0]) == how(texts[1]) for how in (without_blanks, without_stamp))
-    settled = [settled_natively(texts[0]), settled_on_windows(texts[1])]
+    kept = [settled_natively(texts[0]), settled_on_windows(texts[1])]
     # The stamp counts what was taken away. One that is not of this text cannot be told by it.
-    isFresh = before == "set-length 0"
-    settled = [STAMP.sub(lambda stamp: str(int(stamp[0]) - len(text) + len(kept)) if isFresh else "",
-                         kept, 1) for text, kept in zip(texts, settled)]
-    return settled[0] == settled[1]
+    is_fresh = before == "set-length 0"
+    kept = [STAMP.sub(lambda stamp: str(int(stamp[0]) - len(text) + len(one)) if is_fresh else "",
+                      one, count=1) for text, one in zip(texts, kept)]
+    return kept[0] == kept[1]
 
 
 def without_blanks(text):
@@ -46,9 +47,7 @@ def without_stamp(text):
 
 
 def settled_natively(text):
-    parts = MARKUP.split(text)
-    parts[1::2] = map(declarations_first, parts[1::2])
-    return "".join(parts)
+    return settled(MARKUP.split(text))
 
 
 def settled_on_windows(text):
@@ -56,13 +55,31 @@ def settled_on_windows(text):
     # The indentation, and the line breaks in texts.
     parts[::2] = ["" if re.fullmatch(r"\r\n\t*", part) else part.replace("\r\n", "\n")
                   for part in parts[::2]]
-    parts[1::2] = map(declarations_first, parts[1::2])
+    return settled(parts)
+
+
+def settled(parts):
+    """Texts and markup as one text, where no prefix is declared again as what it stands for."""
+    scopes = [{}]
+    for at, tag in enumerate(parts):
+        if at % 2 == 0 or tag[1] in "!?":
+            continue
+        if tag[1] == "/":
+            scopes.pop()
+            continue
+        declared = dict(PREFIX.findall(tag))
+        for prefix, uri in declared.items():
+            if scopes[-1].get(prefix) == uri:
+                tag = tag.replace(f' {prefix}="{uri}"', "", 1)
+        parts[at] = declarations_first(tag)
+        if not tag.endswith("/>"):
+            scopes.append({**scopes[-1], **declared})
     return "".join(parts)
 
 
 def declarations_first(tag):
     """Windows writes so what it has loaded; never the root of a message that was created."""
-    if tag[1] in "!?/" or tag.startswith("<TLK_Message Length="):
+    if tag.startswith("<TLK_Message Length="):
         return tag
     attributes = ATTRIBUTE.findall(tag)
     ordered = sorted(attributes, key=lambda attribute: not attribute.startswith(" xmlns"))
