@@ -30,7 +30,7 @@ UNALIKE = re.compile(r"(?<![>\s])\s+(?=<|$)|(?:^|(?<=>))\s+(?=[^<\s]|$)"
 FROM_ROOT = re.compile(r"(^|[\[(,=<>| ])/")
 
 # What Wine's DOM answers wrongly, and what is asked instead.
-MISREAD = {r"//\.(?!\.)": "/.", r"preceding::(\*|node\(\))": "preceding::Size",
+MISREAD = {r"@\*": "@*[name()!='xmlns']", r"//\.(?!\.)": "/.", r"preceding::(\*|node\(\))": "preceding::Size",
            r"(?<!/)/(?=\xe9)": "/child::", r"(@[^/]*|attribute::unit)/following::": r"\1/../following::"}
 
 
