@@ -475,9 +475,9 @@ BoundPath BindPath(std::string_view path, std::string& bound) {
   return path.size() <= kMaxPathLength ? PathReader(path, bound).Bind() : BoundPath::kRefused;
 }
 
-bool NamesNoPrefix(std::string_view path) {
+bool IsPath(std::string_view path) {
   std::string bound;
-  return BindPath(path, bound) != BoundPath::kRefused;
+  return BindPath(path, bound) < BoundPath::kMalformed;
 }
 
 }  // namespace tlk

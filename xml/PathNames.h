@@ -29,8 +29,8 @@ enum class BoundPath {
 /// compiler.
 [[nodiscard]] BoundPath BindPath(std::string_view path, std::string& bound);
 
-/// Whether an expression, in any code page, names no prefix but `xml` and is neither too long nor
-/// nested too deeply. One that is malformed may pass.
-[[nodiscard]] bool NamesNoPrefix(std::string_view path);
+/// Whether a text, in UTF-8, is an expression at all, names no prefix but `xml`, and is neither too
+/// long nor nested too deeply.
+[[nodiscard]] bool IsPath(std::string_view path);
 
 }  // namespace tlk

@@ -82,7 +82,8 @@ def declarations_first(tag):
     if tag.startswith("<TLK_Message Length="):
         return tag
     attributes = ATTRIBUTE.findall(tag)
-    ordered = sorted(attributes, key=lambda attribute: not attribute.startswith(" xmlns"))
+    declarations = sorted(one for one in attributes if one.startswith(" xmlns"))
+    ordered = declarations + [one for one in attributes if one not in declarations]
     return tag.replace("".join(attributes), "".join(ordered))
 
 

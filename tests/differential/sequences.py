@@ -149,7 +149,7 @@ class Sequence:
             return self.element(self.pick(NAMES), scope, depth - 1)
         return self.pick([
             escape(self.pick(WORDS)), escape(self.pick(WORDS)), escape(self.pick(WORDS)),
-            "&#233;", "&gt;", "x&#9;y", "x&#10;y", "&#x41;", "&#160;", "&quot;", ">",
+            "&#233;", "&gt;", "x&#9;y", "x&#10;y", "&#x41;", "&#160;", "&quot;", "x>y",
             "<![CDATA[1 < 2 & 3]]>", "<!-- a -> b -->", "<?i d?>", " ", "\n\t"])
 
     # Paths.
