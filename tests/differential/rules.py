@@ -8,6 +8,7 @@ LINE = re.compile(r'^(\S+ -?\d+) "(.*)"$')
 MARKUP = re.compile(r'(<!\[CDATA\[.*?\]\]>|<!--.*?-->|<\?.*?\?>|<(?:[^<>"]|"[^"]*")*>)', re.DOTALL)
 ATTRIBUTE = re.compile(r' [^\s="]+="[^"]*"')
 PREFIX = re.compile(r' (xmlns:[^="]+)="([^"]*)"')
+CREATED = re.compile(r'<TLK_Message Length="\d+" xmlns="[^"]*" Type=')
 STAMP = re.compile(r'(?<= Length=")(?!0{7})\d{7}(?=")')
 
 
@@ -79,7 +80,7 @@ def settled(parts):
 
 def declarations_first(tag):
     """Windows writes so what it has loaded; never the root of a message that was created."""
-    if tag.startswith("<TLK_Message Length="):
+    if CREATED.match(tag):
         return tag
     attributes = ATTRIBUTE.findall(tag)
     declarations = sorted(one for one in attributes if one.startswith(" xmlns"))

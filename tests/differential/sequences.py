@@ -17,7 +17,7 @@ OTHER_STEPS = [".", "..", "text()", "comment()", "processing-instruction()", "@k
                "@xml:lang", "@xml:space", "@\xe9", "attribute::unit"]
 STARTS = ["", "", "", "//", "/*/", "/", "./", "../", ".//", "//Data/", "//Attribute_List/"]
 OPERATORS = ["=", "!=", "<", "<=", ">", ">="]
-BAD_PATHS = ["Size[", "p:Size", "", "Size]", "1", "'a'", "count(*)", "//", "@",
+BAD_PATHS = ["Size[", "Size|", "Size]", "Pen[foo()]", "p:Size", "", "Size]", "1", "'a'", "count(*)", "//", "@",
              "$v", "true()", "xml:lang", "namespace-uri(*)"]
 BAD_TEXTS = ["", "text", "<a>", "<a/><b/>", "<a b='1' b='2'/>", "<p:a/>", "<a p:b=''/>", "</a>",
              "<a>&nbsp;</a>", "<a b='<'/>", "<!DOCTYPE a><a/>", "<a xmlns:p=''/>", "<a>]]></a>",
@@ -26,8 +26,8 @@ BAD_TEXTS = ["", "text", "<a>", "<a/><b/>", "<a b='1' b='2'/>", "<p:a/>", "<a p:
 # else unless they are between two tags; and a CDATA section next to another.
 UNALIKE = re.compile(r"(?<![>\s])\s+(?=<|$)|(?:^|(?<=>))\s+(?=[^<\s]|$)"
                      r"|(?<=\]\]>)\s*<!\[CDATA\[.*?\]\]>")
-# A path from the root that starts at a list which an entry before it took out of the message.
-FROM_ROOT = re.compile(r"(^|[\[(,=<>| ])/")
+# What leads out of a list, which an entry before may have taken out of the message.
+OUTWARDS = {r"(^|[\[(,=<>| ])/": r"\1./", r"\.\.": ".", r"ancestor(-or-self)?::": "self::"}
 
 # What Wine's DOM answers wrongly, and what is asked instead.
 MISREAD = {r"@\*": "@*[name()!='xmlns']", r"//\.(?!\.)": "/.", r"preceding::(\*|node\(\))": "preceding::Size",
@@ -101,7 +101,7 @@ class Sequence:
         """An attribute list or a path list, seldom a faulty one."""
         if self.chance(3):
             return self.pick(BAD_TEXTS)
-        path = lambda at: FROM_ROOT.sub(r"\1./", self.path()) if at > 0 else self.path()
+        path = lambda at: replaced(replaced(self.path(), OUTWARDS if at > 0 else {}), MISREAD)
         make = {"Path_List": lambda at, scope: f"<P>{escape(path(at))}</P>",
                 "Attribute_List": lambda at, scope: self.element(self.pick(NAMES), scope, 2)}[name]
         text = self.element(name, {}, 0, lambda scope: self.several(lambda at: make(at, scope)),
@@ -161,9 +161,7 @@ class Sequence:
         if self.chance(5):
             path = f"({path})[{self.pick(['1', '2', 'last()'])}]"
         path = f"{path} | {self.step()}" if self.chance(5) else path
-        for misread, right in MISREAD.items():
-            path = re.sub(misread, right, path)
-        return path
+        return replaced(path, MISREAD)
 
     def step(self):
         if self.chance(20):
@@ -185,6 +183,12 @@ class Sequence:
             f"namespace-uri({sub})=''", f"local-name({sub})='Size'", f"sum({sub}){sign}3",
             f"({sub}){sign}true()", f"boolean({sub})", f"concat(name(),{sub})='Sizea'",
             f"{sub}{sign}{self.pick(NAMES)}", f"number({sub}) mod 2=1", f"{sub} or {number}{sign}1"])
+
+
+def replaced(path, replacements):
+    for asked, instead in replacements.items():
+        path = re.sub(asked, instead, path)
+    return path
 
 
 def value_in_quotes(value):

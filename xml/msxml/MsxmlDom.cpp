@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/AnsiText.h"
+#include "platform/Utf8.h"
 #include "platform/windows/Bstr.h"
 #include "platform/windows/ComPtr.h"
 #include "platform/windows/Variant.h"
@@ -241,8 +242,11 @@ DomResult MsxmlDocument::OwnDeclaration(IXMLDOMElement* element, std::u16string_
 DomResult MsxmlDocument::SelectNode(DomNode context, std::string_view path, DomNode& node) {
   node = nullptr;
   return Contained([&] {
-    if (!NamesNoPrefix(path)) return kDomFailed;
+    // Not every version of this DOM refuses all that is no expression, or a prefix that is bound.
     Bstr expression = Wide(path);
+    std::string utf8;
+    AppendUtf8(m_wide, utf8);
+    if (!IsPath(utf8)) return kDomFailed;
     // Not every version of this DOM stops at the first child of a name unless it is told to.
     if (IsXmlName(expression.View())) expression = Wide(std::string(path).append("[1]"));
     IXMLDOMNode* const start = context == nullptr ? m_document.Get() : NodeOf(context);
