@@ -52,8 +52,8 @@ TEST_F(ExpansionTest, OfTheSmallestNodesIsBounded) {
   GTEST_SKIP() << "a sanitizer's own memory would be counted";
 #endif
   ConnectQuietly();
-  for (const std::string piece :
-       {"x", "<a/>", "x<a/>", "\x80<a/>", "<a b=''/>", "<!---->", "<?a?>", "&lt;", "<![CDATA[]]>x"}) {
+  for (const std::string piece : {"x", "<a/>", "x<a/>", "\x80<a/>", "<a b=''/>", "<!---->", "<?a?>",
+                                  "&lt;", "<![CDATA[]]>x"}) {
     std::string pieces;
     while (pieces.size() < kSize) pieces += piece;
     // What the root declares, its data inherits.
