@@ -55,6 +55,29 @@ TEST_F(AllocationTest, ReadsAllOrFails) {
   EXPECT_NE(data.find("<p:a/>"), std::string::npos);
 }
 
+TEST_F(AllocationTest, ReplacesAllOrNothing) {
+  const std::string whole = "<m><Attribute_List><A/></Attribute_List></m>";
+  int failures = 0;
+  const auto update = [&] {
+    TLK_XMLBuilder builder({m_real, m_text, m_gate, m_log});
+    std::string xml;
+    const auto load = [&] {
+      const test::PlentyOfMemory plenty;
+      return builder.LoadXml(whole) == 0;
+    };
+    const bool isLoaded = load();
+    const bool isReplaced =
+        builder.UpdateAttributesAtPaths("<Attribute_List><B><C/></B></Attribute_List>",
+                                        "<Path_List><P>//A/..</P></Path_List>") == 0;
+    const test::PlentyOfMemory plenty;
+    builder.GetXml(xml);
+    return isLoaded && xml == (isReplaced ? "<m><B><C/></B></m>" : whole) &&
+           (isReplaced || builder.LacksMemory());
+  };
+  ShownBy([&] { failures = test::FailOneByOne(update); });
+  EXPECT_GT(failures, 5);
+}
+
 TEST_F(AllocationTest, AnUpdatedListHoldsNoMoreThanItsLastEntries) {
   TLK_XMLBuilder builder({m_real, m_text, m_gate, m_log});
   ASSERT_EQ(builder.LoadXml("<m><Data><Attribute_List><A/></Attribute_List></Data></m>"), 0);

@@ -262,18 +262,20 @@ DomResult PugiDocument::Place(pugi::xml_node parent, const pugi::xml_node& child
 
 // Removes a node. If `kept` is in it, a copy is kept, and `kept` is the node in there.
 void PugiDocument::TakeOut(const pugi::xml_node& node, DomNode& kept) {
+  pugi::xml_node lastKept;
+  if (IsAtOrUnder(NodeOf(kept), node)) {
+    lastKept = m_store->kept.first_child();
+    DomNode moved = kept;
+    const pugi::xml_node copy = m_store->kept.append_copy(node);
+    if (IsNone(copy) || !IsWholeCopy(node, copy, moved)) throw std::bad_alloc();
+    m_store->declarations.Keep(node.parent(), copy);
+    kept = moved;
+  }
   m_store->children.Leaves(node);
   m_store->declarations.Leaves(node);
-  if (IsAtOrUnder(NodeOf(kept), node)) {
-    pugi::xml_document& tree = m_store->kept;
-    const pugi::xml_node before = tree.first_child();
-    const pugi::xml_node copy = tree.append_copy(node);
-    if (IsNone(copy) || !IsWholeCopy(node, copy, kept)) throw std::bad_alloc();
-    if (!IsNone(before) && !IsAtOrUnder(node, before)) RemoveTree(before);
-    m_store->declarations.Keep(node.parent(), copy);
-  }
   if (IsSame(node, m_root)) m_root = {};
   RemoveTree(node);
+  if (!IsNone(lastKept)) RemoveTree(lastKept);
 }
 
 DomResult PugiDocument::Remove(DomNode node, DomNode& kept) {
@@ -302,9 +304,17 @@ DomResult PugiDocument::Replace(DomNode node, DomNode replacement, DomNode& kept
     const DomResult result = Place(old.parent(), fresh, old, placed);
     if (result != kDomOk) return result;
     m_store->children.TakesPlace(placed, old);
-    TakeOut(old, kept);
-    if (isAtTop && placed.type() == pugi::node_element) m_root = placed;
-    return result;
+    const DomResult removed = Contained([&] {
+      TakeOut(old, kept);
+      return kDomOk;
+    });
+    if (removed != kDomOk) {
+      m_store->children.Forget();
+      RemoveTree(placed);
+    } else if (isAtTop && placed.type() == pugi::node_element) {
+      m_root = placed;
+    }
+    return removed;
   });
 }
 
