@@ -9,8 +9,10 @@
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
+#include <initializer_list>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -40,6 +42,12 @@ struct Shape {
   }
 };
 
+std::string Joined(std::initializer_list<std::string_view> parts) {
+  std::string whole;
+  for (const std::string_view part : parts) whole.append(part);
+  return whole;
+}
+
 std::string Times(int count, const std::string& before, const std::string& behind = "") {
   std::string text;
   for (int i = 0; i < count; ++i) text.append(before).append(std::to_string(i)).append(behind);
@@ -66,16 +74,18 @@ std::vector<Shape> Shapes() {
   for (const auto& [name, declared] : {std::pair<std::string, std::string>{"", ""},
                                        {", a prefix on the root", " xmlns:p='u'"},
                                        {", a thousand prefixes on the root", prefixes}}) {
+    const std::string begin = Joined({declared, head, data});
     for (const std::string piece : {"<a/>", "x<a/>", "<a b=''/>", "<!---->", "<![CDATA[]]>x"})
-      shapes.push_back({piece + name, declared + head + data, piece, end});
+      shapes.push_back({piece + name, begin, piece, end});
   }
-  for (const std::string piece : {"<To/>", "<Data/>", "<a><To/></a>"})
+  for (const std::string piece : {"<To/>", "<Data/>", "<a><To/></a>"}) {
     shapes.push_back({piece + ", a default behind a thousand attributes",
                       attributes + " xmlns='u' Type='t'>", piece, "<Data xmlns=''/>"});
+  }
   for (const std::string tag : {"a", "a xmlns='u'", "a xmlns:p='u'", "Data xmlns=''"})
     shapes.push_back({"deep " + tag, head + data, Nested(tag), end});
   shapes.push_back({"Data of many attributes and prefixes",
-                    prefixes + head + "<Data" + attributes + ">", "<a/>", end});
+                    Joined({prefixes, head, "<Data", attributes, ">"}), "<a/>", end});
   return shapes;
 }
 
