@@ -30,6 +30,14 @@ void VisitDeclarations(const pugi::xml_node& element, Visitor visit) {
     if (IsDeclaration(attribute)) visit(attribute.name(), attribute.value());
 }
 
+// Whether anything is declared at a place or above it that is not empty; nearly always nothing is.
+bool IsInScopeOfAny(pugi::xml_node place) {
+  bool isDeclared = false;
+  for (; !IsNone(place) && !isDeclared; place = place.parent())
+    VisitDeclarations(place, [&](const char*, const char* value) { isDeclared |= *value != '\0'; });
+  return isDeclared;
+}
+
 // Some declarations by their names, of which an inner one hides those further out. The usual few
 // need no memory, and a thousand no search for each.
 class Scope {
@@ -90,6 +98,7 @@ bool IsInNoNamespace(const pugi::xml_node& element, bool around) {
 }
 
 Declarations InheritedDeclarations(const pugi::xml_node& element) {
+  if (!IsInScopeOfAny(element.parent())) return {};
   Scope scope;
   scope.AddFrom(element);
   const std::size_t own = scope.InOrder().size();
@@ -115,6 +124,12 @@ void DeclarationKeeper::Keep(const pugi::xml_node& scope, pugi::xml_node copy) {
 void DeclarationKeeper::Compare(const pugi::xml_node& scope, const pugi::xml_node& place) {
   Forget();
   m_missing.clear();
+  if (IsInScopeOfAny(scope) || IsInScopeOfAny(place)) FindMissing(scope, place);
+  m_scope = scope;
+  m_place = place;
+}
+
+void DeclarationKeeper::FindMissing(const pugi::xml_node& scope, const pugi::xml_node& place) {
   Scope from;
   Scope to;
   from.AddFromAndAbove(scope);
@@ -125,8 +140,6 @@ void DeclarationKeeper::Compare(const pugi::xml_node& scope, const pugi::xml_nod
   const bool isInDefault = *to.Namespace(kDefaultDeclaration) != '\0';
   if (isInDefault && !from.Declares(kDefaultDeclaration))
     m_missing.emplace_back(kDefaultDeclaration, "");
-  m_scope = scope;
-  m_place = place;
 }
 
 void DeclarationKeeper::Leaves(const pugi::xml_node& node) {

@@ -53,6 +53,7 @@ class DeclarationKeeper {
 
  private:
   void Compare(const pugi::xml_node& scope, const pugi::xml_node& place);
+  void FindMissing(const pugi::xml_node& scope, const pugi::xml_node& place);
 
   pugi::xml_node m_scope;
   pugi::xml_node m_place;

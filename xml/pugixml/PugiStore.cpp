@@ -6,7 +6,9 @@
 namespace tlk {
 
 void PugiStore::Clear() {
-  for (pugi::xml_document* const document : {&tree, &unplaced, &kept}) document->reset();
+  tree.reset();
+  for (pugi::xml_document* const document : {&unplaced, &kept})
+    if (!document->first_child().empty()) document->reset();
   children.Forget();
   declarations.Forget();
 }
