@@ -73,9 +73,10 @@ void Declare(pugi::xml_node element, const Declarations& declarations) {
   if (declarations.empty()) return;
   std::unordered_set<std::string_view> own;
   VisitDeclarations(element, [&](const char* name, const char*) { own.insert(name); });
-  for (const auto& [name, value] : declarations)
+  for (const auto& [name, value] : declarations) {
     if (!own.contains(name) && !element.append_attribute(name).set_value(value))
       throw std::bad_alloc();
+  }
 }
 
 }  // namespace
@@ -134,9 +135,10 @@ void DeclarationKeeper::FindMissing(const pugi::xml_node& scope, const pugi::xml
   Scope to;
   from.AddFromAndAbove(scope);
   to.AddFromAndAbove(place);
-  for (const auto& declaration : from.InOrder())
+  for (const auto& declaration : from.InOrder()) {
     if (std::strcmp(declaration.second, to.Namespace(declaration.first)) != 0)
       m_missing.push_back(declaration);
+  }
   const bool isInDefault = *to.Namespace(kDefaultDeclaration) != '\0';
   if (isInDefault && !from.Declares(kDefaultDeclaration))
     m_missing.emplace_back(kDefaultDeclaration, "");
