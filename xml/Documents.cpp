@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <string>
 
-#include "log/MessageTexts.h"
 #include "xml/Gate.h"
 
 namespace tlk {
@@ -35,7 +34,7 @@ void ReportRefusal(const Codec& codec, const char* source, const Failure& failur
   const int length = std::snprintf(reason.data(), reason.size(), "%s, at byte %zu", verdict.reason,
                                    verdict.position);
   const bool fits = length > 0 && static_cast<std::size_t>(length) < reason.size();
-  ReportFailure(codec, source, failure, kDomOk, fits ? reason.data() : verdict.reason);
+  ReportFailureInWords(codec, source, failure, kDomOk, fits ? reason.data() : verdict.reason);
 }
 
 // The code that goes with the reason is that of asking for it, not that of the parse.
@@ -43,7 +42,7 @@ void ReportParseError(const Codec& codec, const char* source, const Failure& fai
                       DomDocument& document) {
   std::string reason;
   const DomResult result = document.ParseErrorReason(reason);
-  ReportFailure(codec, source, failure, result, ShownText(reason).View());
+  ReportFailure(codec, source, failure, result, reason);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <new>
 #include <string>
 
+#include "log/MessageTexts.h"
 #include "log/iLogger.h"
 #include "platform/AnsiText.h"
 #include "platform/StandardOutput.h"
@@ -103,6 +104,11 @@ void WithTextOrWithout(Tell tell, std::string_view text) noexcept {
 
 void ReportFailure(const Codec& codec, const char* source, const Failure& failure, DomResult code,
                    std::string_view text) noexcept {
+  ReportFailureInWords(codec, source, failure, code, ShownText(text).View());
+}
+
+void ReportFailureInWords(const Codec& codec, const char* source, const Failure& failure,
+                          DomResult code, std::string_view text) noexcept {
   WithTextOrWithout([&](std::string_view told) { Show(failure, code, told); }, text);
   WithTextOrWithout([&](std::string_view told) { Record(codec, source, failure, code, told); },
                     text);

@@ -25,8 +25,13 @@ struct Failure {
 };
 
 /// Shows a failure on standard output and records it as message 1 of the main program's string
-/// table, with the log text and its values for the placeholders. `text` is narrow.
+/// table, with the log text and its values for the placeholders. `text` is narrow, and is what a
+/// peer or a host has written: it may be left out, as `LeaveOutMessageTexts` says.
 void ReportFailure(const Codec& codec, const char* source, const Failure& failure, DomResult code,
                    std::string_view text = {}) noexcept;
+
+/// The same with a text of this library's own words, which is never left out.
+void ReportFailureInWords(const Codec& codec, const char* source, const Failure& failure,
+                          DomResult code, std::string_view text) noexcept;
 
 }  // namespace tlk

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <utility>
 
-#include "log/MessageTexts.h"
 #include "xml/BuilderFailures.h"
 #include "xml/Documents.h"
 #include "xml/Gate.h"
@@ -234,7 +233,7 @@ DomResult TLK_XMLBuilder::SelectSingleNode(std::string_view path, DomNode& node)
 // What a path selects nothing by is passed over, but that the DOM cannot tell is said.
 DomResult TLK_XMLBuilder::Selected(std::string_view path, DomResult result) {
   if (result == kDomNotImplemented)
-    ReportFailure(m_codec, failures::kSource, failures::kPath, result, ShownText(path).View());
+    ReportFailure(m_codec, failures::kSource, failures::kPath, result, path);
   return Noted(result);
 }
 

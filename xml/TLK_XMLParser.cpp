@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <limits>
 
-#include "log/MessageTexts.h"
 #include "xml/Documents.h"
 
 namespace tlk {
@@ -94,7 +93,7 @@ int TLK_XMLParser::GetNode(std::string_view path, std::string& out, bool textOnl
   DomNode node = nullptr;
   const DomResult selected = m_document->SelectNode(root, path, node);
   if (!IsGiven(selected)) {
-    ReportFailure(m_codec, kSource, kNodeFailure, selected, ShownText(path).View());
+    ReportFailure(m_codec, kSource, kNodeFailure, selected, path);
     return -1;
   }
   const DomResult read = textOnly ? m_document->Text(node, out) : m_document->Xml(node, out);
@@ -128,8 +127,7 @@ int TLK_XMLParser::GetNodeAttribute(std::string_view path, std::string_view name
 
 DomResult TLK_XMLParser::SelectSingleNode(std::string_view path, DomNode& node) {
   const DomResult result = SelectFirst(m_document.get(), path, node);
-  if (result == kDomNotImplemented)
-    ReportFailure(m_codec, kSource, kPathFailure, result, ShownText(path).View());
+  if (result == kDomNotImplemented) ReportFailure(m_codec, kSource, kPathFailure, result, path);
   IsGiven(result);
   return result;
 }
