@@ -42,10 +42,6 @@ bool IsBlankText(IXMLDOMNode* node) {
          value.Text().find_first_not_of(u" \t\r\n") == std::u16string_view::npos;
 }
 
-bool IsDeclaration(std::u16string_view name) {
-  return name == kDefaultDeclaration || name.starts_with(kPrefixDeclaration);
-}
-
 // The text is characters already, whatever encoding its declaration names.
 std::u16string_view WithoutDeclaration(std::u16string_view text) {
   XmlDeclaration<char16_t> declaration(text.data(), text.data() + text.size());

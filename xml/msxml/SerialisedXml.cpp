@@ -107,10 +107,6 @@ void SettleDeclaration(std::u16string_view xml, const WrittenAttribute& attribut
   rewriter.Replace(attribute.value - 1, attribute.end + 1, u"\"" + EscapedValue(value) + u"\"");
 }
 
-bool DeclaresNamespace(std::u16string_view name) {
-  return name == kDefaultDeclaration || name.starts_with(kPrefixDeclaration);
-}
-
 bool DeclaresDefault(std::u16string_view xml, std::size_t at) {
   WrittenAttribute attribute;
   while (ReadWrittenAttribute(xml, at, attribute))
@@ -123,7 +119,7 @@ void SettleTag(std::u16string_view xml, std::size_t& at, Rewriter& rewriter) {
   for (std::size_t start = at; ReadWrittenAttribute(xml, at, attribute); start = at) {
     if (attribute.name == kDefaultDeclaration && DeclaresDefault(xml, at)) {
       rewriter.Replace(start, at, {});
-    } else if (DeclaresNamespace(attribute.name)) {
+    } else if (IsDeclaration(attribute.name)) {
       SettleDeclaration(xml, attribute, rewriter);
     } else {
       SettleValue(xml, attribute, rewriter);

@@ -13,6 +13,10 @@ namespace tlk {
 inline constexpr std::u16string_view kDefaultDeclaration = u"xmlns";
 inline constexpr std::u16string_view kPrefixDeclaration = u"xmlns:";
 
+[[nodiscard]] constexpr bool IsDeclaration(std::u16string_view name) {
+  return name == kDefaultDeclaration || name.starts_with(kPrefixDeclaration);
+}
+
 /// An attribute as it is written: its name, and where its value begins and ends.
 struct WrittenAttribute {
   std::u16string_view name;

@@ -63,4 +63,22 @@ static_assert(std::is_trivially_copyable_v<pugi::xml_attribute>);
   return !IsNone(node);
 }
 
+/// The node behind `node` in document order, within the tree under `root`; none behind the last.
+/// Each node that all has been seen of is shown to `leave` on the way.
+template <typename Leave>
+[[nodiscard]] pugi::xml_node NextInTree(pugi::xml_node node, const pugi::xml_node& root,
+                                        Leave leave) {
+  if (const pugi::xml_node child = node.first_child(); !IsNone(child)) return child;
+  for (;; node = node.parent()) {
+    leave(node);
+    if (IsSame(node, root)) return {};
+    if (const pugi::xml_node sibling = node.next_sibling(); !IsNone(sibling)) return sibling;
+  }
+}
+
+[[nodiscard]] inline pugi::xml_node NextInTree(const pugi::xml_node& node,
+                                               const pugi::xml_node& root) {
+  return NextInTree(node, root, [](const pugi::xml_node&) {});
+}
+
 }  // namespace tlk

@@ -20,18 +20,6 @@ bool IsNamed(const pugi::xml_node& node, std::string_view name) {
   return *own == name.front() && own == name && node.type() == pugi::node_element;
 }
 
-// The node behind `node` in document order, within the tree under `root`. Each node that all has
-// been seen of is left on the way.
-template <typename Leave>
-pugi::xml_node Next(pugi::xml_node node, const pugi::xml_node& root, Leave leave) {
-  if (const pugi::xml_node child = node.first_child(); !IsNone(child)) return child;
-  for (;; node = node.parent()) {
-    leave(node);
-    if (IsSame(node, root)) return {};
-    if (const pugi::xml_node sibling = node.next_sibling(); !IsNone(sibling)) return sibling;
-  }
-}
-
 // The first element of a name that is in no namespace, found without looking upwards from each of
 // the others: there may be many, in the scope of many declarations.
 pugi::xml_node AnywhereInNone(const pugi::xml_node& root, std::string_view name) {
@@ -40,7 +28,7 @@ pugi::xml_node AnywhereInNone(const pugi::xml_node& root, std::string_view name)
   const auto leave = [&changes](const pugi::xml_node& node) {
     if (!changes.empty() && IsSame(changes.back(), node)) changes.pop_back();
   };
-  for (pugi::xml_node node = root; !IsNone(node); node = Next(node, root, leave)) {
+  for (pugi::xml_node node = root; !IsNone(node); node = NextInTree(node, root, leave)) {
     if (IsInNoNamespace(node, isInNone()) != isInNone()) changes.push_back(node);
     if (isInNone() && IsNamed(node, name)) return node;
   }
@@ -49,13 +37,13 @@ pugi::xml_node AnywhereInNone(const pugi::xml_node& root, std::string_view name)
 
 pugi::xml_node Anywhere(const pugi::xml_node& root, std::string_view name) {
   pugi::xml_node node = root;
-  while (!IsNone(node) && !IsNamed(node, name)) node = Next(node, root, [](const auto&) {});
+  while (!IsNone(node) && !IsNamed(node, name)) node = NextInTree(node, root);
   return IsNone(node) || IsInNoNamespace(node) ? node : AnywhereInNone(root, name);
 }
 
 // Whether a tree has nothing but ASCII in its names and values.
 bool IsAllAscii(const pugi::xml_node& tree) {
-  for (pugi::xml_node node = tree; !IsNone(node); node = Next(node, tree, [](const auto&) {})) {
+  for (pugi::xml_node node = tree; !IsNone(node); node = NextInTree(node, tree)) {
     if (!IsAscii(node.name()) || !IsAscii(node.value())) return false;
     for (const pugi::xml_attribute& attribute : node.attributes())
       if (!IsAscii(attribute.name()) || !IsAscii(attribute.value())) return false;

@@ -74,8 +74,10 @@ class Writer {
   Writer(std::string& utf8, std::size_t likelySize) : m_utf8(utf8), m_likelySize(likelySize) {}
 
   void Write(const pugi::xml_node& top, const Declarations& inherited) {
+    const auto close = [this](const pugi::xml_node& left) { Close(left); };
     Open(top, inherited);
-    for (pugi::xml_node node = Next(top, top); !IsNone(node); node = Next(node, top)) {
+    for (pugi::xml_node node = NextInTree(top, top, close); !IsNone(node);
+         node = NextInTree(node, top, close)) {
       Reserve(m_utf8, m_likelySize);
       Open(node, {});
     }
@@ -88,17 +90,6 @@ class Writer {
   }
 
  private:
-  // The next one in document order. What is left on the way is closed.
-  pugi::xml_node Next(pugi::xml_node node, const pugi::xml_node& top) {
-    if (const pugi::xml_node child = node.first_child(); !IsNone(child)) return child;
-    while (!IsSame(node, top)) {
-      if (const pugi::xml_node sibling = node.next_sibling(); !IsNone(sibling)) return sibling;
-      node = node.parent();
-      if (node.type() == pugi::node_element) Enclosed("</", node.name(), ">");
-    }
-    return {};
-  }
-
   void Open(const pugi::xml_node& node, const Declarations& inherited) {
     switch (node.type()) {
       case pugi::node_element:
@@ -134,6 +125,11 @@ class Writer {
       Attribute(name, value);
     }
     m_utf8.append(IsNone(element.first_child()) ? "/>" : ">");
+  }
+
+  void Close(const pugi::xml_node& node) {
+    if (node.type() == pugi::node_element && !IsNone(node.first_child()))
+      Enclosed("</", node.name(), ">");
   }
 
   void Enclosed(std::string_view before, std::string_view text, std::string_view behind) {
@@ -177,30 +173,14 @@ bool IsText(const pugi::xml_node& node) {
   return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-// Collects the texts of an element in document order.
-class TextWalker : public pugi::xml_tree_walker {
- public:
-  explicit TextWalker(std::string& utf8) : m_utf8(utf8) {}
-
-  bool for_each(pugi::xml_node& node) override {
-    if (IsText(node)) m_utf8 += node.value();
-    return true;
-  }
-
- private:
-  std::string& m_utf8;
-};
-
 }  // namespace
 
 void AppendText(const pugi::xml_node& node, std::string& utf8) {
-  TextWalker walker(utf8);
-  pugi::xml_node start = node;
-  utf8 += node.value();
-  start.traverse(walker);
+  for (pugi::xml_node in = node; !IsNone(in); in = NextInTree(in, node))
+    if (IsText(in) || IsSame(in, node)) utf8 += in.value();
 }
 
-// pugixml writes faster than what is ours, by a sixth of the time of building a small message.
+// pugixml writes faster than what is ours, short texts and long ones.
 void AppendXml(const pugi::xml_node& node, std::string& utf8, const Declarations& inherited,
                std::size_t likelySize) {
   const std::size_t before = utf8.size();
