@@ -21,9 +21,7 @@ std::uint16_t ToNetworkOrder(std::uint16_t value) {
 
 ResultCode CTlkc::Connect(std::u16string_view server, std::int32_t port, std::int32_t* pVal) {
   const auto connect = [&] {
-    if (m_status != TLK_Not_Connected) {
-      return kResultFail;
-    }
+    if (m_status != TLK_Not_Connected) return kResultFail;
     if (!OpenSocket(server, port) || !ConnectSocket()) {
       *pVal = 0;
       return kResultOk;
@@ -42,9 +40,7 @@ ResultCode CTlkc::Disconnect() {
     // The connect timer is left alone: if it runs, it only stops itself.
     m_ports.window.StopTimer(m_keepAliveTimerId);
     LogNormal(trace::kDisconnectRequested);
-    if (m_socket != kInvalidSocket) {
-      CloseSocket();
-    }
+    if (m_socket != kInvalidSocket) CloseSocket();
     EndConnection(trace::kDisconnectedLine);
     return kResultOk;
   });
@@ -55,22 +51,16 @@ ResultCode CTlkc::Disconnect() {
 bool CTlkc::OpenSocket(std::u16string_view server, std::int32_t port) {
   auto& sockets = m_ports.sockets;
   m_server = NarrowArgument(server);
-  if (m_socket != kInvalidSocket) {
-    CloseSocket();
-  }
+  if (m_socket != kInvalidSocket) CloseSocket();
   m_socket = sockets.Open();
-  if (m_socket == kInvalidSocket) {
-    return false;
-  }
+  if (m_socket == kInvalidSocket) return false;
   m_port = port;
   m_serverAddr.family = InternetAddress::kFamily;
   m_serverAddr.port = ToNetworkOrder(static_cast<std::uint16_t>(port));
   m_serverAddr.address = sockets.ParseAddress(m_server.c_str());
   if (m_serverAddr.address == kNoAddress) {
     const auto address = sockets.ResolveHost(m_server.c_str());
-    if (!address) {
-      return false;
-    }
+    if (!address) return false;
     m_serverAddr.address = *address;
   }
   m_serverAddr.zero.fill(0);
@@ -138,9 +128,7 @@ void CTlkc::DropOnError(int error, std::span<const ErrorFailure> known,
 }
 
 void CTlkc::AnnounceStatus(int line) {
-  if (m_firingStatus) {
-    return;
-  }
+  if (m_firingStatus) return;
   const FiringScope firing(m_firingStatus);
   const bool connected = m_status == TLK_Connected;
   LogNormal(TraceRecord{line, connected ? trace::kConnectedText : trace::kDisconnectedText});

@@ -57,15 +57,11 @@ struct NativeControl::Parts final : ITlkcEvents {
       : host(&events), window(loop), control(NativePorts(loop, window), *this) {}
 
   void ConnStatusChanged(TLK_ConnStatusEnum status) override {
-    if (host != nullptr) {
-      host->ConnStatusChanged(status);
-    }
+    if (host != nullptr) host->ConnStatusChanged(status);
   }
 
   void TlkMsgRecieved(std::u16string_view messageType, std::u16string_view message) override {
-    if (host != nullptr) {
-      host->TlkMsgRecieved(messageType, message);
-    }
+    if (host != nullptr) host->TlkMsgRecieved(messageType, message);
   }
 
   ITlkcEvents* host;  // null once the host has let go of the control

@@ -15,15 +15,11 @@ constexpr ErrorFailure kSendErrors[] = {
 }  // namespace
 
 int CTlkc::FlushPendingOutput() {
-  if (m_pendingOut.empty()) {
-    return 0;
-  }
+  if (m_pendingOut.empty()) return 0;
   const int sent = m_ports.sockets.Send(m_socket, m_pendingOut);
   if (sent == kSocketError) {
     const int error = m_ports.sockets.LastError();
-    if (error == socket_error::kWouldBlock || error == socket_error::kInProgress) {
-      return 0;
-    }
+    if (error == socket_error::kWouldBlock || error == socket_error::kInProgress) return 0;
     DropOnError(error, kSendErrors, trace::kSendUnknown);
     return -1;
   }

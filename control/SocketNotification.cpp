@@ -51,9 +51,7 @@ void CTlkc::OnSocketEvent(std::uint32_t event) {
       }
       break;
     case socket_event::kWrite:
-      if (FlushPendingOutput() == 0) {
-        StartKeepAliveTimer();
-      }
+      if (FlushPendingOutput() == 0) StartKeepAliveTimer();
       break;
     case socket_event::kConnect:
       LogNormal(trace::kConnectSucceeded);

@@ -30,9 +30,7 @@ CTlkc::~CTlkc() {
   m_ports.window.SetTarget(nullptr);
   m_ports.window.StopTimer(m_connectTimerId);
   m_ports.window.StopTimer(m_keepAliveTimerId);
-  if (m_socket != kInvalidSocket) {
-    CloseSocket();
-  }
+  if (m_socket != kInvalidSocket) CloseSocket();
 }
 
 ResultCode CTlkc::ConnectionStatus(TLK_ConnStatusEnum* pVal) const {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks the sources: format, which way the includes point, that nothing but platform/StandardOutput.h
-# prints, warnings as errors, clang-tidy as each of the builds sees them.
+# Checks the sources: format, guards on one line, which way the includes point, that nothing but
+# platform/StandardOutput.h prints, warnings as errors, clang-tidy as each of the builds sees them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -13,6 +13,9 @@ need clang-format clang-tidy
 mapfile -t sources < <(git ls-files '*.cpp' '*.h')
 echo "Checking the format of ${#sources[@]} files"
 clang-format --dry-run -Werror "${sources[@]}"
+
+echo "Checking that a guard that fits a line stands on one"
+scripts/check-guards.sh "${sources[@]}"
 
 echo "Checking that includes point downwards"
 scripts/check-includes.sh "${sources[@]}"

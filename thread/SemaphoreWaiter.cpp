@@ -55,9 +55,7 @@ bool SemaphoreWaiter::SleepUntil(const Deadline& deadline) {
 
 bool SemaphoreWaiter::Sleep(std::uint32_t milliseconds) {
   const WaitResult result = fEvent != nullptr ? fEvent->Wait(milliseconds) : WaitResult::kFailed;
-  if (result == WaitResult::kFailed) {
-    ThreadLayer::Ports().surroundings.Sleep(kStepWithoutEvent);
-  }
+  if (result == WaitResult::kFailed) ThreadLayer::Ports().surroundings.Sleep(kStepWithoutEvent);
   return result == WaitResult::kSignalled || fIsAwake.load(std::memory_order_acquire);
 }
 

@@ -6,9 +6,7 @@ namespace tlk {
 
 ZLocker::ZLocker(ZMutexBase& lock, OnFailure onFailure) : fLock(lock) {
   const LockResult result = Acquire();
-  if (result == LockResult::kDestroyed && onFailure == OnFailure::kThrow) {
-    throw ZThread::Disposed();
-  }
+  if (result == LockResult::kDestroyed && onFailure == OnFailure::kThrow) throw ZThread::Disposed();
 }
 
 ZLocker::~ZLocker() {

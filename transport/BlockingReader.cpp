@@ -47,17 +47,13 @@ bool CTlkc::ReadBlockingPrefix(std::span<char> prefix) {
 
 bool CTlkc::ReadBlockingBody() {
   const auto expected = static_cast<std::size_t>(m_expectedLength);
-  if (m_recvText.size() >= expected) {
-    return true;
-  }
+  if (m_recvText.size() >= expected) return true;
   const auto size = expected - m_recvText.size();
   const auto buffer = std::make_unique_for_overwrite<char[]>(size);
   while (m_recvText.size() < expected) {
     const std::span<char> rest(buffer.get(), expected - m_recvText.size());
     const int received = m_ports.sockets.Receive(m_socket, rest, static_cast<int>(rest.size()));
-    if (received == kSocketError) {
-      return false;
-    }
+    if (received == kSocketError) return false;
     m_recvText += ReceivedText(rest, received);
   }
   return true;

@@ -14,9 +14,7 @@ namespace {
 
 // What the server has sent must not be taken for missing.
 void EnsureMemory(const TLK_XMLParser& parser) {
-  if (parser.LacksMemory()) {
-    throw std::bad_alloc();
-  }
+  if (parser.LacksMemory()) throw std::bad_alloc();
 }
 
 }  // namespace
@@ -32,12 +30,8 @@ int CTlkc::HandleMessage() {
   // The message is done with before the host hears of it: while its handler runs, more of the
   // stream may be read.
   ForgetMessage();
-  if (!parsed) {
-    return -1;
-  }
-  if (type == kKeepAliveResponse) {
-    return 0;
-  }
+  if (!parsed) return -1;
+  if (type == kKeepAliveResponse) return 0;
   if (m_firingMessage) {
     LogNormal(trace::kMessageSkipped, type);
     return 0;
@@ -58,9 +52,7 @@ int CTlkc::HandleMessage(std::string& type, std::string& data) {
   }
   // The document has its own copy, and a large message is large enough once.
   EmptyBuffer(m_recvText);
-  if (m_clientId == -1) {
-    parser.GetReceiverId(m_clientId);
-  }
+  if (m_clientId == -1) parser.GetReceiverId(m_clientId);
   parser.GetType(type);
   parser.GetData(data);
   EnsureMemory(parser);

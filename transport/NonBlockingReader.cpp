@@ -18,9 +18,7 @@ constexpr std::size_t kSmallBody = 8192;
 }  // namespace
 
 int CTlkc::ReadMessage() {
-  if (m_recvText.empty()) {
-    return ReadPrefix();
-  }
+  if (m_recvText.empty()) return ReadPrefix();
   return m_expectedLength == -1 ? ReadRestOfPrefix() : ReadBody();
 }
 
@@ -28,16 +26,12 @@ int CTlkc::ReadPrefix() {
   std::array<char, kLengthPrefix> prefix;
   const int received = m_ports.sockets.Receive(m_socket, prefix, static_cast<int>(kLengthPrefix));
   if (received == kSocketError) {
-    if (m_ports.sockets.LastError() == socket_error::kWouldBlock) {
-      return 0;
-    }
+    if (m_ports.sockets.LastError() == socket_error::kWouldBlock) return 0;
     FailRead(trace::kReceiveFailed);
     return AbandonMessage();
   }
   m_recvText = ReceivedText(prefix, received);
-  if (static_cast<std::size_t>(received) < kLengthPrefix) {
-    return 0;
-  }
+  if (static_cast<std::size_t>(received) < kLengthPrefix) return 0;
   return BeginMessage(trace::kInvalidLength);
 }
 
@@ -81,22 +75,16 @@ int CTlkc::ReadBody() {
   const auto size = static_cast<std::size_t>(std::max(missing, 0));
   std::array<char, kSmallBody> small;
   std::unique_ptr<char[]> large;
-  if (size > kSmallBody) {
-    large = std::make_unique_for_overwrite<char[]>(size);
-  }
+  if (size > kSmallBody) large = std::make_unique_for_overwrite<char[]>(size);
   const std::span<char> body(large ? large.get() : small.data(), size);
   const int received = m_ports.sockets.Receive(m_socket, body, missing);
   if (received == kSocketError) {
-    if (m_ports.sockets.LastError() == socket_error::kWouldBlock) {
-      return 0;
-    }
+    if (m_ports.sockets.LastError() == socket_error::kWouldBlock) return 0;
     FailRead(trace::kBodyFailed);
     return AbandonMessage();
   }
   m_recvText += ReceivedText(body, received);
-  if (static_cast<std::int64_t>(m_recvText.size()) < m_expectedLength) {
-    return 0;
-  }
+  if (static_cast<std::int64_t>(m_recvText.size()) < m_expectedLength) return 0;
   HandleMessage();
   return 0;
 }

@@ -14,17 +14,11 @@ namespace tlk {
 ResultCode CTlkc::SendTLKMsg(std::u16string_view message, std::u16string_view data) {
   return AtControlBoundary(m_ports.window, [&] {
     std::string text;
-    if (!BuildMessage(message, data, text)) {
-      return kResultOk;
-    }
-    if (m_pendingOut.size() + text.size() > m_maxPendingOut) {
-      throw std::bad_alloc();
-    }
+    if (!BuildMessage(message, data, text)) return kResultOk;
+    if (m_pendingOut.size() + text.size() > m_maxPendingOut) throw std::bad_alloc();
     m_pendingOut += text;
     m_ports.window.StopTimer(m_keepAliveTimerId);
-    if (FlushPendingOutput() == 0) {
-      StartKeepAliveTimer();
-    }
+    if (FlushPendingOutput() == 0) StartKeepAliveTimer();
     return kResultOk;
   });
 }
@@ -32,9 +26,7 @@ ResultCode CTlkc::SendTLKMsg(std::u16string_view message, std::u16string_view da
 ResultCode CTlkc::SendReceiveTlkMsg(std::u16string_view sndMsg, std::u16string_view sndData,
                                     std::u16string* recMsg, std::u16string* recData,
                                     std::int32_t timeOutMS, bool* wasAnswered) {
-  if (wasAnswered != nullptr) {
-    *wasAnswered = false;
-  }
+  if (wasAnswered != nullptr) *wasAnswered = false;
   const auto exchange = [&] {
     std::string request;
     std::string type;
@@ -48,9 +40,7 @@ ResultCode CTlkc::SendReceiveTlkMsg(std::u16string_view sndMsg, std::u16string_v
     m_ports.platform.text.Widen(data, wideData);
     *recMsg = std::move(wideType);
     *recData = std::move(wideData);
-    if (wasAnswered != nullptr) {
-      *wasAnswered = true;
-    }
+    if (wasAnswered != nullptr) *wasAnswered = true;
     if (m_ports.sockets.RequestNotifications(m_socket, m_ports.window, m_notifyMsg,
                                              socket_event::kAll) == kSocketError) {
       DropOnFailure(trace::kNotificationsOnFailed);
@@ -77,13 +67,9 @@ bool CTlkc::FinishMessage(TLK_XMLBuilder& builder, std::string& text) {
     LogError(trace::kMessageTooLong, static_cast<std::int64_t>(text.size()));
     return false;
   }
-  if (builder.LacksMemory()) {
-    throw std::bad_alloc();
-  }
+  if (builder.LacksMemory()) throw std::bad_alloc();
   const bool isFramed = GetMessageLength(text) == static_cast<std::int64_t>(text.size());
-  if (!isFramed) {
-    LogError(trace::kMessageNotBuilt);
-  }
+  if (!isFramed) LogError(trace::kMessageNotBuilt);
   return isFramed;
 }
 
@@ -95,9 +81,7 @@ bool CTlkc::Exchange(const std::string& request, std::int32_t timeOutMS, std::st
   }
   // A step that fails ends the connection but not the exchange: what follows fails in turn, on the
   // closed socket, and each failure leaves its own record and event.
-  if (sockets.SetBlocking(m_socket) == kSocketError) {
-    DropOnFailure(trace::kBlockingFailed);
-  }
+  if (sockets.SetBlocking(m_socket) == kSocketError) DropOnFailure(trace::kBlockingFailed);
   if (sockets.SetSendTimeout(m_socket, timeOutMS) == kSocketError) {
     DropOnFailure(trace::kSendTimeoutFailed);
   }
@@ -107,9 +91,7 @@ bool CTlkc::Exchange(const std::string& request, std::int32_t timeOutMS, std::st
   if (sockets.Send(m_socket, request) == kSocketError) {
     return DropOnFailure(trace::kBlockingSendFailed);
   }
-  if (ReadMessage(type, data) == -1) {
-    return DropOnFailure(trace::kBlockingReadFailed);
-  }
+  if (ReadMessage(type, data) == -1) return DropOnFailure(trace::kBlockingReadFailed);
   return true;
 }
 

@@ -18,9 +18,7 @@ class OwnedDescriptor {
     return *this;
   }
   ~OwnedDescriptor() {
-    if (m_descriptor >= 0) {
-      ::close(m_descriptor);
-    }
+    if (m_descriptor >= 0) ::close(m_descriptor);
   }
 
   [[nodiscard]] int Get() const { return m_descriptor; }

@@ -28,9 +28,7 @@ void MessageLoop::Run(std::uint32_t milliseconds) {
   for (;;) {
     const auto rest =
         std::chrono::ceil<std::chrono::milliseconds>(end - TimerQueue::Clock::now()).count();
-    if (rest <= 0) {
-      return;
-    }
+    if (rest <= 0) return;
     DispatchOnce(static_cast<int>(std::min<std::int64_t>(rest, kLongestWait)));
   }
 }
@@ -45,13 +43,9 @@ bool MessageLoop::DispatchOnceOrReadable(int descriptor, int milliseconds) {
 }
 
 int MessageLoop::WaitLimit(int milliseconds) const {
-  if (m_sockets.HasAtHand()) {
-    return 0;
-  }
+  if (m_sockets.HasAtHand()) return 0;
   const int next = m_timers.MillisecondsToNext();
-  if (milliseconds < 0 || next < 0) {
-    return std::max(milliseconds, next);
-  }
+  if (milliseconds < 0 || next < 0) return std::max(milliseconds, next);
   return std::min(milliseconds, next);
 }
 
@@ -75,9 +69,7 @@ std::uint32_t MessageWindow::RegisterMessage(const char* name) {
   const std::lock_guard lock(mutex);
   const auto found = std::find(names.begin(), names.end(), name);
   const auto index = found - names.begin();
-  if (found == names.end()) {
-    names.emplace_back(name);
-  }
+  if (found == names.end()) names.emplace_back(name);
   return kFirstRegistered + static_cast<std::uint32_t>(index);
 }
 
@@ -95,9 +87,7 @@ void MessageWindow::Notify(std::uint32_t message, std::uintptr_t wParam, std::ui
 }
 
 void MessageWindow::OnTimerDue(std::uintptr_t timerId) {
-  if (m_target != nullptr) {
-    m_target->OnTimer(timerId);
-  }
+  if (m_target != nullptr) m_target->OnTimer(timerId);
 }
 
 }  // namespace tlk

@@ -25,9 +25,7 @@ int FinishInterruptedConnect(int descriptor) {
   }
   int error = 0;
   socklen_t size = sizeof(error);
-  if (::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) != 0) {
-    return -1;
-  }
+  if (::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) != 0) return -1;
   errno = error;
   return error == 0 ? 0 : -1;
 }
@@ -53,9 +51,7 @@ SocketHandle PosixSockets::Open() try {
     return kInvalidSocket;
   }
   const auto handle = static_cast<SocketHandle>(descriptor.Get());
-  if (handle >= m_states.size()) {
-    m_states.resize(handle + 1);
-  }
+  if (handle >= m_states.size()) m_states.resize(handle + 1);
   m_states[handle] = std::make_unique<State>();
   m_states[handle]->descriptor = std::move(descriptor);
   m_states[handle]->number = ++m_lives;
@@ -67,30 +63,22 @@ SocketHandle PosixSockets::Open() try {
 
 int PosixSockets::Connect(SocketHandle socket, const InternetAddress& address) {
   State* state = Find(socket);
-  if (state == nullptr) {
-    return Fail(socket_error::kNotASocket);
-  }
+  if (state == nullptr) return Fail(socket_error::kNotASocket);
   sockaddr_in target{};
   target.sin_family = AF_INET;
   target.sin_port = address.port;
   target.sin_addr.s_addr = address.address;
   const int descriptor = state->descriptor.Get();
   int result = ::connect(descriptor, reinterpret_cast<const sockaddr*>(&target), sizeof(target));
-  if (result != 0 && errno == EINTR) {
-    result = FinishInterruptedConnect(descriptor);
-  }
-  if (result != 0) {
-    return FailWithErrno();
-  }
+  if (result != 0 && errno == EINTR) result = FinishInterruptedConnect(descriptor);
+  if (result != 0) return FailWithErrno();
   state->isConnected = true;
   return 0;
 }
 
 int PosixSockets::Send(SocketHandle socket, std::string_view bytes) {
   State* state = Find(socket);
-  if (state == nullptr) {
-    return Fail(socket_error::kNotASocket);
-  }
+  if (state == nullptr) return Fail(socket_error::kNotASocket);
   if (!state->isConnected) {
     // The system takes it for a broken connection.
     return Fail(socket_error::kNotConnected);
@@ -109,9 +97,7 @@ int PosixSockets::SendBlocking(State& state, std::string_view bytes) {
       continue;
     }
     const bool isFull = error == socket_error::kWouldBlock;
-    if (isFull && limit.WaitFor(state.descriptor.Get(), POLLOUT)) {
-      continue;
-    }
+    if (isFull && limit.WaitFor(state.descriptor.Get(), POLLOUT)) continue;
     return sent > 0 ? static_cast<int>(sent) : Fail(isFull ? socket_error::kTimedOut : error);
   }
   return static_cast<int>(sent);
@@ -120,9 +106,7 @@ int PosixSockets::SendBlocking(State& state, std::string_view bytes) {
 int PosixSockets::SendAtOnce(State& state, std::string_view bytes) {
   int error = socket_error::kNone;
   const auto count = SendNow(state, bytes, error);
-  if (count < 0 && error != socket_error::kWouldBlock) {
-    return Fail(error);
-  }
+  if (count < 0 && error != socket_error::kWouldBlock) return Fail(error);
   const auto taken = count < 0 ? 0 : static_cast<std::size_t>(count);
   if (count >= 0 && taken < bytes.size()) {
     try {
@@ -134,9 +118,7 @@ int PosixSockets::SendAtOnce(State& state, std::string_view bytes) {
     }
   }
   state.awaitingRoom = state.awaitingRoom || count < 0;
-  if (state.awaitingRoom || !state.backlog.empty()) {
-    Watch(state);
-  }
+  if (state.awaitingRoom || !state.backlog.empty()) Watch(state);
   return count < 0 ? Fail(socket_error::kWouldBlock) : static_cast<int>(bytes.size());
 }
 
@@ -178,9 +160,7 @@ bool PosixSockets::DrainBacklog(State& state) {
 
 int PosixSockets::EnableKeepAlive(SocketHandle socket) {
   const State* state = Find(socket);
-  if (state == nullptr) {
-    return Fail(socket_error::kNotASocket);
-  }
+  if (state == nullptr) return Fail(socket_error::kNotASocket);
   const int on = 1;
   const int result =
       ::setsockopt(state->descriptor.Get(), SOL_SOCKET, SO_KEEPALIVE, &on, sizeof(on));
@@ -189,30 +169,22 @@ int PosixSockets::EnableKeepAlive(SocketHandle socket) {
 
 int PosixSockets::SetBlocking(SocketHandle socket) {
   State* state = Find(socket);
-  if (state == nullptr) {
-    return Fail(socket_error::kNotASocket);
-  }
-  if (state->mask != 0) {
-    return Fail(socket_error::kInvalidArgument);
-  }
+  if (state == nullptr) return Fail(socket_error::kNotASocket);
+  if (state->mask != 0) return Fail(socket_error::kInvalidArgument);
   state->blocking = true;
   return 0;
 }
 
 int PosixSockets::SetSendTimeout(SocketHandle socket, std::int32_t milliseconds) {
   State* state = Find(socket);
-  if (state == nullptr) {
-    return Fail(socket_error::kNotASocket);
-  }
+  if (state == nullptr) return Fail(socket_error::kNotASocket);
   state->sendTimeout = milliseconds;
   return 0;
 }
 
 int PosixSockets::SetReceiveTimeout(SocketHandle socket, std::int32_t milliseconds) {
   State* state = Find(socket);
-  if (state == nullptr) {
-    return Fail(socket_error::kNotASocket);
-  }
+  if (state == nullptr) return Fail(socket_error::kNotASocket);
   state->receiveTimeout = milliseconds;
   return 0;
 }

@@ -33,9 +33,7 @@ constexpr int kLookMilliseconds = 10;
 // connection that is dead it still counts what it has thrown away.
 std::size_t UnconfirmedBytes(int descriptor) {
   int count = 0;
-  if (::ioctl(descriptor, SIOCOUTQ, &count) != 0 || count == 0) {
-    return 0;
-  }
+  if (::ioctl(descriptor, SIOCOUTQ, &count) != 0 || count == 0) return 0;
   tcp_info info{};
   socklen_t size = sizeof(info);
   const bool isDead = ::getsockopt(descriptor, IPPROTO_TCP, TCP_INFO, &info, &size) == 0 &&
@@ -49,9 +47,7 @@ int Discard(int descriptor, bool& endSeen) {
   std::array<char, 16384> bytes;
   for (int i = 0; i < 16; ++i) {
     const auto count = ::recv(descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT);
-    if (count < 0) {
-      return errno == EAGAIN || errno == EINTR ? 0 : SocketErrorFromErrno(errno);
-    }
+    if (count < 0) return errno == EAGAIN || errno == EINTR ? 0 : SocketErrorFromErrno(errno);
     if (count == 0) {
       endSeen = true;
       break;
@@ -85,25 +81,19 @@ PosixSockets::~PosixSockets() {
   while (*link != nullptr && *link != this) {
     link = &(*link)->m_next;
   }
-  if (*link != nullptr) {
-    *link = m_next;
-  }
+  if (*link != nullptr) *link = m_next;
 }
 
 // A child that was forked closes its own copy and nothing else: what is left to send is its
 // parent's business.
 int PosixSockets::Close(SocketHandle socket) {
   State* state = Find(socket);
-  if (state == nullptr) {
-    return Fail(socket_error::kNotASocket);
-  }
+  if (state == nullptr) return Fail(socket_error::kNotASocket);
   state->receiver = nullptr;
   state->mask = 0;
   ReleaseAhead(*state);
   auto closed = std::move(m_states[socket]);
-  if (m_process == ::getpid() && !HasGoneOut(*closed)) {
-    Linger(std::move(closed));
-  }
+  if (m_process == ::getpid() && !HasGoneOut(*closed)) Linger(std::move(closed));
   return 0;
 }
 
@@ -123,18 +113,14 @@ void PosixSockets::Linger(std::unique_ptr<State> closed) try {
   closed->isClosed = true;
   m_lingering.push_back(std::move(closed));
   State& state = *m_lingering.back();
-  if (BringOut(state)) {
-    m_lingering.pop_back();
-  }
+  if (BringOut(state)) m_lingering.pop_back();
 } catch (const std::bad_alloc&) {
 }
 
 // Goes on with a closed socket; returns whether it is done with.
 bool PosixSockets::BringOut(State& state) {
   const int error = Discard(state.descriptor.Get(), state.endSeen);
-  if (state.error == socket_error::kNone) {
-    state.error = error;
-  }
+  if (state.error == socket_error::kNone) state.error = error;
   if (state.error == socket_error::kNone && DrainBacklog(state)) {
     ::shutdown(state.descriptor.Get(), SHUT_WR);
   }
@@ -146,9 +132,7 @@ void PosixSockets::OnClosedReady(Life life) {
   const auto found =
       std::find_if(m_lingering.begin(), m_lingering.end(),
                    [life](const auto& state) { return state->number == life.number; });
-  if (found != m_lingering.end() && BringOut(**found)) {
-    m_lingering.erase(found);
-  }
+  if (found != m_lingering.end() && BringOut(**found)) m_lingering.erase(found);
 }
 
 // The system does not tell when the last byte has been confirmed.

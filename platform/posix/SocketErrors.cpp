@@ -33,13 +33,9 @@ constexpr ErrorPair kErrors[] = {
 }  // namespace
 
 int SocketErrorFromErrno(int error) {
-  if (error == 0) {
-    return 0;
-  }
+  if (error == 0) return 0;
   for (const auto& pair : kErrors) {
-    if (pair.system == error) {
-      return pair.socket;
-    }
+    if (pair.system == error) return pair.socket;
   }
   return kUnmapped + error;
 }

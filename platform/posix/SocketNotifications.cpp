@@ -46,9 +46,7 @@ PosixSockets::State* PosixSockets::Find(Life life) {
 int PosixSockets::RequestNotifications(SocketHandle socket, ControlWindow& window,
                                        std::uint32_t message, std::uint32_t mask) {
   State* state = Find(socket);
-  if (state == nullptr) {
-    return Fail(socket_error::kNotASocket);
-  }
+  if (state == nullptr) return Fail(socket_error::kNotASocket);
   auto* messageWindow = dynamic_cast<MessageWindow*>(&window);
   if (messageWindow == nullptr || &messageWindow->LoopSockets() != this) {
     return Fail(socket_error::kInvalidArgument);
@@ -94,18 +92,10 @@ void PosixSockets::Forget(const NotificationReceiver& receiver) {
 
 void PosixSockets::Watch(State& state) {
   std::uint32_t wanted = 0;
-  if (state.mask != 0 && !state.readTold && !state.closeTold) {
-    wanted |= EPOLLIN | EPOLLRDHUP;
-  }
-  if ((state.mask != 0 && state.awaitingRoom) || !state.Backlog().empty()) {
-    wanted |= EPOLLOUT;
-  }
-  if (state.isClosed && !state.endSeen) {
-    wanted |= EPOLLIN;
-  }
-  if (wanted == state.watched) {
-    return;
-  }
+  if (state.mask != 0 && !state.readTold && !state.closeTold) wanted |= EPOLLIN | EPOLLRDHUP;
+  if ((state.mask != 0 && state.awaitingRoom) || !state.Backlog().empty()) wanted |= EPOLLOUT;
+  if (state.isClosed && !state.endSeen) wanted |= EPOLLIN;
+  if (wanted == state.watched) return;
   epoll_event event{.events = wanted, .data = {}};
   event.data.u64 = Pack(state.descriptor.Get(), state.number);
   const int operation = wanted == 0          ? EPOLL_CTL_DEL
@@ -120,18 +110,14 @@ bool PosixSockets::WaitAndDeliver(int milliseconds) {
   bool delivered = DeliverPosted();
   delivered = DeliverAhead() || delivered;
   // What is at hand needs no question to the system, as long as other sockets do not wait for long.
-  if (delivered && HasAtHand() && m_sinceWait < kMostSinceWait) {
-    return true;
-  }
+  if (delivered && HasAtHand() && m_sinceWait < kMostSinceWait) return true;
   m_sinceWait = 0;
   const auto round = ++m_round;
   std::array<epoll_event, 64> events;
   const int limit = delivered || HasAtHand() ? 0 : milliseconds;
   const int count =
       ::epoll_wait(m_epoll.Get(), events.data(), static_cast<int>(events.size()), limit);
-  if (count <= 0) {
-    SweepClosed();
-  }
+  if (count <= 0) SweepClosed();
   for (int i = 0; i < count; ++i) {
     const auto& event = events[static_cast<std::size_t>(i)];
     const Life life{static_cast<int>(event.data.u64 & 0xFFFFFFFF),
@@ -148,9 +134,7 @@ bool PosixSockets::DeliverPosted() {
   for (auto rest = m_posted.size(); rest > 0 && !m_posted.empty(); --rest) {
     State* state = Find(m_posted.front());
     m_posted.pop_front();
-    if (state == nullptr || !state->writePosted) {
-      continue;
-    }
+    if (state == nullptr || !state->writePosted) continue;
     state->writePosted = false;
     if ((state->mask & socket_event::kWrite) != 0 && !state->awaitingRoom) {
       delivered = true;
@@ -166,9 +150,7 @@ bool PosixSockets::HasAtHand() const {
 }
 
 bool PosixSockets::DeliverAhead() {
-  if (m_ahead.empty()) {
-    return false;
-  }
+  if (m_ahead.empty()) return false;
   // A copy, because a handler may close sockets and receive on others, or even come back here.
   std::vector<Life> lives;
   lives.swap(m_aheadNow);
@@ -178,9 +160,7 @@ bool PosixSockets::DeliverAhead() {
     // Those for whom there is no room have their turn in a later round.
   }
   for (const State* state : m_ahead) {
-    if (lives.size() < lives.capacity()) {
-      lives.push_back(state->CurrentLife());
-    }
+    if (lives.size() < lives.capacity()) lives.push_back(state->CurrentLife());
   }
   bool delivered = false;
   for (const Life life : lives) {
@@ -212,32 +192,22 @@ bool PosixSockets::OnReady(Life life, std::uint32_t events, std::uint64_t round)
     delivered = OnReadable(*state, events) || delivered;
     state = Find(life);
   }
-  if (state != nullptr) {
-    Watch(*state);
-  }
+  if (state != nullptr) Watch(*state);
   return delivered;
 }
 
 bool PosixSockets::OnRoom(State& state) {
-  if (!DrainBacklog(state) && state.error == socket_error::kNone) {
-    return false;
-  }
-  if (!state.awaitingRoom) {
-    return false;
-  }
+  if (!DrainBacklog(state) && state.error == socket_error::kNone) return false;
+  if (!state.awaitingRoom) return false;
   state.awaitingRoom = false;
-  if ((state.mask & socket_event::kWrite) == 0) {
-    return false;
-  }
+  if ((state.mask & socket_event::kWrite) == 0) return false;
   Deliver(state, socket_event::kWrite, socket_error::kNone);
   return true;
 }
 
 bool PosixSockets::OnReadable(State& state, std::uint32_t events) {
   // What lies here comes first, in its own turn.
-  if (state.mask == 0 || state.readTold || state.closeTold || state.ahead != nullptr) {
-    return false;
-  }
+  if (state.mask == 0 || state.readTold || state.closeTold || state.ahead != nullptr) return false;
   const bool ending = (events & kEnding) != 0;
   if (!ending || BytesWait(state.descriptor.Get())) {
     state.readTold = true;
@@ -254,9 +224,7 @@ bool PosixSockets::OnReadable(State& state, std::uint32_t events) {
 }
 
 void PosixSockets::Deliver(State& state, std::uint32_t event, int error) {
-  if ((state.mask & event) == 0 || state.receiver == nullptr) {
-    return;
-  }
+  if ((state.mask & event) == 0 || state.receiver == nullptr) return;
   ++m_sinceWait;
   const auto lParam = static_cast<std::uintptr_t>(error) << 16 | event;
   state.receiver->Notify(state.message, static_cast<std::uintptr_t>(state.descriptor.Get()),

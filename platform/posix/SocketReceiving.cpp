@@ -18,12 +18,8 @@ namespace tlk {
 
 int PosixSockets::Receive(SocketHandle socket, std::span<char> buffer, int size) {
   State* state = Find(socket);
-  if (state == nullptr) {
-    return Fail(socket_error::kNotASocket);
-  }
-  if (size < 0 || static_cast<std::size_t>(size) > buffer.size()) {
-    return Fail(socket_error::kFault);
-  }
+  if (state == nullptr) return Fail(socket_error::kNotASocket);
+  if (size < 0 || static_cast<std::size_t>(size) > buffer.size()) return Fail(socket_error::kFault);
   state->lastReceive = m_round;
   if (state->readTold) {
     state->readTold = false;
@@ -31,9 +27,7 @@ int PosixSockets::Receive(SocketHandle socket, std::span<char> buffer, int size)
   }
   const auto wanted = buffer.first(static_cast<std::size_t>(size));
   const std::size_t held = TakeAhead(*state, wanted);
-  if (state->ahead != nullptr || (held > 0 && held == wanted.size())) {
-    return static_cast<int>(held);
-  }
+  if (state->ahead != nullptr || (held > 0 && held == wanted.size())) return static_cast<int>(held);
   return held > 0 ? ReceiveBehind(*state, wanted, held) : ReceiveFirst(*state, wanted);
 }
 
@@ -41,9 +35,7 @@ int PosixSockets::Receive(SocketHandle socket, std::span<char> buffer, int size)
 // an error, which the system reports only once, is kept for it.
 int PosixSockets::ReceiveBehind(State& state, std::span<char> wanted, std::size_t held) {
   const auto count = ReceiveNow(state, wanted.subspan(held));
-  if (count < 0 && errno != EAGAIN) {
-    state.receiveError = SocketErrorFromErrno(errno);
-  }
+  if (count < 0 && errno != EAGAIN) state.receiveError = SocketErrorFromErrno(errno);
   return static_cast<int>(held) + static_cast<int>(std::max<std::ptrdiff_t>(count, 0));
 }
 
@@ -52,13 +44,9 @@ int PosixSockets::ReceiveFirst(State& state, std::span<char> wanted) {
     return Fail(std::exchange(state.receiveError, socket_error::kNone));
   }
   const auto count = state.blocking ? ReceiveWaiting(state, wanted) : ReceiveNow(state, wanted);
-  if (count < 0) {
-    return FailWithErrno();
-  }
+  if (count < 0) return FailWithErrno();
   if (count == 0 && !wanted.empty() && state.blocking) {
-    if (state.endSeen) {
-      return Fail(socket_error::kDisconnected);
-    }
+    if (state.endSeen) return Fail(socket_error::kDisconnected);
     state.endSeen = true;
   }
   return static_cast<int>(count);
@@ -68,9 +56,7 @@ std::ptrdiff_t PosixSockets::ReceiveWaiting(State& state, std::span<char> wanted
   const CallLimit limit(state.receiveTimeout);
   while (limit.WaitFor(state.descriptor.Get(), POLLIN)) {
     const auto count = ReceiveNow(state, wanted);
-    if (count >= 0 || errno != EAGAIN) {
-      return count;
-    }
+    if (count >= 0 || errno != EAGAIN) return count;
   }
   errno = ETIMEDOUT;
   return -1;
@@ -85,25 +71,17 @@ std::ptrdiff_t PosixSockets::ReceiveNow(State& state, std::span<char> out) {
   do {
     count = ::recv(state.descriptor.Get(), room.data(), room.size(), MSG_DONTWAIT);
   } while (count < 0 && errno == EINTR);
-  if (ahead == nullptr || count <= 0) {
-    return count;
-  }
+  if (ahead == nullptr || count <= 0) return count;
   ahead->Fill(static_cast<std::size_t>(count));
   const std::size_t taken = ahead->Take(out);
-  if (!ahead->IsEmpty()) {
-    HoldAhead(state);
-  }
+  if (!ahead->IsEmpty()) HoldAhead(state);
   return static_cast<std::ptrdiff_t>(taken);
 }
 
 std::size_t PosixSockets::TakeAhead(State& state, std::span<char> out) {
-  if (state.ahead == nullptr) {
-    return 0;
-  }
+  if (state.ahead == nullptr) return 0;
   const std::size_t taken = state.ahead->Take(out);
-  if (state.ahead->IsEmpty()) {
-    ReleaseAhead(state);
-  }
+  if (state.ahead->IsEmpty()) ReleaseAhead(state);
   return taken;
 }
 

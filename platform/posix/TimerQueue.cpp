@@ -22,9 +22,7 @@ WindowTimers::WindowTimers(TimerQueue& queue, TimerReceiver& receiver)
 
 WindowTimers::~WindowTimers() {
   for (const auto& timer : m_timers) {
-    if (timer->queued) {
-      m_queue.m_queue.erase(timer->place);
-    }
+    if (timer->queued) m_queue.m_queue.erase(timer->place);
   }
 }
 
@@ -38,27 +36,19 @@ void WindowTimers::Start(std::uintptr_t id, std::uint32_t milliseconds) {
   auto& timer = **found;
   timer.period = std::chrono::milliseconds(milliseconds);
   timer.deadline = TimerQueue::Clock::now() + timer.period;
-  if (timer.queued && timer.deadline < timer.place->first) {
-    m_queue.TakeOut(timer);
-  }
-  if (!timer.queued) {
-    m_queue.Enqueue(timer);
-  }
+  if (timer.queued && timer.deadline < timer.place->first) m_queue.TakeOut(timer);
+  if (!timer.queued) m_queue.Enqueue(timer);
   timer.running = true;
 }
 
 void WindowTimers::Stop(std::uintptr_t id) {
   for (const auto& timer : m_timers) {
-    if (timer->id == id) {
-      timer->running = false;
-    }
+    if (timer->id == id) timer->running = false;
   }
 }
 
 int TimerQueue::MillisecondsToNext() const {
-  if (m_queue.empty()) {
-    return -1;
-  }
+  if (m_queue.empty()) return -1;
   const auto rest =
       std::chrono::ceil<std::chrono::milliseconds>(m_queue.begin()->first - Clock::now());
   return static_cast<int>(
@@ -69,9 +59,7 @@ bool TimerQueue::FireOne(Clock::time_point now) {
   while (!m_queue.empty() && m_queue.begin()->first <= now) {
     auto& timer = *m_queue.begin()->second;
     TakeOut(timer);
-    if (!timer.running) {
-      continue;
-    }
+    if (!timer.running) continue;
     const bool due = timer.deadline <= now;
     if (due) {
       // A period of no length would never let the queue run empty.

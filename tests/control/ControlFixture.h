@@ -83,17 +83,13 @@ class HostEvents final : public ITlkcEvents {
 
   void ConnStatusChanged(TLK_ConnStatusEnum status) override {
     m_timeline.push_back("event status " + std::to_string(status));
-    if (onStatus) {
-      onStatus();
-    }
+    if (onStatus) onStatus();
   }
 
   void TlkMsgRecieved(std::u16string_view messageType, std::u16string_view message) override {
     m_timeline.push_back("event message [" + ToNarrow(messageType) + "] [" +
                          WithoutIndentation(ToNarrow(message)) + "]");
-    if (onMessage) {
-      onMessage();
-    }
+    if (onMessage) onMessage();
   }
 
   std::function<void()> onStatus;

@@ -137,9 +137,7 @@ std::string JudgeLog(const Lines& expected, const Lines& records) {
     const auto pattern = absent ? line.substr(kAbsent.size()) : line;
     const auto fits = [&](const auto& record) { return LineFits(pattern, record); };
     const auto found = std::find_if(absent ? records.begin() : next, records.end(), fits);
-    if (absent && found != records.end()) {
-      return "there, but should not be: " + Shorten(pattern);
-    }
+    if (absent && found != records.end()) return "there, but should not be: " + Shorten(pattern);
     if (!absent && found == records.end()) {
       return "not there, or not in its turn: " + Shorten(pattern);
     }

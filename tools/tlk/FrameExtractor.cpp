@@ -14,9 +14,7 @@ bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
 /// The seven characters behind the marker; empty when they do not lie within the prefix.
 std::string_view FindStamp(std::string_view prefix) {
   const auto marker = prefix.find(kLengthMarker);
-  if (marker == std::string_view::npos) {
-    return {};
-  }
+  if (marker == std::string_view::npos) return {};
   const auto stamp = prefix.substr(marker + kLengthMarker.size(), kLengthDigits);
   return stamp.size() == kLengthDigits ? stamp : std::string_view();
 }
@@ -30,15 +28,11 @@ std::size_t MatchOpening(std::string_view bytes) {
 }
 
 void FrameExtractor::Append(std::string_view bytes) {
-  if (m_error.empty()) {
-    m_bytes += bytes;
-  }
+  if (m_error.empty()) m_bytes += bytes;
 }
 
 std::optional<std::string> FrameExtractor::Next() {
-  if (!FindLength() || Rest().size() < m_length) {
-    return std::nullopt;
-  }
+  if (!FindLength() || Rest().size() < m_length) return std::nullopt;
   auto frame = m_bytes.substr(m_taken, m_length);
   Take(m_length);
   m_length = 0;
@@ -46,12 +40,8 @@ std::optional<std::string> FrameExtractor::Next() {
 }
 
 bool FrameExtractor::FindLength() {
-  if (m_length != 0) {
-    return true;
-  }
-  if (!m_error.empty() || Rest().size() < kLengthPrefix) {
-    return false;
-  }
+  if (m_length != 0) return true;
+  if (!m_error.empty() || Rest().size() < kLengthPrefix) return false;
   const auto prefix = Rest().substr(0, kLengthPrefix);
   const auto stamp = FindStamp(prefix);
   if (stamp.empty()) {

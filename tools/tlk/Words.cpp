@@ -57,9 +57,7 @@ class WordReader {
     m_rest.remove_prefix(1);
     while (!m_rest.empty() && m_rest.front() != '"') {
       const auto byte = m_rest.front() == '\\' ? ReadEscape(error) : ReadByte();
-      if (!byte) {
-        return false;
-      }
+      if (!byte) return false;
       word += *byte;
     }
     return CloseQuote(error);
@@ -104,9 +102,7 @@ class WordReader {
     unsigned char byte = 0;
     const auto* end = digits.data() + digits.size();
     const auto read = std::from_chars(digits.data(), end, byte, 16);
-    if (m_rest.substr(1, 1) != "x" || digits.size() != 2 || read.ptr != end) {
-      return std::nullopt;
-    }
+    if (m_rest.substr(1, 1) != "x" || digits.size() != 2 || read.ptr != end) return std::nullopt;
     m_rest.remove_prefix(4);
     return static_cast<char>(byte);
   }
@@ -121,9 +117,7 @@ bool SplitWords(std::string_view line, std::vector<std::string>& words, std::str
   WordReader reader(line);
   while (reader.SkipToWord()) {
     std::string word;
-    if (!reader.ReadWord(word, error)) {
-      return false;
-    }
+    if (!reader.ReadWord(word, error)) return false;
     words.push_back(std::move(word));
   }
   return true;

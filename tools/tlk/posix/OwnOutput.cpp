@@ -19,9 +19,7 @@ constexpr int kFirstFreeDescriptor = STDERR_FILENO + 1;
 /// Without a standard error the descriptor still has to lead somewhere: left free, it would be
 /// handed to the next socket, and what libraries print would go out on that.
 void SendStandardOutputToStandardError() {
-  if (::dup2(STDERR_FILENO, STDOUT_FILENO) != -1) {
-    return;
-  }
+  if (::dup2(STDERR_FILENO, STDOUT_FILENO) != -1) return;
   const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
   if (nowhere != -1 && nowhere != STDOUT_FILENO) {
     ::dup2(nowhere, STDOUT_FILENO);

@@ -38,17 +38,11 @@ void Connection::OnBytes(std::string_view bytes) {
   m_frames.Append(bytes);
   while (m_socket.is_open()) {
     const auto frame = m_frames.Next();
-    if (!frame) {
-      break;
-    }
+    if (!frame) break;
     m_events.OnFrame(*this, *frame);
   }
-  if (!m_frames.Error().empty()) {
-    Refuse(m_frames.Error());
-  }
-  if (m_socket.is_open()) {
-    Read();
-  }
+  if (!m_frames.Error().empty()) Refuse(m_frames.Error());
+  if (m_socket.is_open()) Read();
 }
 
 void Connection::OnReadFailed(const asio::error_code& error) {
@@ -64,9 +58,7 @@ void Connection::OnReadFailed(const asio::error_code& error) {
 }
 
 void Connection::Send(std::string bytes) {
-  if (!m_socket.is_open()) {
-    return;
-  }
+  if (!m_socket.is_open()) return;
   m_queued += bytes.size();
   m_queue.push_back(std::move(bytes));
   if (m_queued > m_limits.queue) {
@@ -100,9 +92,7 @@ void Connection::OnWritten(std::size_t count) {
 void Connection::Refuse(std::string_view reason) { End("refused: " + std::string(reason)); }
 
 void Connection::End(const std::string& how) {
-  if (!m_socket.is_open()) {
-    return;
-  }
+  if (!m_socket.is_open()) return;
   asio::error_code ignored;
   m_socket.close(ignored);
   m_events.OnEnd(*this, how);

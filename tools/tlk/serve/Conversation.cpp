@@ -17,9 +17,7 @@ constexpr std::size_t kMaxFill = 9999999;
 
 std::string_view Trim(std::string_view text) {
   const auto first = text.find_first_not_of(kBlanks);
-  if (first == std::string_view::npos) {
-    return {};
-  }
+  if (first == std::string_view::npos) return {};
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
@@ -36,9 +34,7 @@ bool ExpandFills(std::string& line) {
     const auto* digits = line.data() + at + kFill.size();
     std::size_t count = 0;
     const auto read = std::from_chars(digits, line.data() + line.size(), count);
-    if (read.ec != std::errc() || count > kMaxFill) {
-      return false;
-    }
+    if (read.ec != std::errc() || count > kMaxFill) return false;
     line.replace(at, static_cast<std::size_t>(read.ptr - line.data()) - at, count, 'x');
   }
   return true;
@@ -61,13 +57,9 @@ class ConversationReader {
   /// What is wrong with the line; empty when nothing is.
   std::string Take(int number, std::string line) {
     const bool indented = kBlanks.find(line.front()) != std::string_view::npos;
-    if (!ExpandFills(line)) {
-      return "a fill without a sensible number";
-    }
+    if (!ExpandFills(line)) return "a fill without a sensible number";
     const auto text = Trim(line);
-    if (indented && m_section == nullptr) {
-      return "an indented line before the first section";
-    }
+    if (indented && m_section == nullptr) return "an indented line before the first section";
     if (indented) {
       (m_conversation.*m_section->lines).push_back({number, std::string(text)});
       return {};
@@ -90,9 +82,7 @@ class ConversationReader {
 
   bool TakeSetting(std::string_view text) {
     const auto blank = text.find(' ');
-    if (m_section != nullptr || blank == std::string_view::npos) {
-      return false;
-    }
+    if (m_section != nullptr || blank == std::string_view::npos) return false;
     const auto name = text.substr(0, blank);
     const auto value = Trim(text.substr(blank));
     if (name == "code-page") {
@@ -104,9 +94,7 @@ class ConversationReader {
       return true;
     }
     int number = 0;
-    if (!ReadNumber(value, number)) {
-      return false;
-    }
+    if (!ReadNumber(value, number)) return false;
     if (name == "limit") {
       m_conversation.limit = std::chrono::seconds(number);
       return number > 0;
@@ -146,9 +134,7 @@ std::optional<Conversation> ReadConversationFile(const std::string& path, std::s
     return std::nullopt;
   }
   auto conversation = ReadConversation(file, error);
-  if (!conversation) {
-    error.insert(0, path + ": ");
-  }
+  if (!conversation) error.insert(0, path + ": ");
   return conversation;
 }
 

@@ -9,15 +9,9 @@ asio::error_code ListenOnLoopback(asio::ip::tcp::acceptor& acceptor, std::uint16
   const tcp::endpoint address(asio::ip::address_v4::loopback(), port);
   asio::error_code error;
   acceptor.open(address.protocol(), error);
-  if (!error) {
-    acceptor.set_option(tcp::acceptor::reuse_address(true), error);
-  }
-  if (!error) {
-    acceptor.bind(address, error);
-  }
-  if (!error) {
-    acceptor.listen(tcp::acceptor::max_listen_connections, error);
-  }
+  if (!error) acceptor.set_option(tcp::acceptor::reuse_address(true), error);
+  if (!error) acceptor.bind(address, error);
+  if (!error) acceptor.listen(tcp::acceptor::max_listen_connections, error);
   return error;
 }
 

@@ -34,9 +34,7 @@ bool Selects(TLK_XMLParser& parser, std::string_view path) {
 }
 
 std::string_view FindLack(TLK_XMLParser& parser) {
-  if (!Selects(parser, kRoot)) {
-    return "root is not TLK_Message";
-  }
+  if (!Selects(parser, kRoot)) return "root is not TLK_Message";
   std::string value;
   for (const auto& needed : kNeeded) {
     if (!Selects(parser, needed.path) ||
@@ -82,9 +80,7 @@ std::optional<std::string> Messages::ReadType(std::string_view frame, std::strin
     fault = "the root's Length is not the stamp";
   }
   std::string type;
-  if (!fault.empty() || parser.GetType(type) != 0) {
-    return std::nullopt;
-  }
+  if (!fault.empty() || parser.GetType(type) != 0) return std::nullopt;
   return type;
 }
 
@@ -92,12 +88,8 @@ std::string Messages::Build(std::string_view type, std::optional<std::string_vie
                             std::int32_t from, std::int32_t to) {
   TLK_XMLBuilder builder(m_codec);
   builder.CreateMessage(type, from, to);
-  if (data) {
-    builder.EnsureDataElement();
-  }
-  if (data && !data->empty()) {
-    builder.AppendData(*data);
-  }
+  if (data) builder.EnsureDataElement();
+  if (data && !data->empty()) builder.AppendData(*data);
   return StampAndSerialise(builder);
 }
 

@@ -79,9 +79,7 @@ void ScriptPeer::SendWhole(std::string_view bytes) {
   const auto sent = m_wait.Await(m_socket, [&](auto handler) {
     asio::async_write(m_socket, asio::buffer(bytes.data(), bytes.size()), handler);
   });
-  if (sent.error) {
-    throw ScriptFailure("cannot send: " + sent.error.message());
-  }
+  if (sent.error) throw ScriptFailure("cannot send: " + sent.error.message());
 }
 
 /// What has come; none when the stream has ended.
@@ -92,9 +90,7 @@ std::optional<std::string> ScriptPeer::ReceiveSome() {
   if (read.error == asio::error::eof || read.error == asio::error::connection_reset) {
     return std::nullopt;
   }
-  if (read.error) {
-    throw ScriptFailure("cannot receive: " + read.error.message());
-  }
+  if (read.error) throw ScriptFailure("cannot receive: " + read.error.message());
   return std::string(buffer.data(), read.count);
 }
 
@@ -102,15 +98,11 @@ void ScriptPeer::Expect(std::string_view bytes) {
   auto same = FirstDifference(m_received, bytes);
   while (same == m_received.size() && same < bytes.size()) {
     const auto more = ReceiveSome();
-    if (!more) {
-      throw ScriptFailure("the connection ended after " + ShowText(m_received, same));
-    }
+    if (!more) throw ScriptFailure("the connection ended after " + ShowText(m_received, same));
     m_received += *more;
     same = FirstDifference(m_received, bytes);
   }
-  if (same < bytes.size()) {
-    throw ScriptFailure("got " + ShowText(m_received, same));
-  }
+  if (same < bytes.size()) throw ScriptFailure("got " + ShowText(m_received, same));
   m_received.erase(0, bytes.size());
 }
 
@@ -126,21 +118,15 @@ std::string ScriptPeer::ReceiveFrame() {
       throw ScriptFailure("got no message but " + ShowText(m_received) + ": " + frames.Error());
     }
     const auto more = ReceiveSome();
-    if (!more) {
-      throw ScriptFailure("the connection ended after " + ShowText(m_received));
-    }
+    if (!more) throw ScriptFailure("the connection ended after " + ShowText(m_received));
     m_received += *more;
     frames.Append(*more);
   }
 }
 
 void ScriptPeer::ExpectClose() {
-  if (m_received.empty()) {
-    m_received = ReceiveSome().value_or("");
-  }
-  if (!m_received.empty()) {
-    throw ScriptFailure("got " + ShowText(m_received));
-  }
+  if (m_received.empty()) m_received = ReceiveSome().value_or("");
+  if (!m_received.empty()) throw ScriptFailure("got " + ShowText(m_received));
 }
 
 void ScriptPeer::Close() {
@@ -151,9 +137,7 @@ void ScriptPeer::Close() {
 void ScriptPeer::Reset() {
   asio::error_code error;
   m_socket.set_option(asio::socket_base::linger(true, 0), error);
-  if (error) {
-    throw ScriptFailure("cannot reset: " + error.message());
-  }
+  if (error) throw ScriptFailure("cannot reset: " + error.message());
   Close();
 }
 

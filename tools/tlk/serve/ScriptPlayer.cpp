@@ -34,9 +34,7 @@ std::int32_t NumberAt(const std::vector<std::string>& words, std::size_t at, std
 
 std::int32_t CountAt(const std::vector<std::string>& words, std::size_t at) {
   const auto count = NumberAt(words, at, 0);
-  if (count < 0) {
-    throw ScriptFailure(words[at] + " is negative");
-  }
+  if (count < 0) throw ScriptFailure(words[at] + " is negative");
   return count;
 }
 
@@ -99,9 +97,7 @@ ScriptPlayer::ScriptPlayer(const Conversation& conversation, const LineWriter& w
 
 asio::error_code ScriptPlayer::Listen(std::uint16_t port) {
   const auto error = ListenOnLoopback(m_acceptor, port);
-  if (!error) {
-    m_writeLine(ListeningLine(m_acceptor));
-  }
+  if (!error) m_writeLine(ListeningLine(m_acceptor));
   return error;
 }
 
@@ -122,18 +118,14 @@ bool ScriptPlayer::Play() {
 void ScriptPlayer::PlayLine(const ConversationLine& line) {
   Words words;
   std::string error;
-  if (!SplitWords(line.text, words, error)) {
-    throw ScriptFailure(error);
-  }
+  if (!SplitWords(line.text, words, error)) throw ScriptFailure(error);
   const auto& command = FindCommand(words);
   (this->*command.play)(words);
 }
 
 const ScriptPlayer::Command& ScriptPlayer::FindCommand(const Words& words) {
   for (const auto& command : kCommands) {
-    if (command.name != words.front()) {
-      continue;
-    }
+    if (command.name != words.front()) continue;
     if (words.size() < command.fewestWords || words.size() > command.mostWords) {
       throw ScriptFailure("wrong number of words");
     }
@@ -143,9 +135,7 @@ const ScriptPlayer::Command& ScriptPlayer::FindCommand(const Words& words) {
 }
 
 ScriptPeer& ScriptPlayer::Peer() {
-  if (m_current == 0) {
-    throw ScriptFailure("there is no client yet");
-  }
+  if (m_current == 0) throw ScriptFailure("there is no client yet");
   return m_peers[m_current - 1];
 }
 
@@ -153,18 +143,14 @@ void ScriptPlayer::Accept(const Words&) {
   asio::ip::tcp::socket socket(m_io);
   const auto accepted = m_wait.Await(
       m_acceptor, [&](auto handler) { m_acceptor.async_accept(socket, std::move(handler)); });
-  if (accepted.error) {
-    throw ScriptFailure("cannot accept: " + accepted.error.message());
-  }
+  if (accepted.error) throw ScriptFailure("cannot accept: " + accepted.error.message());
   m_peers.emplace_back(m_wait, std::move(socket));
   m_current = m_peers.size();
 }
 
 void ScriptPlayer::SelectClient(const Words& words) {
   const auto number = static_cast<std::size_t>(CountAt(words, 1));
-  if (number == 0 || number > m_peers.size()) {
-    throw ScriptFailure("there is no client " + words[1]);
-  }
+  if (number == 0 || number > m_peers.size()) throw ScriptFailure("there is no client " + words[1]);
   m_current = number;
 }
 
@@ -214,9 +200,7 @@ std::string ScriptPlayer::ReceiveMessage() {
 void ScriptPlayer::ExpectType(const Words& words) {
   std::string fault;
   const auto type = m_messages.ReadType(Peer().ReceiveFrame(), fault);
-  if (type != words[1]) {
-    throw ScriptFailure(type ? "got type " + Quote(*type) : fault);
-  }
+  if (type != words[1]) throw ScriptFailure(type ? "got type " + Quote(*type) : fault);
 }
 
 void ScriptPlayer::ExpectClose(const Words&) { Peer().ExpectClose(); }

@@ -49,16 +49,10 @@ void WriteLine(std::string_view line) { OwnOutput::Get().Line(line); }
 
 int RunServer(const Options& options) {
   auto settled = options.server;
-  if (options.seconds > 0) {
-    settled.runFor = std::chrono::seconds(options.seconds);
-  }
-  if (options.clients > 0) {
-    settled.clients = options.clients;
-  }
+  if (options.seconds > 0) settled.runFor = std::chrono::seconds(options.seconds);
+  if (options.clients > 0) settled.clients = options.clients;
   Server server(settled, WriteLine);
-  if (const auto error = server.Listen()) {
-    return ReportFailure("cannot listen: " + error.message());
-  }
+  if (const auto error = server.Listen()) return ReportFailure("cannot listen: " + error.message());
   server.Run();
   return 0;
 }
@@ -66,9 +60,7 @@ int RunServer(const Options& options) {
 int RunScript(const Options& options) {
   std::string error;
   const auto conversation = ReadConversationFile(options.script, error);
-  if (!conversation) {
-    return ReportFailure(error);
-  }
+  if (!conversation) return ReportFailure(error);
   const LineWriter writeLine = WriteLine;
   ScriptPlayer player(*conversation, writeLine, options.indented);
   if (const auto failure = player.Listen(options.server.port)) {
@@ -120,9 +112,7 @@ void AddOptions(CLI::App& serve, Options& options) {
 /// A script says itself what becomes of clients and messages.
 void RefuseBesideScript(const CLI::App& serve) {
   for (const char* name : {"--relay", "--for", "--clients", "--max-length", "--max-queue"}) {
-    if (serve.count(name) > 0) {
-      throw CLI::ExcludesError("--script", name);
-    }
+    if (serve.count(name) > 0) throw CLI::ExcludesError("--script", name);
   }
 }
 
@@ -134,9 +124,7 @@ void AddServeCommand(CLI::App& app, int& exitStatus) {
   const auto options = std::make_shared<Options>();
   AddOptions(*command, *options);
   command->callback([command, options, &exitStatus] {
-    if (!options->script.empty()) {
-      RefuseBesideScript(*command);
-    }
+    if (!options->script.empty()) RefuseBesideScript(*command);
     exitStatus = Run(*options);
   });
 }

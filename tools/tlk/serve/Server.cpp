@@ -28,9 +28,7 @@ Server::~Server() = default;
 
 asio::error_code Server::Listen() {
   const auto error = ListenOnLoopback(m_acceptor, m_options.port);
-  if (!error) {
-    m_writeLine(ListeningLine(m_acceptor));
-  }
+  if (!error) m_writeLine(ListeningLine(m_acceptor));
   return error;
 }
 
@@ -38,9 +36,7 @@ void Server::Run() {
   m_signals.add(SIGINT);
   m_signals.add(SIGTERM);
   m_signals.async_wait([this](const asio::error_code& error, int) {
-    if (!error) {
-      Close();
-    }
+    if (!error) Close();
   });
   StopAtItsTime();
   Accept();
@@ -53,14 +49,10 @@ void Server::Stop() {
 }
 
 void Server::StopAtItsTime() {
-  if (!m_options.runFor) {
-    return;
-  }
+  if (!m_options.runFor) return;
   m_end.expires_after(*m_options.runFor);
   m_end.async_wait([this](const asio::error_code& error) {
-    if (!error) {
-      Close();
-    }
+    if (!error) Close();
   });
 }
 
@@ -71,9 +63,7 @@ void Server::Accept() {
 }
 
 void Server::OnAccepted(const asio::error_code& error, Socket socket) {
-  if (!m_acceptor.is_open()) {
-    return;
-  }
+  if (!m_acceptor.is_open()) return;
   if (error) {
     m_writeLine("accept failed: " + error.message());
     AcceptLater();
@@ -92,9 +82,7 @@ void Server::OnAccepted(const asio::error_code& error, Socket socket) {
 void Server::AcceptLater() {
   m_acceptPause.expires_after(kAcceptPause);
   m_acceptPause.async_wait([this](const asio::error_code& error) {
-    if (!error && m_acceptor.is_open()) {
-      Accept();
-    }
+    if (!error && m_acceptor.is_open()) Accept();
   });
 }
 
@@ -123,9 +111,7 @@ void Server::Answer(Connection& from, const std::string& frame, std::string_view
 void Server::Relay(const Connection& from, const std::string& frame) {
   const auto clients = m_clients;
   for (const auto& [id, client] : clients) {
-    if (id != from.Id()) {
-      Send(*client, m_messages.Readdress(frame, from.Id(), id));
-    }
+    if (id != from.Id()) Send(*client, m_messages.Readdress(frame, from.Id(), id));
   }
 }
 
@@ -142,9 +128,7 @@ void Server::OnEnd(Connection& connection, const std::string& how) {
   WriteClientLine(connection, how);
   m_clients.erase(connection.Id());
   ++m_gone;
-  if (m_gone == m_options.clients) {
-    Close();
-  }
+  if (m_gone == m_options.clients) Close();
 }
 
 /// Ends everything that is under way, whereupon there is nothing left to run.
