@@ -43,7 +43,7 @@ void CTlkc::HandleNotification(std::uint32_t event, int error) {
 void CTlkc::OnSocketEvent(std::uint32_t event) {
   switch (event) {
     case socket_event::kRead:
-      if (ReadMessage() != -1) {
+      if (ReadMessage() == Outcome::kDone) {
         StartKeepAliveTimer();
       } else {
         LogError(trace::kReadFailed.reason);
@@ -51,7 +51,7 @@ void CTlkc::OnSocketEvent(std::uint32_t event) {
       }
       break;
     case socket_event::kWrite:
-      if (FlushPendingOutput() == 0) StartKeepAliveTimer();
+      if (FlushPendingOutput() == Outcome::kDone) StartKeepAliveTimer();
       break;
     case socket_event::kConnect:
       LogNormal(trace::kConnectSucceeded);
@@ -67,15 +67,6 @@ void CTlkc::OnSocketEvent(std::uint32_t event) {
       // The text is not a format here: readers of old logs know it with its "%d".
       LogNormal(trace::kUnknownEvent, static_cast<std::int32_t>(event));
       break;
-  }
-}
-
-void CTlkc::OnOutOfMemory() {
-  try {
-    ForgetMessage();
-    DropOnError(socket_error::kNoBufferSpace, {}, trace::kNotifiedUnknown);
-  } catch (...) {
-    // A host whose handler throws. The connection has ended by then.
   }
 }
 

@@ -44,8 +44,8 @@ void CTlkc::SetLogFolder() {
   auto length = surroundings.TemporaryFolder(folder);
   const bool fits = length < folder.size();
   if (!fits) {
-    // Asked once more with the same room, which only tells whether there is a folder by now: one
-    // with a longer path leaves the log where it is.
+    // Asked once more with the same room. A path that is too long again leaves the log where it is;
+    // when there is no folder any more, the fallback takes its place.
     length = surroundings.TemporaryFolder(folder);
   }
   if (length == 0) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "control/Outcome.h"
 #include "platform/ControlWindow.h"
 #include "platform/Platform.h"
 #include "platform/Sockets.h"
@@ -121,54 +122,55 @@ class CTlkc : private WindowTarget {
                                std::int32_t timeOutMS, bool* wasAnswered = nullptr);
 
  protected:
-  // control/: the connection and what happens to it
   std::intptr_t OnSocketNotify(std::uint32_t message, std::uintptr_t wParam, std::uintptr_t lParam,
                                bool& handled) override;
   void OnTimer(std::uintptr_t timerId) override;
-  int FlushPendingOutput();
-
-  // transport/: messages on the connection
-  int ReadMessage();
-  int ReadMessage(std::string& type, std::string& data);
-  int HandleMessage();
-  int HandleMessage(std::string& type, std::string& data);
 
  private:
   void SetLogFolder();
-  [[nodiscard]] std::string NarrowArgument(std::u16string_view argument) const;
 
-  bool OpenSocket(std::u16string_view server, std::int32_t port);
-  bool ConnectSocket();
-
+  // The connection
+  Outcome OpenSocket(std::u16string_view server, std::int32_t port);
+  Outcome ConnectSocket();
   void HandleNotification(std::uint32_t event, int error);
   void OnSocketEvent(std::uint32_t event);
-  void OnOutOfMemory();
-
-  void CloseSocket();
-  void DropConnection(int line);
-  bool DropOnFailure(const TraceFailure& failure);
-  void EndConnection(int line);
-  void DropOnError(int error, std::span<const ErrorFailure> known, const TraceFailure& unknown);
-  void AnnounceStatus(int line);
   void StartKeepAliveTimer();
 
-  int ReadPrefix();
-  int ReadRestOfPrefix();
-  int BeginMessage(const TraceRecord& invalid);
-  int ReadBody();
-  bool ReadBlockingPrefix(std::span<char> prefix);
-  bool ReadBlockingBody();
-  void FailRead(const TraceFailure& failure);
-  int AbandonMessage();
+  // How it ends: the socket is closed and the change announced, with the record of the reason
+  // before the close or behind it, as readers of the log know it
+  void CloseSocket();
+  void DropConnection(int line);
+  void RecordThenDrop(const TraceFailure& failure);
+  void CloseThenRecord(const TraceFailure& failure, int error);
+  void DropOnError(int error, std::span<const ErrorFailure> known, const TraceFailure& unknown);
+  void OnOutOfMemory();
+  void AnnounceStatus(int line);
+
+  // Messages in: one reader for notifications, one that blocks for a reply
+  Outcome ReadMessage();
+  Outcome ReadPrefix();
+  Outcome ReadRestOfPrefix();
+  Outcome BeginMessage(const TraceRecord& invalid);
+  Outcome ReadBody();
+  Outcome ReadMessageBlocking(std::string& type, std::string& data);
+  Outcome ReadBlockingPrefix(std::span<char> prefix);
+  Outcome ReadBlockingBody();
+  std::string TakeMessage();
   void ForgetMessage();
+  Outcome AbandonMessage(const TraceFailure& failure);
 
   [[nodiscard]] Codec MessageCodec() const;
+  void HandleMessage(std::string text);
+  Outcome ParseMessage(std::string text, std::string& type, std::string& data);
   void RaiseMessage(const std::string& type, const std::string& data);
+
+  // Messages out
+  Outcome BuildMessage(std::u16string_view message, std::u16string_view data, std::string& text);
+  Outcome FinishMessage(TLK_XMLBuilder& builder, std::string& text);
+  Outcome FlushPendingOutput();
+  Outcome Exchange(const std::string& request, std::int32_t timeOutMS, std::string& type,
+                   std::string& data);
   void SendKeepAlive();
-  bool BuildMessage(std::u16string_view message, std::u16string_view data, std::string& text);
-  bool FinishMessage(TLK_XMLBuilder& builder, std::string& text);
-  bool Exchange(const std::string& request, std::int32_t timeOutMS, std::string& type,
-                std::string& data);
 
   void LogNormal(const TraceRecord& record);
   void LogNormal(const TraceRecord& record, std::int32_t number);

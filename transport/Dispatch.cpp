@@ -1,9 +1,9 @@
 #include <new>
+#include <utility>
 
 #include "control/FiringScope.h"
+#include "control/HostText.h"
 #include "control/Tlkc.h"
-#include "platform/AnsiText.h"
-#include "transport/MessageBuffer.h"
 #include "transport/MessageTypes.h"
 #include "transport/TraceLog.h"
 #include "xml/TLK_XMLParser.h"
@@ -23,47 +23,37 @@ Codec CTlkc::MessageCodec() const {
   return {m_ports.dom, m_ports.platform.text, m_ports.gate, m_ports.log};
 }
 
-int CTlkc::HandleMessage() {
+void CTlkc::HandleMessage(std::string text) {
   std::string type;
   std::string data;
-  const bool parsed = HandleMessage(type, data) == 0;
-  // The message is done with before the host hears of it: while its handler runs, more of the
-  // stream may be read.
-  ForgetMessage();
-  if (!parsed) return -1;
-  if (type == kKeepAliveResponse) return 0;
+  if (ParseMessage(std::move(text), type, data) == Outcome::kFailed) return;
+  if (type == kKeepAliveResponse) return;
   if (m_firingMessage) {
     LogNormal(trace::kMessageSkipped, type);
-    return 0;
+    return;
   }
   RaiseMessage(type, data);
-  return 0;
 }
 
 // The answer to a keep-alive is handed out like any other message: whoever waits for a reply takes
 // the next message, whatever it is.
-int CTlkc::HandleMessage(std::string& type, std::string& data) {
+Outcome CTlkc::ParseMessage(std::string text, std::string& type, std::string& data) {
   Codec codec = MessageCodec();
   codec.maxDepth = kMaxMessageDepth;
-  TLK_XMLParser parser(codec, m_recvText);
-  if (!parser.HasDocument()) {
-    EnsureMemory(parser);
-    return -1;
-  }
   // The document has its own copy, and a large message is large enough once.
-  EmptyBuffer(m_recvText);
+  TLK_XMLParser parser(codec, std::exchange(text, {}));
+  EnsureMemory(parser);
+  if (!parser.HasDocument()) return Outcome::kFailed;
   if (m_clientId == -1) parser.GetReceiverId(m_clientId);
   parser.GetType(type);
   parser.GetData(data);
   EnsureMemory(parser);
-  return 0;
+  return Outcome::kDone;
 }
 
 void CTlkc::RaiseMessage(const std::string& type, const std::string& data) {
-  std::u16string wideType;
-  std::u16string wideData;
-  m_ports.platform.text.Widen(type, wideType);
-  m_ports.platform.text.Widen(data, wideData);
+  const auto wideType = WideResult(m_ports.platform.text, type);
+  const auto wideData = WideResult(m_ports.platform.text, data);
   const FiringScope firing(m_firingMessage);
   LogNormal(trace::kMessageReceived, type);
   m_events.TlkMsgRecieved(wideType, wideData);

@@ -23,8 +23,8 @@ void CTlkc::SendKeepAlive() {
   std::string text;
   TLK_XMLBuilder builder(MessageCodec());
   builder.CreateMessage(kKeepAlive, m_clientId, kServerId);
-  if (FinishMessage(builder, text)) m_pendingOut += text;
-  if (FlushPendingOutput() == 0) StartKeepAliveTimer();
+  if (FinishMessage(builder, text) == Outcome::kDone) m_pendingOut += text;
+  if (FlushPendingOutput() == Outcome::kDone) StartKeepAliveTimer();
 }
 
 }  // namespace tlk

@@ -2,10 +2,11 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "control/Tlkc.h"
 #include "transport/Framing.h"
-#include "transport/MessageBuffer.h"
+#include "transport/ReceivedText.h"
 #include "transport/TraceLog.h"
 
 namespace tlk {
@@ -17,25 +18,24 @@ constexpr std::size_t kSmallBody = 8192;
 
 }  // namespace
 
-int CTlkc::ReadMessage() {
+Outcome CTlkc::ReadMessage() {
   if (m_recvText.empty()) return ReadPrefix();
   return m_expectedLength == -1 ? ReadRestOfPrefix() : ReadBody();
 }
 
-int CTlkc::ReadPrefix() {
+Outcome CTlkc::ReadPrefix() {
   std::array<char, kLengthPrefix> prefix;
   const int received = m_ports.sockets.Receive(m_socket, prefix, static_cast<int>(kLengthPrefix));
   if (received == kSocketError) {
-    if (m_ports.sockets.LastError() == socket_error::kWouldBlock) return 0;
-    FailRead(trace::kReceiveFailed);
-    return AbandonMessage();
+    if (m_ports.sockets.LastError() == socket_error::kWouldBlock) return Outcome::kDone;
+    return AbandonMessage(trace::kReceiveFailed);
   }
   m_recvText = ReceivedText(prefix, received);
-  if (static_cast<std::size_t>(received) < kLengthPrefix) return 0;
+  if (static_cast<std::size_t>(received) < kLengthPrefix) return Outcome::kDone;
   return BeginMessage(trace::kInvalidLength);
 }
 
-int CTlkc::ReadRestOfPrefix() {
+Outcome CTlkc::ReadRestOfPrefix() {
   std::array<char, kLengthPrefix> rest;
   const int received = m_ports.sockets.Receive(
       m_socket, rest, static_cast<int>(kLengthPrefix) - static_cast<int>(m_recvText.size()));
@@ -43,31 +43,31 @@ int CTlkc::ReadRestOfPrefix() {
     if (m_ports.sockets.LastError() == socket_error::kWouldBlock) {
       // A notification without a byte behind it, in the middle of a prefix, is taken for a broken
       // connection; between messages or in a body it is not.
-      return -1;
+      return Outcome::kFailed;
     }
-    FailRead(trace::kPrefixFailed);
-    return AbandonMessage();
+    return AbandonMessage(trace::kPrefixFailed);
   }
   m_recvText += ReceivedText(rest, received);
   if (m_recvText.size() < kLengthPrefix) {
     LogNormal(trace::kWaitingForLength);
-    return 0;
+    return Outcome::kDone;
   }
   return BeginMessage(trace::kInvalidPrefixLength);
 }
 
-int CTlkc::BeginMessage(const TraceRecord& invalid) {
+Outcome CTlkc::BeginMessage(const TraceRecord& invalid) {
   const auto length = GetMessageLength(m_recvText);
   if (length < 1) {
-    // The socket stays open here; whoever called closes it.
+    // The socket stays open here: the notification that was answered ends the connection.
     LogError(invalid, length);
-    return AbandonMessage();
+    ForgetMessage();
+    return Outcome::kFailed;
   }
   m_expectedLength = length;
   return ReadBody();
 }
 
-int CTlkc::ReadBody() {
+Outcome CTlkc::ReadBody() {
   // Less than nothing is missing when the stamp is shorter than the prefix: the socket refuses
   // that. The buffer has room for all of it, but only while this call lasts: what is kept grows
   // with what has come, so that a stamp that announces much costs nothing by itself.
@@ -79,31 +79,26 @@ int CTlkc::ReadBody() {
   const std::span<char> body(large ? large.get() : small.data(), size);
   const int received = m_ports.sockets.Receive(m_socket, body, missing);
   if (received == kSocketError) {
-    if (m_ports.sockets.LastError() == socket_error::kWouldBlock) return 0;
-    FailRead(trace::kBodyFailed);
-    return AbandonMessage();
+    if (m_ports.sockets.LastError() == socket_error::kWouldBlock) return Outcome::kDone;
+    return AbandonMessage(trace::kBodyFailed);
   }
   m_recvText += ReceivedText(body, received);
-  if (static_cast<std::int64_t>(m_recvText.size()) < m_expectedLength) return 0;
-  HandleMessage();
-  return 0;
+  if (static_cast<std::int64_t>(m_recvText.size()) < m_expectedLength) return Outcome::kDone;
+  HandleMessage(TakeMessage());
+  return Outcome::kDone;
 }
 
-void CTlkc::FailRead(const TraceFailure& failure) {
-  const int error = m_ports.sockets.LastError();
-  CloseSocket();
-  LogError(failure.reason, error);
-  EndConnection(failure.droppedLine);
-}
-
-int CTlkc::AbandonMessage() {
+Outcome CTlkc::AbandonMessage(const TraceFailure& failure) {
+  CloseThenRecord(failure, m_ports.sockets.LastError());
   ForgetMessage();
-  return -1;
+  return Outcome::kFailed;
 }
 
-void CTlkc::ForgetMessage() {
-  EmptyBuffer(m_recvText);
+std::string CTlkc::TakeMessage() {
   m_expectedLength = -1;
+  return std::exchange(m_recvText, {});
 }
+
+void CTlkc::ForgetMessage() { static_cast<void>(TakeMessage()); }
 
 }  // namespace tlk

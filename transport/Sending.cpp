@@ -1,9 +1,8 @@
 #include <new>
-#include <utility>
 
 #include "control/ControlBoundary.h"
+#include "control/HostText.h"
 #include "control/Tlkc.h"
-#include "platform/AnsiText.h"
 #include "transport/Framing.h"
 #include "transport/MessageTypes.h"
 #include "transport/TraceLog.h"
@@ -11,88 +10,83 @@
 
 namespace tlk {
 
+namespace {
+
+constexpr ErrorFailure kSendErrors[] = {
+    {socket_error::kConnectionReset, trace::kSendReset},
+    {socket_error::kConnectionRefused, trace::kSendRefused},
+    {socket_error::kConnectionAborted, trace::kSendAborted},
+};
+
+// What has gone out leaves room for ordinary messages, so that they cost no allocation, but one
+// large message must not cost its memory for ever.
+void EmptyOutput(std::string& output) {
+  constexpr std::size_t kKeptRoom = 2048;
+  if (output.capacity() > kKeptRoom) {
+    std::string().swap(output);
+  } else {
+    output.clear();
+  }
+}
+
+}  // namespace
+
 ResultCode CTlkc::SendTLKMsg(std::u16string_view message, std::u16string_view data) {
   return AtControlBoundary(m_ports.window, [&] {
     std::string text;
-    if (!BuildMessage(message, data, text)) return kResultOk;
+    if (BuildMessage(message, data, text) == Outcome::kFailed) return kResultOk;
     if (m_pendingOut.size() + text.size() > m_maxPendingOut) throw std::bad_alloc();
     m_pendingOut += text;
     m_ports.window.StopTimer(m_keepAliveTimerId);
-    if (FlushPendingOutput() == 0) StartKeepAliveTimer();
+    if (FlushPendingOutput() == Outcome::kDone) StartKeepAliveTimer();
     return kResultOk;
   });
 }
 
-ResultCode CTlkc::SendReceiveTlkMsg(std::u16string_view sndMsg, std::u16string_view sndData,
-                                    std::u16string* recMsg, std::u16string* recData,
-                                    std::int32_t timeOutMS, bool* wasAnswered) {
-  if (wasAnswered != nullptr) *wasAnswered = false;
-  const auto exchange = [&] {
-    std::string request;
-    std::string type;
-    std::string data;
-    if (!BuildMessage(sndMsg, sndData, request) || !Exchange(request, timeOutMS, type, data)) {
-      return kResultOk;
-    }
-    std::u16string wideType;
-    std::u16string wideData;
-    m_ports.platform.text.Widen(type, wideType);
-    m_ports.platform.text.Widen(data, wideData);
-    *recMsg = std::move(wideType);
-    *recData = std::move(wideData);
-    if (wasAnswered != nullptr) *wasAnswered = true;
-    if (m_ports.sockets.RequestNotifications(m_socket, m_ports.window, m_notifyMsg,
-                                             socket_event::kAll) == kSocketError) {
-      DropOnFailure(trace::kNotificationsOnFailed);
-    }
-    return kResultOk;
-  };
-  // The socket may be left blocking and without notifications: the connection cannot go on.
-  return AtControlBoundary(m_ports.window, exchange, [this] { OnOutOfMemory(); });
-}
-
-bool CTlkc::BuildMessage(std::u16string_view message, std::u16string_view data, std::string& text) {
+Outcome CTlkc::BuildMessage(std::u16string_view message, std::u16string_view data,
+                            std::string& text) {
+  const auto& codePage = m_ports.platform.text;
   TLK_XMLBuilder builder(MessageCodec());
-  builder.CreateMessage(NarrowArgument(message), m_clientId, kServerId);
-  builder.AppendData(NarrowArgument(data));
+  builder.CreateMessage(NarrowArgument(codePage, message), m_clientId, kServerId);
+  builder.AppendData(NarrowArgument(codePage, data));
   return FinishMessage(builder, text);
 }
 
 // A message that does not carry its own length would break the stream, and the wait for the reply
 // to one that was never sent would not end.
-bool CTlkc::FinishMessage(TLK_XMLBuilder& builder, std::string& text) {
+Outcome CTlkc::FinishMessage(TLK_XMLBuilder& builder, std::string& text) {
   builder.SetLength();
   builder.GetXml(text);
   if (text.size() > kMaxMessageLength) {
     LogError(trace::kMessageTooLong, static_cast<std::int64_t>(text.size()));
-    return false;
+    return Outcome::kFailed;
   }
   if (builder.LacksMemory()) throw std::bad_alloc();
-  const bool isFramed = GetMessageLength(text) == static_cast<std::int64_t>(text.size());
-  if (!isFramed) LogError(trace::kMessageNotBuilt);
-  return isFramed;
+  if (GetMessageLength(text) == static_cast<std::int64_t>(text.size())) return Outcome::kDone;
+  LogError(trace::kMessageNotBuilt);
+  return Outcome::kFailed;
 }
 
-bool CTlkc::Exchange(const std::string& request, std::int32_t timeOutMS, std::string& type,
-                     std::string& data) {
-  auto& sockets = m_ports.sockets;
-  if (sockets.RequestNotifications(m_socket, m_ports.window, 0, 0) == kSocketError) {
-    return DropOnFailure(trace::kNotificationsOffFailed);
+Outcome CTlkc::FlushPendingOutput() {
+  if (m_pendingOut.empty()) return Outcome::kDone;
+  const int sent = m_ports.sockets.Send(m_socket, m_pendingOut);
+  if (sent == kSocketError) {
+    const int error = m_ports.sockets.LastError();
+    const bool canWait = error == socket_error::kWouldBlock || error == socket_error::kInProgress;
+    if (canWait) return Outcome::kDone;
+    DropOnError(error, kSendErrors, trace::kSendUnknown);
+    return Outcome::kFailed;
   }
-  // A step that fails ends the connection but not the exchange: what follows fails in turn, on the
-  // closed socket, and each failure leaves its own record and event.
-  if (sockets.SetBlocking(m_socket) == kSocketError) DropOnFailure(trace::kBlockingFailed);
-  if (sockets.SetSendTimeout(m_socket, timeOutMS) == kSocketError) {
-    DropOnFailure(trace::kSendTimeoutFailed);
+  const auto taken = static_cast<std::size_t>(sent);
+  if (taken < m_pendingOut.size()) {
+    // The last byte taken stays and goes out again with the rest; when none was taken the count
+    // wraps and all of it goes. Servers have come to live with both.
+    m_pendingOut.erase(0, taken - 1);
+    return Outcome::kDone;
   }
-  if (sockets.SetReceiveTimeout(m_socket, timeOutMS) == kSocketError) {
-    DropOnFailure(trace::kReceiveTimeoutFailed);
-  }
-  if (sockets.Send(m_socket, request) == kSocketError) {
-    return DropOnFailure(trace::kBlockingSendFailed);
-  }
-  if (ReadMessage(type, data) == -1) return DropOnFailure(trace::kBlockingReadFailed);
-  return true;
+  LogNormal(trace::kMessageSent, m_pendingOut);
+  EmptyOutput(m_pendingOut);
+  return Outcome::kDone;
 }
 
 }  // namespace tlk
