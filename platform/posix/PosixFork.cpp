@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/Fork.h"
+#include "platform/posix/ThreadContext.h"
 
 namespace tlk {
 namespace {
@@ -54,6 +55,7 @@ struct ForkMembers {
 [[maybe_unused]] const int kForkHandlers =
     pthread_atfork([] { ForkMembers::Get().TakeAll(); }, [] { ForkMembers::Get().GiveAllBack(); },
                    [] {
+                     ForgetThreadNumber();
                      ForkMembers::Get().GiveAllBack();
                      for (const InForkedChild* each : ForkMembers::Get().steps) each->Call();
                    });

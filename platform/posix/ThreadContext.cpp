@@ -1,6 +1,5 @@
 #include "platform/posix/ThreadContext.h"
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include "platform/CallingThread.h"
@@ -11,9 +10,6 @@ namespace {
 thread_local std::uint32_t t_number = 0;
 thread_local int t_lastError = 0;
 
-/// The thread that forks lives on in the child under another number.
-[[maybe_unused]] const int kForkHandler = pthread_atfork(nullptr, nullptr, [] { t_number = 0; });
-
 }  // namespace
 
 std::uint32_t CallingThread() noexcept {
@@ -21,6 +17,8 @@ std::uint32_t CallingThread() noexcept {
     t_number = static_cast<std::uint32_t>(gettid());
   return t_number;
 }
+
+void ForgetThreadNumber() { t_number = 0; }
 
 int LastThreadError() { return t_lastError; }
 

@@ -6,6 +6,10 @@ namespace tlk {
 [[nodiscard]] int LastThreadError();
 void SetLastThreadError(int error);
 
+/// Forgets the kept answer of `CallingThread`: the thread that forks lives on in the child under
+/// another number, which whatever else is put right there may ask for.
+void ForgetThreadNumber();
+
 /// Numbers of failures that hosts know from elsewhere and find in the log.
 namespace thread_error {
 inline constexpr int kNotFound = 2;
