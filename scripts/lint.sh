@@ -28,10 +28,11 @@ fi
 
 # configure PRESET [OPTION...]: for building each source by itself, which finds what it fails to include.
 configure() {
-  cmake --preset "$1" -B "build/lint/$1" -DCMAKE_UNITY_BUILD=OFF "${@:2}" >/dev/null
+  cmake --preset "$1" -B "build/lint/$1" -DCMAKE_UNITY_BUILD=OFF \
+    -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON "${@:2}" >/dev/null
 }
 
-configure debug -DTLKC2_BENCH=ON
+configure debug -DTLKC2_BENCH=ON -DTLKC2_REPLAY=ON
 configure windows-x64
 configure windows-x86
 echo "Building debug, each source by itself"

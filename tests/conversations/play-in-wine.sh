@@ -44,7 +44,7 @@ play() {
 }
 export -f play
 
-printf '%s\0' "${files[@]}" | xargs -0 -P 2 -I '{}' bash -c 'play "$1"' play '{}'
+printf '%s\0' "${files[@]}" | xargs -0 -P 4 -I '{}' bash -c 'play "$1"' play '{}'
 
 failed=$(find "$reports" -type f | wc -l)
 for report in "$reports"/*; do

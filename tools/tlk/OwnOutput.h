@@ -37,4 +37,7 @@ class OwnOutput {
   int m_descriptor;
 };
 
+/// Writes a line of the program's own output, ended.
+inline void WriteLine(std::string_view line) { OwnOutput::Get().Line(line); }
+
 }  // namespace tlk

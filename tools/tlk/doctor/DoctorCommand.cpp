@@ -14,7 +14,7 @@ using doctor::FileKind;
 using doctor::Finding;
 using doctor::NamedFile;
 
-constexpr const char* kHelp =
+constexpr const char* kDoctorHelp =
     "Looks in the machine's and the user's registry, as 64-bit and as 32-bit programs see it. The\n"
     "status is 0 when the control is registered and all fits, 1 when something does not; each\n"
     "line that begins with \"misfit\" says what, and what to do. A \"note\" tells of what is\n"
@@ -77,7 +77,7 @@ int Doctor() {
 
 void AddDoctorCommand(CLI::App& app, int& exitStatus) {
   auto* const command = app.add_subcommand("doctor", "See how the control is registered.");
-  command->footer(kHelp);
+  command->footer(kDoctorHelp);
   command->callback([&exitStatus] { exitStatus = Doctor(); });
 }
 

@@ -12,7 +12,7 @@ namespace {
 
 using host::HostSession;
 
-constexpr const char* kHelp =
+constexpr const char* kHostHelp =
     "Commands, one per line:\n"
     "  connect SERVER PORT            connect the control to a message server\n"
     "  disconnect                     end the connection\n"
@@ -39,13 +39,13 @@ constexpr const char* kHelp =
     "  tlk host --script commands.txt --quiet\n"
     "  printf 'connect localhost 1371\\nrequest Time \"\" 500\\n' | tlk host";
 
-struct Options {
+struct HostOptions {
   std::string script;
   bool quiet = false;
   host::DriverOptions driver;
 };
 
-int Host(Options& options) {
+int Host(HostOptions& options) {
   std::ifstream script;
   if (!options.script.empty() && !OpenScript("tlk host", options.script, script)) return 1;
 
@@ -66,7 +66,7 @@ int Host(Options& options) {
 
 void AddHostCommand(CLI::App& app, int& exitStatus) {
   auto* const command = app.add_subcommand("host", "Drive one or more controls by commands.");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<HostOptions>();
   command
       ->add_option("--script", options->script,
                    "Read the commands from FILE instead of standard input")
@@ -76,7 +76,7 @@ void AddHostCommand(CLI::App& app, int& exitStatus) {
                     "Do not show the lines of the trace log on standard error");
   command->add_flag("--no-texts", options->driver.leaveOutTexts,
                     "Leave the texts of messages out of the trace log");
-  command->footer(kHelp);
+  command->footer(kHostHelp);
   command->callback([options, &exitStatus] { exitStatus = Host(*options); });
 }
 

@@ -23,7 +23,7 @@ using message::Workshop;
 
 constexpr const char* kProgram = "tlk message";
 
-constexpr const char* kHelp =
+constexpr const char* kMessageHelp =
     "Commands, one per line; each prints its name, its result (0 done, -1 failed, -2 not there)\n"
     "and what it read. They build one message, which is empty at first:\n"
     "  create TYPE FROM TO [STATUS DESCRIPTION]\n"
@@ -76,12 +76,10 @@ constexpr const char* kHelp =
     "  printf 'parse @reply.xml\\ntype\\ndata\\n' | tlk message\n"
     "  tlk message --check captured.bin";
 
-struct Options {
+struct MessageOptions {
   std::string script;
   std::string checked;
 };
-
-void WriteLine(std::string_view line) { OwnOutput::Get().Line(line); }
 
 int CannotRead(const std::string& path) {
   std::cerr << kProgram << ": cannot read " << path << '\n';
@@ -127,7 +125,7 @@ int Converse(const std::string& scriptPath) {
 
 void AddMessageCommand(CLI::App& app, int& exitStatus) {
   auto* const command = app.add_subcommand("message", "Build and read messages; check streams.");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<MessageOptions>();
   auto* const script = command
                            ->add_option("--script", options->script,
                                         "Read the commands from FILE instead of standard input")
@@ -139,7 +137,7 @@ void AddMessageCommand(CLI::App& app, int& exitStatus) {
           ->type_name("FILE")
           ->excludes(script);
   message::AddSystemOptions(*command);
-  command->footer(kHelp);
+  command->footer(kMessageHelp);
   command->callback([options, check, &exitStatus] {
     exitStatus = check->empty() ? Converse(options->script) : Check(options->checked);
   });

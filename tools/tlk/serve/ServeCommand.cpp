@@ -32,7 +32,7 @@ constexpr const char* kFooter =
     "  tlk serve --script conversation.talk    play the server's part of a conversation";
 
 /// What the command line says; absent numbers are 0.
-struct Options {
+struct ServeOptions {
   ServerOptions server;
   unsigned seconds = 0;
   std::size_t clients = 0;
@@ -45,9 +45,7 @@ int ReportFailure(const std::string& what) {
   return 1;
 }
 
-void WriteLine(std::string_view line) { OwnOutput::Get().Line(line); }
-
-int RunServer(const Options& options) {
+int RunServer(const ServeOptions& options) {
   auto settled = options.server;
   if (options.seconds > 0) settled.runFor = std::chrono::seconds(options.seconds);
   if (options.clients > 0) settled.clients = options.clients;
@@ -57,7 +55,7 @@ int RunServer(const Options& options) {
   return 0;
 }
 
-int RunScript(const Options& options) {
+int RunScript(const ServeOptions& options) {
   std::string error;
   const auto conversation = ReadConversationFile(options.script, error);
   if (!conversation) return ReportFailure(error);
@@ -69,7 +67,7 @@ int RunScript(const Options& options) {
   return player.Play() ? 0 : 1;
 }
 
-int Run(const Options& options) {
+int Run(const ServeOptions& options) {
   try {
     return options.script.empty() ? RunServer(options) : RunScript(options);
   } catch (const std::exception& error) {
@@ -77,7 +75,7 @@ int Run(const Options& options) {
   }
 }
 
-void AddOptions(CLI::App& serve, Options& options) {
+void AddOptions(CLI::App& serve, ServeOptions& options) {
   serve.add_option("--port", options.server.port, "Listen on that port; 0 lets the system choose")
       ->type_name("N")
       ->capture_default_str();
@@ -121,7 +119,7 @@ void RefuseBesideScript(const CLI::App& serve) {
 void AddServeCommand(CLI::App& app, int& exitStatus) {
   auto* command = app.add_subcommand("serve", kDescription);
   command->footer(kFooter);
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ServeOptions>();
   AddOptions(*command, *options);
   command->callback([command, options, &exitStatus] {
     if (!options->script.empty()) RefuseBesideScript(*command);
