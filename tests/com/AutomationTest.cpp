@@ -27,11 +27,12 @@ class AutomationTest : public ContainerTest {
     DISPPARAMS given{arguments.data(), named.data(), static_cast<UINT>(arguments.size()),
                      static_cast<UINT>(named.size())};
     EXCEPINFO exception{};
-    const HRESULT called = m_embedded.As<IDispatch>()->Invoke(member, IID_NULL, 0, kind, &given,
-                                                              m_result.Put(), &exception, nullptr);
+    const HRESULT called =
+        m_dispatch->Invoke(member, IID_NULL, 0, kind, &given, m_result.Put(), &exception, nullptr);
     return called == DISP_E_EXCEPTION ? exception.scode : called;
   }
 
+  const ComPtr<IDispatch> m_dispatch = m_embedded.As<IDispatch>();
   Variant m_result;
   const Bstr m_bstr{L"127.0.0.1"};
   const VARIANT m_text = Of(VT_BSTR, m_bstr.Get());
@@ -58,15 +59,16 @@ TEST_F(AutomationTest, RefusesWhatDoesNotFitAndChangesNothing) {
       {"object", 4, {Of(VT_UNKNOWN, nullptr), m_text}, DISP_E_TYPEMISMATCH, {}},
       {"nowhere", 5, {Number(9), place, Place(nullptr), m_text, m_text}, E_POINTER, {}},
       {"no place", 5, {Number(9), place, m_text, m_text, m_text}, DISP_E_TYPEMISMATCH, {}},
-      {"unknown name", 2, {Number(1), m_text}, DISP_E_PARAMNOTFOUND, {1, 7}},
+      {"unknown name", 2, {Number(1), m_text}, DISP_E_PARAMNOTFOUND, {2, 0}},
+      {"negative name", 2, {Number(1), m_text}, DISP_E_PARAMNOTFOUND, {1, -1}},
+      {"more names than arguments", 2, {Number(1)}, E_INVALIDARG, {1, 0}},
       {"unknown member", 6, {}, DISP_E_MEMBERNOTFOUND, {}},
       {"put", 3, {Number(3)}, DISP_E_MEMBERNOTFOUND, {DISPID_PROPERTYPUT}, DISPATCH_PROPERTYPUT}};
   for (const auto& [name, member, arguments, result, named, kind] : cases) {
     EXPECT_EQ(Call(member, arguments, named, kind), result) << name;
   }
-  const auto dispatch = m_embedded.As<IDispatch>();
   DISPPARAMS hollow{nullptr, nullptr, 2, 0};
-  EXPECT_EQ(dispatch->Invoke(2, IID_NULL, 0, DISPATCH_METHOD, &hollow, nullptr, nullptr, nullptr),
+  EXPECT_EQ(m_dispatch->Invoke(2, IID_NULL, 0, DISPATCH_METHOD, &hollow, nullptr, nullptr, nullptr),
             E_INVALIDARG);
   ITlkc& control = *m_embedded.control.Get();
   BSTR text = nullptr;
@@ -81,10 +83,9 @@ TEST_F(AutomationTest, RefusesWhatDoesNotFitAndChangesNothing) {
 TEST_F(AutomationTest, TalksToAServerByName) {
   const wchar_t* names[] = {L"connect", L"Port", L"Server", L"Host"};
   const auto given = const_cast<LPOLESTR*>(names);
-  const auto dispatch = m_embedded.As<IDispatch>();
   DISPID ids[4];
-  EXPECT_EQ(dispatch->GetIDsOfNames(IID_NULL, given, 4, 0, ids), DISP_E_UNKNOWNNAME);
-  EXPECT_EQ(dispatch->GetIDsOfNames(IID_NULL, given, 3, 0, ids), S_OK);
+  EXPECT_EQ(m_dispatch->GetIDsOfNames(IID_NULL, given, 4, 0, ids), DISP_E_UNKNOWNNAME);
+  EXPECT_EQ(m_dispatch->GetIDsOfNames(IID_NULL, given, 3, 0, ids), S_OK);
   LoopbackPeer peer;
   const VARIANT port = Number(ntohs(peer.Address().port));
   ASSERT_EQ(m_embedded.Do(OLEIVERB_SHOW), S_OK);
@@ -94,19 +95,19 @@ TEST_F(AutomationTest, TalksToAServerByName) {
   EXPECT_EQ(Call(3, {}, {}, DISPATCH_PROPERTYGET), S_OK);
   EXPECT_TRUE(m_result.Type() == VT_I4 && m_result.Get().lVal == 3);
   long untouched = 77;
-  EXPECT_EQ(Call(2, {port, m_text}), E_FAIL);
   EXPECT_EQ(m_embedded.control->Connect(nullptr, 1, &untouched), E_FAIL);
   EXPECT_EQ(untouched, 77);
 
+  // The second request has no connection: what the first has brought stays.
   const Variant type(42L);
   const Variant data(Bstr(L"before"));
-  peer.Send(ServerMessage("Answer"));
   const VARIANT none = Of(VT_BSTR, nullptr);  // an empty text
-  EXPECT_EQ(Call(5, {Number(9999), Place(&data.Get()), Place(&type.Get()), none, m_text}), S_OK);
-  EXPECT_TRUE(type.Text() == u"Answer" && data.Text() == u"<Data/>");
-  EXPECT_EQ(Call(1, {}), S_OK);
-  EXPECT_EQ(Call(5, {Number(9999), Place(&type.Get()), Place(&data.Get()), none, m_text}), S_OK);
-  EXPECT_TRUE(type.Text() == u"Answer" && data.Text() == u"<Data/>") << "nothing new";
+  peer.Send(ServerMessage("Answer"));
+  for (int times = 0; times < 2; ++times) {
+    EXPECT_EQ(Call(5, {Number(9999), Place(&data.Get()), Place(&type.Get()), none, m_text}), S_OK);
+    EXPECT_TRUE(type.Text() == u"Answer" && data.Text() == u"<Data/>") << times;
+    EXPECT_EQ(Call(1, {}), S_OK);
+  }
 }
 
 }  // namespace

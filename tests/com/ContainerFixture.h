@@ -2,14 +2,12 @@
 
 #include "tests/platform/windows/LoopbackPeer.h"
 
-#include <TlkC2.h>
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <string>
 
+#include "platform/windows/Bstr.h"
 #include "tests/com/EventListener.h"
-#include "tests/com/ModuleFile.h"
+#include "tests/com/LoadedModule.h"
 #include "tests/com/Site.h"
 
 namespace tlk {
@@ -25,26 +23,16 @@ inline bool PumpUntil(const std::function<bool()>& holds) {
   return true;
 }
 
-/// A control, plain or as a part of `outer`.
-inline ComPtr<IUnknown> Create(const LoadedModule& module, IUnknown* outer = nullptr) {
-  ComPtr<IClassFactory> factory;
-  ComPtr<IUnknown> made;
-  EXPECT_EQ(module.GetClassObject(CLSID_Tlkc, IID_IClassFactory, factory.PutVoid()), S_OK);
-  EXPECT_EQ(factory->CreateInstance(outer, IID_IUnknown, made.PutVoid()), S_OK);
-  return made;
-}
-
 /// A control on a site of its own.
 struct Embedded {
   Embedded(const LoadedModule& module, HWND window) : site(window) {
-    EXPECT_EQ(Create(module).QueryTo(control), S_OK);
+    EXPECT_EQ(module.Create().QueryTo(control), S_OK);
     EXPECT_EQ(As<IPersistStreamInit>()->InitNew(), S_OK);
     EXPECT_EQ(As<IOleObject>()->SetClientSite(&site), S_OK);
   }
   ~Embedded() {
     if (control) Leave();
-    EXPECT_EQ(site.References(), 1U);
-    EXPECT_FALSE(site.Active());
+    EXPECT_FALSE(site.active);
   }
 
   /// Destroys the container's side: closes the control and lets go of it.
@@ -98,33 +86,25 @@ struct Embedded {
   ComPtr<ITlkc> control;
 };
 
-/// A whole message of the server.
+/// A whole message of the server, with an empty body.
 inline std::string ServerMessage(const std::string& type) {
-  std::string text = "<TLK_Message Length=\"0000000\" xmlns=\"\" Type=\"" + type +
-                     "\"><From Id=\"0\"/><To Id=\"7\"/><Data/></TLK_Message>";
-  const std::string length = std::to_string(text.size());
-  return text.replace(28 - length.size(), length.size(), length);
+  const std::string text =
+      "\" xmlns=\"\" Type=\"" + type + "\"><From Id=\"0\"/><To Id=\"7\"/><Data/></TLK_Message>";
+  const std::string length = std::to_string(28 + text.size());
+  return "<TLK_Message Length=\"" + std::string(7 - length.size(), '0') + length + text;
 }
 
-/// A control of the module that lies beside the test, in a window. In the end nothing holds the
-/// module.
+/// A control of the module that lies beside the test, in a window.
 class ContainerTest : public testing::Test {
  protected:
-  struct CountedModule : LoadedModule {
-    ~CountedModule() { EXPECT_EQ(Call("DllCanUnloadNow"), S_OK); }
-  };
-  struct Window {
-    ~Window() { DestroyWindow(handle); }
-    operator HWND() const { return handle; }
-    const HWND handle = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 400, 300, nullptr,
-                                        nullptr, GetModuleHandleW(nullptr), nullptr);
-  };
+  /// The container's, for all tests.
+  static inline const HWND m_window = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 400, 300,
+                                                      nullptr, nullptr, nullptr, nullptr);
 
   // Where a module that is loaded afterwards keeps its trace log.
   const BOOL m_temporary = SetEnvironmentVariableW(L"TMP", FileBesideTest(L"").c_str());
   const Apartment m_apartment;
-  const CountedModule m_module{};
-  const Window m_window{};
+  const LoadedModule m_module{};
   EventListener m_listener;
   Embedded m_embedded{m_module, m_window};
 };

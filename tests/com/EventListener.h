@@ -1,32 +1,20 @@
 #pragma once
 
 #include <TlkC2.h>
-#include <gtest/gtest.h>
 
 #include <functional>
 #include <string>
 
-#include "platform/windows/Bstr.h"
+#include "tests/com/OwnComponent.h"
 
 namespace tlk {
 
-/// A sink of the control's events. It is not freed with its last reference.
-class EventListener final : public IDispatch {
+/// A sink of the control's events.
+class EventListener final : public OwnComponent<_ITlkcEvents> {
  public:
-  ~EventListener() { EXPECT_EQ(m_references, 1U); }
-
   std::string heard;             ///< The events, in short words.
   std::function<void()> during;  ///< Runs inside the next event.
   HRESULT answer = S_OK;
-
-  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-    const bool isMine = iid == IID_IUnknown || iid == IID_IDispatch || iid == DIID__ITlkcEvents;
-    *object = isMine ? this : nullptr;
-    if (isMine) AddRef();
-    return isMine ? S_OK : E_NOINTERFACE;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-  STDMETHODIMP_(ULONG) Release() override { return --m_references; }
 
   STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
   STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
@@ -46,8 +34,6 @@ class EventListener final : public IDispatch {
 
  private:
   static std::string Plain(BSTR text) { return {text, text + SysStringLen(text)}; }
-
-  ULONG m_references = 1;
 };
 
 }  // namespace tlk

@@ -1,5 +1,7 @@
 #include "tests/com/ContainerFixture.h"
 
+#include <objsafe.h>
+
 namespace tlk {
 namespace {
 
@@ -13,17 +15,12 @@ const IID kInterfaces[] = {
     IID_IProvideClassInfo, IID_IProvideClassInfo2, IID_IConnectionPointContainer};
 
 /// An object with the control as a part of it.
-struct Outer final : public IUnknown {
+struct Outer final : OwnComponent<IUnknown> {
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-    if (iid != IID_IUnknown) return inner->QueryInterface(iid, object);
-    *object = this;
-    AddRef();
-    return S_OK;
+    const bool isOwn = iid == IID_IUnknown;
+    return isOwn ? OwnComponent::QueryInterface(iid, object) : inner->QueryInterface(iid, object);
   }
-  STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
-  STDMETHODIMP_(ULONG) Release() override { return --references; }
 
-  ULONG references = 1;
   ComPtr<IUnknown> inner;
 };
 
@@ -32,34 +29,35 @@ using IdentityTest = ContainerTest;
 // From each interface to each other, and from there back to the one identity.
 void ExpectOneObject(IUnknown& identity) {
   for (const IID& from : kInterfaces) {
-    ComPtr<IUnknown> start;
-    ASSERT_EQ(identity.QueryInterface(from, start.PutVoid()), S_OK) << from.Data1;
     for (const IID& to : kInterfaces) {
+      SCOPED_TRACE(testing::Message() << from.Data1 << " " << to.Data1);
+      ComPtr<IUnknown> start;
       ComPtr<IUnknown> end;
       ComPtr<IUnknown> same;
-      ASSERT_EQ(start->QueryInterface(to, end.PutVoid()), S_OK) << from.Data1 << " " << to.Data1;
-      ASSERT_EQ(end->QueryInterface(IID_IUnknown, same.PutVoid()), S_OK);
-      EXPECT_EQ(same.Get(), &identity) << from.Data1 << " " << to.Data1;
+      ASSERT_EQ(identity.QueryInterface(from, start.PutVoid()), S_OK);
+      ASSERT_EQ(start.QueryTo(end, to), S_OK);
+      ASSERT_EQ(end.QueryTo(same), S_OK);
+      EXPECT_EQ(same.Get(), &identity);
     }
   }
-  void* none = &identity;
-  EXPECT_EQ(identity.QueryInterface(DIID__ITlkcEvents, &none), E_NOINTERFACE);
-  EXPECT_EQ(none, nullptr);
+  for (const IID& none : {DIID__ITlkcEvents, IID_IObjectSafety}) {
+    void* object = &identity;
+    EXPECT_EQ(identity.QueryInterface(none, &object), E_NOINTERFACE);
+    EXPECT_EQ(object, nullptr);
+  }
 }
 
-TEST_F(IdentityTest, APlainControlIsOneObject) {
-  const ComPtr<IUnknown> control = Create(m_module);
-  ExpectOneObject(*control.Get());
-  EXPECT_EQ(control->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+TEST_F(IdentityTest, IsOneObjectWithNobodyAroundIt) {
+  ExpectOneObject(*m_module.Create().Get());
+  EXPECT_EQ(m_module.Create()->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 }
 
-TEST_F(IdentityTest, AnAggregatedControlIsAPartOfItsOuterObject) {
+TEST_F(IdentityTest, IsAPartOfAnObjectAroundIt) {
   Outer outer;
-  outer.inner = Create(m_module, &outer);
+  outer.inner = m_module.Create(&outer);
   ExpectOneObject(outer);
-  EXPECT_EQ(outer.references, 1U);
   ComPtr<IUnknown> identity;
-  EXPECT_EQ(outer.inner->QueryInterface(IID_IUnknown, identity.PutVoid()), S_OK);
+  EXPECT_EQ(outer.inner.QueryTo(identity), S_OK);
   EXPECT_EQ(identity.Get(), outer.inner.Get()) << "the outer object's own reference";
 }
 

@@ -1,19 +1,11 @@
-#include <TlkC2.h>
-#include <gtest/gtest.h>
-
-#include "tests/com/ModuleFile.h"
+#include "tests/com/LoadedModule.h"
+#include "tests/com/ProcessHoldings.h"
 
 namespace tlk {
 namespace {
 
 class ModuleTest : public testing::Test {
  protected:
-  ComPtr<IClassFactory> Factory() {
-    ComPtr<IClassFactory> factory;
-    EXPECT_EQ(m_module.GetClassObject(CLSID_Tlkc, IID_IClassFactory, factory.PutVoid()), S_OK);
-    return factory;
-  }
-
   HRESULT CanUnload() { return m_module.Call("DllCanUnloadNow"); }
 
   const Apartment m_apartment;
@@ -22,35 +14,42 @@ class ModuleTest : public testing::Test {
 
 TEST_F(ModuleTest, ServesOneClassPlainAndAggregated) {
   ComPtr<IUnknown> object;
-  EXPECT_EQ(m_module.GetClassObject(IID_ITlkc, IID_IUnknown, object.PutVoid()),
-            CLASS_E_CLASSNOTAVAILABLE);
-  EXPECT_EQ(m_module.GetClassObject(CLSID_Tlkc, IID_IDispatch, object.PutVoid()), E_NOINTERFACE);
+  void** const place = object.PutVoid();
+  const auto factory = m_module.Factory();
+  EXPECT_EQ(m_module.GetClassObject(IID_ITlkc, IID_IUnknown, place), CLASS_E_CLASSNOTAVAILABLE);
+  EXPECT_EQ(m_module.GetClassObject(CLSID_Tlkc, IID_IDispatch, place), E_NOINTERFACE);
   EXPECT_EQ(m_module.GetClassObject(CLSID_Tlkc, IID_IUnknown, nullptr), E_POINTER);
-
-  const auto factory = Factory();
   EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
-  EXPECT_EQ(factory->CreateInstance(nullptr, CLSID_Tlkc, object.PutVoid()), E_NOINTERFACE);
-  EXPECT_EQ(factory->CreateInstance(factory.Get(), IID_IDispatch, object.PutVoid()),
-            CLASS_E_NOAGGREGATION);
+  EXPECT_EQ(factory->CreateInstance(nullptr, CLSID_Tlkc, place), E_NOINTERFACE);
+  EXPECT_EQ(factory->CreateInstance(factory.Get(), IID_IDispatch, place), CLASS_E_NOAGGREGATION);
   EXPECT_FALSE(object);
-  for (IUnknown* outer : {static_cast<IUnknown*>(nullptr), static_cast<IUnknown*>(factory.Get())}) {
-    EXPECT_EQ(factory->CreateInstance(outer, IID_IUnknown, object.PutVoid()), S_OK);
-  }
+  EXPECT_TRUE(m_module.Create() && m_module.Create(factory.Get()));
 }
 
 TEST_F(ModuleTest, StaysForWhatHoldsIt) {
   EXPECT_EQ(CanUnload(), S_OK);
-  auto factory = Factory();
+  auto factory = m_module.Factory();
   EXPECT_EQ(CanUnload(), S_FALSE) << "a class object";
-  ComPtr<IUnknown> control;
-  ASSERT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, control.PutVoid()), S_OK);
   EXPECT_EQ(factory->LockServer(TRUE), S_OK);
   factory = nullptr;
-  EXPECT_EQ(CanUnload(), S_FALSE) << "a control and a lock";
-  control = nullptr;
   EXPECT_EQ(CanUnload(), S_FALSE) << "a lock";
-  EXPECT_EQ(Factory()->LockServer(FALSE), S_OK);
+  auto control = m_module.Create();
+  EXPECT_EQ(m_module.Factory()->LockServer(FALSE), S_OK);
+  EXPECT_EQ(CanUnload(), S_FALSE) << "a control";
+  control = nullptr;
   EXPECT_EQ(CanUnload(), S_OK);
+}
+
+TEST(ModuleLifeTest, AThousandLoadsLeaveNothingBehind) {
+  const Apartment apartment;
+  ProcessHoldings before;
+  for (int loads = 0; loads < 1000; ++loads) {
+    if (loads == 20) before = HoldingsNow();  // The first few only warm the process up.
+    const LoadedModule module;
+    EXPECT_TRUE(module.Create());
+  }
+  ExpectNothingLeftSince(before);
+  EXPECT_EQ(GetModuleHandleW(L"TlkC2.dll"), nullptr);
 }
 
 }  // namespace

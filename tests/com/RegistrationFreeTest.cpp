@@ -1,24 +1,7 @@
-#include <TlkC2.h>
-#include <gtest/gtest.h>
-
-#include "tests/com/ModuleFile.h"
+#include "tests/com/LoadedModule.h"
 
 namespace tlk {
 namespace {
-
-/// The context of a host that has the manifest for its own: a file, or the resource `inside` one.
-HANDLE ContextOf(const wchar_t* name, WORD inside) {
-  const std::wstring manifest = FileBesideTest(name);
-  const std::wstring folder = FileBesideTest(L"");
-  ACTCTXW context{};
-  context.cbSize = sizeof context;
-  context.dwFlags =
-      ACTCTX_FLAG_ASSEMBLY_DIRECTORY_VALID | (inside != 0 ? ACTCTX_FLAG_RESOURCE_NAME_VALID : 0);
-  context.lpSource = manifest.c_str();
-  context.lpResourceName = MAKEINTRESOURCEW(inside);
-  context.lpAssemblyDirectory = folder.c_str();
-  return CreateActCtxW(&context);
-}
 
 void FindTheControlAndLetItGo() {
   CLSID found{};
@@ -38,12 +21,22 @@ void FindTheControlAndLetItGo() {
   EXPECT_EQ(GetModuleHandleW(L"TlkC2.dll"), nullptr);
 }
 
+// A file, or the resource that is in one.
 TEST(RegistrationFreeTest, AManifestStandsInForTheRegistry) {
   const Apartment apartment;
-  for (const auto& [manifest, inside] : {std::pair{L"TlkC2.dll", 1}, {L"host.manifest", 0}}) {
-    const HANDLE context = ContextOf(manifest, static_cast<WORD>(inside));
+  const std::wstring folder = FileBesideTest(L"");
+  for (const auto& [name, resource] : {std::pair{L"TlkC2.dll", 1}, {L"host.manifest", 0}}) {
+    const std::wstring manifest = FileBesideTest(name);
+    ACTCTXW host{};
+    host.cbSize = sizeof host;
+    host.dwFlags = ACTCTX_FLAG_ASSEMBLY_DIRECTORY_VALID;
+    if (resource != 0) host.dwFlags |= ACTCTX_FLAG_RESOURCE_NAME_VALID;
+    host.lpSource = manifest.c_str();
+    host.lpResourceName = MAKEINTRESOURCEW(resource);
+    host.lpAssemblyDirectory = folder.c_str();
+    const HANDLE context = CreateActCtxW(&host);
     ULONG_PTR cookie = 0;
-    ASSERT_TRUE(ActivateActCtx(context, &cookie)) << manifest;
+    ASSERT_TRUE(ActivateActCtx(context, &cookie)) << name;
     FindTheControlAndLetItGo();
     DeactivateActCtx(0, cookie);
     ReleaseActCtx(context);

@@ -8,40 +8,22 @@
 #include <utility>
 
 #include "platform/windows/ComPtr.h"
+#include "tests/com/OwnComponent.h"
 
 namespace tlk {
 
-/// What a container shows a control, in one object. It is not freed with its last reference.
-class Site final : public IOleClientSite,
-                   public IOleInPlaceSite,
-                   public IOleInPlaceUIWindow,
-                   public IOleControlSite,
-                   public IAdviseSink {
+/// What a container shows a control, in one object.
+class Site final : public OwnComponent<IOleClientSite, IOleInPlaceSite, IOleInPlaceUIWindow,
+                                       IOleControlSite, IAdviseSink> {
  public:
   explicit Site(HWND window) : m_window(window) {}
 
   /// The control's calls since the last time, one blank between them.
   std::string TakeCalls() { return std::exchange(m_calls, {}); }
-  [[nodiscard]] ULONG References() const { return m_references; }
-  [[nodiscard]] const ComPtr<IOleInPlaceActiveObject>& Active() const { return m_active; }
 
   std::string refused;                                  ///< The call that fails.
   std::function<void(const std::string& call)> during;  ///< Runs inside each call.
-
-  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-    const std::pair<const IID&, IUnknown*> interfaces[] = {
-        {IID_IOleClientSite, static_cast<IOleClientSite*>(this)},
-        {IID_IOleInPlaceSite, static_cast<IOleInPlaceSite*>(this)},
-        {IID_IOleControlSite, static_cast<IOleControlSite*>(this)},
-        {IID_IAdviseSink, static_cast<IAdviseSink*>(this)}};
-    *object = nullptr;
-    for (const auto& [id, part] : interfaces) {
-      if (id == iid) *object = ComPtr<IUnknown>(part).Detach();
-    }
-    return *object != nullptr ? S_OK : E_NOINTERFACE;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-  STDMETHODIMP_(ULONG) Release() override { return --m_references; }
+  ComPtr<IOleInPlaceActiveObject> active;               ///< What has the user's attention.
 
   STDMETHODIMP SaveObject() override { return Note("SaveObject"); }
   STDMETHODIMP GetMoniker(DWORD, DWORD, IMoniker**) override { return E_NOTIMPL; }
@@ -75,9 +57,9 @@ class Site final : public IOleClientSite,
   STDMETHODIMP GetBorder(LPRECT) override { return INPLACE_E_NOTOOLSPACE; }
   STDMETHODIMP RequestBorderSpace(LPCBORDERWIDTHS) override { return INPLACE_E_NOTOOLSPACE; }
   STDMETHODIMP SetBorderSpace(LPCBORDERWIDTHS) override { return Note("SetBorderSpace"); }
-  STDMETHODIMP SetActiveObject(IOleInPlaceActiveObject* active, LPCOLESTR) override {
-    m_active = ComPtr<IOleInPlaceActiveObject>(active);
-    return Note(active != nullptr ? "SetActive" : "ClearActive");
+  STDMETHODIMP SetActiveObject(IOleInPlaceActiveObject* object, LPCOLESTR) override {
+    active = ComPtr<IOleInPlaceActiveObject>(object);
+    return Note(object != nullptr ? "SetActive" : "ClearActive");
   }
 
   STDMETHODIMP OnControlInfoChanged() override { return E_NOTIMPL; }
@@ -102,9 +84,7 @@ class Site final : public IOleClientSite,
   }
 
   const HWND m_window;
-  ULONG m_references = 1;
   std::string m_calls;
-  ComPtr<IOleInPlaceActiveObject> m_active;
 };
 
 }  // namespace tlk

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "tests/com/ModuleFile.h"
+#include "tests/com/LoadedModule.h"
 
 namespace tlk {
 namespace {
@@ -90,13 +90,12 @@ void TellType(ITypeInfo* type, std::ostream& out) {
   type->ReleaseTypeAttr(held);
   out << "kind " << seen.typekind << " flags " << (seen.wTypeFlags & ~TYPEFLAG_FOLEAUTOMATION)
       << " " << Documented(type, MEMBERID_NIL) << "\n";
+  const bool isDual = (seen.wTypeFlags & TYPEFLAG_FDUAL) != 0;
   HREFTYPE reference = 0;
-  if ((seen.wTypeFlags & TYPEFLAG_FDUAL) != 0) {
-    ASSERT_EQ(type->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference), S_OK);
-    for (UINT i = 0; i < 5; ++i) TellFunction(Referred(type, reference).Get(), i, out);
-    return;
-  }
-  for (UINT i = 0; i < seen.cFuncs; ++i) TellFunction(type, i, out);
+  const HRESULT asInterface = type->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference);
+  EXPECT_EQ(SUCCEEDED(asInterface), isDual);
+  const auto functions = isDual ? Referred(type, reference) : ComPtr<ITypeInfo>(type);
+  for (UINT i = 0; i < (isDual ? 5U : seen.cFuncs); ++i) TellFunction(functions.Get(), i, out);
   for (UINT i = 0; i < seen.cVars; ++i) TellConstant(type, i, out);
   for (UINT i = 0; seen.typekind == TKIND_COCLASS && i < seen.cImplTypes; ++i) {
     INT flags = 0;

@@ -75,8 +75,15 @@ script() {
   sed -E 's/\([0-9]+\) [A-Z] .*//' "$work/script.txt" | grep -aE '^(status|connected|reply|the status)'
 }
 
-# For the machine: this Wine shows a program the machine's classes only, not the user's.
-quietly regsvr32 /s "$(windows_path "$work/TlkC2.dll")"
+# For the user, in the registry alone: this Wine shows a program the machine's classes only.
+dll=$(windows_path "$work/TlkC2.dll")
+is_users() { quietly reg query 'HKCU\Software\Classes\TlkC2.Tlkc\CurVer' && echo yes || echo no; }
+quietly regsvr32 /s /n /i:user "$dll"
+compare "registered for the user" <(is_users) <<<yes
+quietly regsvr32 /s /u /n /i:user "$dll"
+compare "unregistered for the user" <(is_users) <<<no
+
+quietly regsvr32 /s "$dll"
 greet
 expect_greeting "greeter, registered"
 script status.vbs >"$work/vbs.txt"

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <TlkC2.h>
+#include <gtest/gtest.h>
 #include <ole2.h>
 #include <windows.h>
 
@@ -22,10 +24,13 @@ struct Apartment {
   ~Apartment() { OleUninitialize(); }
 };
 
-/// The module, loaded as it lies beside the test.
+/// The module, loaded as it lies beside the test. In the end nothing may hold it.
 struct LoadedModule {
   LoadedModule() : module(LoadLibraryW(FileBesideTest(L"TlkC2.dll").c_str())) {}
-  ~LoadedModule() { FreeLibrary(module); }
+  ~LoadedModule() {
+    EXPECT_EQ(Call("DllCanUnloadNow"), S_OK);
+    FreeLibrary(module);
+  }
 
   /// Calls an entry point; E_NOTIMPL when there is none.
   template <typename... Arguments>
@@ -37,6 +42,18 @@ struct LoadedModule {
 
   HRESULT GetClassObject(const CLSID& classId, const IID& iid, void** object) const {
     return Call<const CLSID&, const IID&, void**>("DllGetClassObject", classId, iid, object);
+  }
+  [[nodiscard]] ComPtr<IClassFactory> Factory() const {
+    ComPtr<IClassFactory> factory;
+    EXPECT_EQ(GetClassObject(CLSID_Tlkc, IID_IClassFactory, factory.PutVoid()), S_OK);
+    return factory;
+  }
+
+  /// A control, plain or as a part of `outer`.
+  [[nodiscard]] ComPtr<IUnknown> Create(IUnknown* outer = nullptr) const {
+    ComPtr<IUnknown> made;
+    EXPECT_EQ(Factory()->CreateInstance(outer, IID_IUnknown, made.PutVoid()), S_OK);
+    return made;
   }
 
   const HMODULE module;
