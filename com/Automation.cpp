@@ -16,7 +16,7 @@ constexpr DISPID kSendReceiveTlkMsg = 5;
 // How many arguments each member takes, from the first DISPID on.
 constexpr UINT kParameterCounts[] = {0, 2, 0, 2, 5};
 
-// Whether the arguments that are counted are there.
+// Whether there are arrays behind the counts, and no more names than arguments.
 bool AreThere(const DISPPARAMS& given) {
   return (given.cArgs == 0 || given.rgvarg != nullptr) &&
          (given.cNamedArgs == 0 || given.rgdispidNamedArgs != nullptr) &&

@@ -53,7 +53,7 @@ STDMETHODIMP ConnectionPoint::Unadvise(DWORD cookie) {
   const auto slot = std::find_if(m_slots.begin(), m_slots.end(),
                                  [cookie](const Slot& s) { return s.sink && s.cookie == cookie; });
   if (slot == m_slots.end()) return CONNECT_E_NOCONNECTION;
-  // Released last: the sink may call back.
+  // The slot is empty before the sink is released, which may call back here.
   const ComPtr<IUnknown> released = std::exchange(slot->sink, nullptr);
   return S_OK;
 }

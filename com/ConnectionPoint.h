@@ -11,14 +11,16 @@ namespace tlk {
 
 /// One outgoing interface of the control and the sinks that listen to it.
 ///
-/// A sink keeps its slot until it is unadvised; the slot of one that is gone is empty and goes to
-/// the next that comes. So a walk over the slots stays valid whatever the sinks do meanwhile.
+/// A sink keeps its slot until it is unadvised. The slot then stays, empty, until another sink is
+/// advised. So whoever walks over the slots by their numbers may go on, whatever sinks do
+/// meanwhile.
 class ConnectionPoint final : public Part<IConnectionPoint> {
  public:
   ConnectionPoint(IUnknown& controller, IConnectionPointContainer& container, REFIID outgoing)
       : Part(controller), m_container(container), m_outgoing(outgoing) {}
 
-  /// A connection point is an object of its own, though it lives as long as the control.
+  /// Answers for the connection point alone, which is an object of its own; its references are the
+  /// control's all the same, so it lives as long.
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
 
   STDMETHODIMP GetConnectionInterface(IID* iid) override;

@@ -9,14 +9,14 @@
 
 extern "C" {
 
-// Thread notifications stay on: the runtime that is linked in lives by them.
+// Thread notifications are not switched off: the C++ runtime that is linked in needs them.
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds) {
   static constinit bool isStarted = false;
   if (reason == DLL_PROCESS_ATTACH) {
     isStarted = tlk::Module::Get().Start(instance);
     return isStarted ? TRUE : FALSE;
   }
-  // Called after a start that failed, too.
+  // The system calls this after a start that has failed, too.
   if (reason == DLL_PROCESS_DETACH && processEnds == nullptr && isStarted) {
     tlk::Module::Get().End();
     tlk::InPlaceWindow::ForgetClass();

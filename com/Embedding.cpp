@@ -41,7 +41,8 @@ void Embedding::GetViewAdvise(DWORD* aspects, DWORD* flags, IAdviseSink** sink) 
   if (sink != nullptr) *sink = ComPtr<IAdviseSink>(m_viewAdvisee).Detach();
 }
 
-// Each of these may be the last that holds the sink or the holder, hence the references.
+// A sink may, while it is called, have the control forget it or let go of the control: the local
+// references keep what is called alive until it has returned.
 void Embedding::TellViewer() {
   const ComPtr<IAdviseSink> viewer = m_viewAdvisee;
   if (!viewer || (m_viewAspects & DVASPECT_CONTENT) == 0) return;

@@ -31,9 +31,9 @@ class Embedding {
 
   [[nodiscard]] SIZEL Extent() const { return m_extent; }
   void SetExtent(SIZEL extent);
-  /// As a new control has it, and nothing to save.
+  /// Takes the size of a new control. There is nothing to save then.
   void Reset();
-  /// As it was saved, and nothing to save.
+  /// Takes the size that was loaded. There is nothing to save then.
   void Restore(SIZEL extent);
 
   [[nodiscard]] bool IsDirty() const { return m_isDirty; }

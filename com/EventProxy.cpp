@@ -11,7 +11,7 @@ namespace {
 constexpr DISPID kConnStatusChanged = 1;
 constexpr DISPID kTlkMsgRecieved = 2;
 
-// A text that stays its owner's: sinks do not free their arguments.
+// A text as an argument. It is not copied: sinks do not free their arguments.
 VARIANT Lent(BSTR text) {
   VARIANT value{};
   value.vt = VT_BSTR;

@@ -9,9 +9,10 @@ namespace tlk {
 /// calling thread.
 ///
 /// The control and the sink are held while the sink runs, so it may unadvise itself or another,
-/// which is then not called, release the control, or end its container. What a sink answers is
-/// nobody's concern, and one that fails keeps no other from being called. One that comes while an
-/// event is being raised hears the next; this one too, if the slot it takes is still to come.
+/// which is then not called, release the control, or end its container. The results of sinks are
+/// ignored: after one that fails the others are called all the same. A sink that is advised while
+/// an event is being raised hears it only if it takes an empty slot that the walk has not come to
+/// yet; it hears the next event in any case.
 class CProxy_ITlkcEvents final : public ITlkcEvents {
  public:
   CProxy_ITlkcEvents(IUnknown& controller, ConnectionPoint& sinks)

@@ -9,7 +9,8 @@ namespace {
 
 constexpr const wchar_t* kUserName = L"Tlkc";
 
-// Whether the container lets its user design rather than use the control; most tell nothing.
+// Whether the container is in its design mode, in which a click does not start the control. One
+// that does not say is not.
 bool IsBeingDesigned(const Embedding& embedding) {
   const auto ambient = embedding.SiteAs<IDispatch>();
   if (!ambient) return false;
@@ -62,7 +63,7 @@ HRESULT InPlaceActivation::EnterPlace() {
   const HRESULT allowed = site->CanInPlaceActivate();
   if (allowed != S_OK) return FAILED(allowed) ? allowed : E_FAIL;
   if (!m_embedding.Site()) return E_UNEXPECTED;
-  // Active before the site hears of it, so that it can end it from there.
+  // Marked as active first: the site may deactivate the control inside the call.
   m_site = site;
   m_isActive = true;
   const HRESULT entered = site->OnInPlaceActivate();
@@ -119,7 +120,8 @@ HRESULT InPlaceActivation::ActivateInterface() {
   return m_isInterfaceActive ? S_OK : E_UNEXPECTED;
 }
 
-// Once the activity has ended, nobody would take back what a window is told.
+// Tells a window nothing once the activity has ended: what it was told then, nobody would take
+// back.
 void InPlaceActivation::TakeBorders(const ComPtr<IOleInPlaceUIWindow>& window,
                                     IOleInPlaceActiveObject* active) {
   if (!window || !m_isInterfaceActive) return;
@@ -160,7 +162,7 @@ HRESULT InPlaceActivation::OfferKey(MSG* key) {
   return site ? site->TranslateAccelerator(key, ModifierKeys()) : S_FALSE;
 }
 
-// Whether by the keyboard or by a click, who comes to the control wants to use it.
+// A user who gives the control the focus wants to use it, as one who clicks on it does.
 void InPlaceActivation::OnFocus(bool gained) {
   if (gained) OnUsed();
   const auto site = m_embedding.SiteAs<IOleControlSite>();

@@ -8,8 +8,8 @@
 
 namespace tlk {
 
-/// The control's life in the container's window: with no window, active in place with one, or
-/// having the user's attention as well (UI active).
+/// How far the control is active in the container's window: not at all, and without a window of its
+/// own; in place, with one; or UI active, when it has the user's attention as well.
 ///
 /// Every step asks or tells the site in the order in which containers expect it. A site may end the
 /// control's activity from inside any of these calls.
@@ -35,7 +35,7 @@ class InPlaceActivation final : private WindowOwner {
 
   [[nodiscard]] HWND Window() const { return m_window.Handle(); }
 
-  /// Whether a key is the container's business.
+  /// Asks the container whether it wants a key: S_OK when it has used it, S_FALSE when not.
   [[nodiscard]] HRESULT OfferKey(MSG* key);
 
  private:

@@ -7,8 +7,8 @@
 
 namespace tlk {
 
-/// The control as an object that is active in its container's window. It always has a window of its
-/// own, so what concerns windowless objects is not for it.
+/// The control as an object that is active in its container's window. It is never active without a
+/// window of its own, so the methods for windowless objects do nothing.
 class InPlaceObject final : public Part<IOleInPlaceObjectWindowless> {
  public:
   InPlaceObject(IUnknown& controller, InPlaceActivation& activation)

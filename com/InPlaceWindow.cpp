@@ -21,7 +21,7 @@ void RegisterWindowClass(WNDPROC procedure) {
   windowClass.hCursor = LoadCursorW(nullptr, reinterpret_cast<const wchar_t*>(IDC_ARROW));
   windowClass.hbrBackground = GetSysColorBrush(COLOR_WINDOW);
   windowClass.lpszClassName = kClassName;
-  // Fails from the second time on, which does no harm.
+  // Fails when the class is registered already, which does no harm.
   RegisterClassExW(&windowClass);
 }
 
@@ -42,7 +42,7 @@ void InPlaceWindow::Destroy() {
   const HWND window = std::exchange(m_window, nullptr);
   if (window == nullptr) return;
   m_port.Detach();
-  // From here on its messages are none of the control's, which may be past being held.
+  // The messages of its end must not reach the control, which may be in its own destructor.
   SetWindowLongPtrW(window, GWLP_USERDATA, 0);
   DestroyWindow(window);
 }
@@ -76,8 +76,8 @@ LRESULT CALLBACK InPlaceWindow::Procedure(HWND window, UINT message, WPARAM wPar
   return self->Treat(message, wParam, lParam);
 }
 
-// What a container reflects to its controls (OCM_ messages) gets the usual answer, like all the
-// rest.
+// Messages that a container sends back to its controls (OCM_...) go to the system's own procedure,
+// like all that are not named here.
 LRESULT InPlaceWindow::Treat(UINT message, WPARAM wParam, LPARAM lParam) {
   const HWND window = m_window;
   LRESULT result = 0;
@@ -93,7 +93,7 @@ LRESULT InPlaceWindow::Treat(UINT message, WPARAM wParam, LPARAM lParam) {
       m_owner.OnUsed();
       break;
     case WM_NCDESTROY:
-      // A parent that goes takes its children along without asking them.
+      // The container's window was destroyed, and with it this one, without a call of Destroy.
       m_port.Detach();
       m_window = nullptr;
       SetWindowLongPtrW(window, GWLP_USERDATA, 0);

@@ -15,7 +15,7 @@ constexpr WORD kSocketsVersion = MAKEWORD(1, 1);
 constexpr const char* kLogName = "TLK_Client.log";
 constexpr std::int32_t kLogThreshold = 4;
 
-// Set to anything but nothing and "0", it leaves the texts of messages out of the trace log.
+// Whether TLK_LEAVE_OUT_TEXTS is set, and neither empty nor "0".
 bool AreTextsUnwanted() {
   std::array<wchar_t, 2> value{};
   const DWORD length = GetEnvironmentVariableW(L"TLK_LEAVE_OUT_TEXTS", value.data(), value.size());
@@ -57,7 +57,7 @@ std::wstring Module::Path() const {
 void Module::Hold() { ++m_holds; }
 
 void Module::LetGo() {
-  // Before the count falls: from then on the module may be unmapped.
+  // While the count still holds the module: the host may unload it as soon as the count is 0.
   if (m_holds == 1) m_traceLog.Rest();
   --m_holds;
 }

@@ -21,8 +21,8 @@ class Module {
 
   /// Starts Windows Sockets, version 1.1, for as long as the module is loaded; false when that
   /// fails, and then the module does not load. Reads the environment variable TLK_LEAVE_OUT_TEXTS,
-  /// once: set to anything but nothing and "0", it leaves the texts of messages out of the trace
-  /// log, as `LeaveOutMessageTexts` says.
+  /// once: when it is set, and neither empty nor "0", the texts of messages are left out of the
+  /// trace log, as `LeaveOutMessageTexts` says.
   [[nodiscard]] bool Start(HINSTANCE instance);
   void End();
 
@@ -51,7 +51,7 @@ class Module {
 
   HINSTANCE m_instance = nullptr;
   std::atomic<long> m_holds{0};
-  const ThreadLayer m_threadLayer;  // Stands before the log and outlasts it.
+  const ThreadLayer m_threadLayer;  // Made before the log and ended after it.
   MsxmlDomFactory m_dom;
   const XmlGate m_gate;
   QNLogger m_traceLog;

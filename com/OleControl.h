@@ -18,7 +18,7 @@ class OleControl final : public Part<IOleControl> {
   STDMETHODIMP OnMnemonic(MSG*) override { return E_NOTIMPL; }
   STDMETHODIMP OnAmbientPropertyChange(DISPID) override { return S_OK; }
 
-  /// Events are raised all the same: one that was held back would be a message lost.
+  /// Events are raised all the same: a message whose event was held back would be lost.
   STDMETHODIMP FreezeEvents(BOOL) override { return S_OK; }
 };
 

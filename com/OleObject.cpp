@@ -63,7 +63,7 @@ STDMETHODIMP OleObject::DoVerb(LONG verb, LPMSG, IOleClientSite*, LONG, HWND, LP
   switch (verb) {
     case OLEIVERB_PRIMARY:
     case OLEIVERB_SHOW:
-    case OLEIVERB_OPEN:  // There is no window apart to open it in.
+    case OLEIVERB_OPEN:  // The control has no window outside of the container.
     case OLEIVERB_INPLACEACTIVATE:
       return m_activation.Activate(false);
     case OLEIVERB_UIACTIVATE:
@@ -78,7 +78,7 @@ STDMETHODIMP OleObject::DoVerb(LONG verb, LPMSG, IOleClientSite*, LONG, HWND, LP
   }
 }
 
-// A container that has come up with a verb of its own gets the primary one.
+// A verb that the control does not know does what the primary one does, and the result says so.
 HRESULT OleObject::DoUnknownVerb() {
   const HRESULT activated = m_activation.Activate(false);
   return SUCCEEDED(activated) ? OLEOBJ_S_INVALIDVERB : activated;

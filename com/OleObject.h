@@ -20,7 +20,7 @@ class OleObject final : public Part<IOleObject> {
   OleObject(IUnknown& controller, Embedding& embedding, InPlaceActivation& activation)
       : Part(controller), m_embedding(embedding), m_activation(activation) {}
 
-  /// Another site finds the control inactive; the one that it was active in has been told.
+  /// A control that is active leaves its old site first, and tells it so.
   STDMETHODIMP SetClientSite(IOleClientSite* site) override;
   STDMETHODIMP GetClientSite(IOleClientSite** site) override;
   STDMETHODIMP SetHostNames(LPCOLESTR application, LPCOLESTR document) override;

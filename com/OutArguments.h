@@ -11,21 +11,22 @@ namespace tlk {
 
 /// The arguments of `SendReceiveTlkMsg` as a script gives them, made fit for a typed call.
 ///
-/// A script hands over the variables themselves for `RecMSG` and `RecData`, and the call takes
-/// nothing but places for texts. Such places are lent to it instead, and what it writes there goes
-/// to the variables afterwards; a variable that nothing was written for stays as it was.
+/// For `RecMSG` and `RecData` a script gives references to its variables, which are VARIANTs, but
+/// the call takes references to texts only. So it is given those of two texts here, and what it has
+/// written to them is then moved to the variables. A variable for which it has written nothing
+/// stays as it was.
 class OutArguments {
  public:
   /// Takes a copy of `given`, whose arguments stay the caller's.
   explicit OutArguments(const DISPPARAMS& given);
 
-  /// Whether what is to be written to can be written to: a value by itself cannot.
+  /// False when `RecMSG` or `RecData` is given as a value: it cannot be written to.
   [[nodiscard]] bool AreWritable() const { return m_areWritable; }
 
-  /// What to make the call with. It refers to this object.
+  /// The arguments for the call. They lie in this object.
   [[nodiscard]] DISPPARAMS* ForCall() { return &m_parameters; }
 
-  /// Hands over what the call has written.
+  /// Moves what the call has written to the script's variables.
   void HandOver();
 
  private:

@@ -91,7 +91,7 @@ STDMETHODIMP StoragePersistence::Save(IStorage* storage, BOOL sameAsLoad) {
   return saved;
 }
 
-// What was saved was a copy, unless its storage is now the control's own.
+// Without a storage, what was saved is a copy, and the control has as much to save as before.
 STDMETHODIMP StoragePersistence::SaveCompleted(IStorage* storage) {
   if (std::exchange(m_hasSaved, false) && storage != nullptr) m_embedding.MarkClean();
   m_embedding.TellSaved();

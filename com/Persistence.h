@@ -37,8 +37,8 @@ class StoragePersistence final : public Part<IPersistStorage> {
   STDMETHODIMP IsDirty() override;
   STDMETHODIMP InitNew(IStorage* storage) override;
   STDMETHODIMP Load(IStorage* storage) override;
-  /// Nothing is left to save after `sameAsLoad`; without, only if `SaveCompleted` hands over the
-  /// storage to stay with.
+  /// With `sameAsLoad` nothing is left to save. Without, what was saved may be a copy: something is
+  /// left to save until `SaveCompleted` names the storage that is the control's own from then on.
   STDMETHODIMP Save(IStorage* storage, BOOL sameAsLoad) override;
   STDMETHODIMP SaveCompleted(IStorage* storage) override;
   STDMETHODIMP HandsOffStorage() override;

@@ -2,7 +2,8 @@
 
 namespace tlk {
 
-/// As the system lays it out; no header declares it.
+/// The interface of the system's processor, which no header declares. The order of the methods is
+/// the system's.
 struct SystemRegistrar : IUnknown {
   virtual HRESULT STDMETHODCALLTYPE AddReplacement(LPCOLESTR key, LPCOLESTR item) = 0;
   virtual HRESULT STDMETHODCALLTYPE ClearReplacements() = 0;
@@ -26,7 +27,7 @@ constexpr const wchar_t* kScriptType = L"REGISTRY";
 
 using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
 
-/// A text that scripts quote with apostrophes, so each of its own counts double.
+/// The text with each apostrophe doubled: scripts put it between apostrophes.
 std::wstring Quotable(const std::wstring& text) {
   std::wstring quotable;
   for (const wchar_t character : text) {

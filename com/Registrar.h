@@ -23,7 +23,7 @@ class Registrar {
   /// Loads the processor and has it put the path of `module` for "%MODULE%" in scripts.
   [[nodiscard]] HRESULT Open(const std::wstring& module);
 
-  /// Adds, or removes, what the script that is resource `id` of the module names.
+  /// Adds, or removes, the keys of the script that is resource `id` of the module.
   [[nodiscard]] HRESULT Add(UINT id) const;
   [[nodiscard]] HRESULT Remove(UINT id) const;
 

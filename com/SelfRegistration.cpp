@@ -11,7 +11,7 @@
 #include "com/Resource.h"
 #include "platform/windows/ComPtr.h"
 
-// The system's headers lack these two.
+// Functions of oleaut32 that the compiler's headers do not declare.
 extern "C" {
 HRESULT WINAPI RegisterTypeLibForUser(ITypeLib* library, OLECHAR* path, OLECHAR* helpFolder);
 HRESULT WINAPI UnRegisterTypeLibForUser(REFGUID id, WORD major, WORD minor, LCID locale,
@@ -74,13 +74,13 @@ bool IsOtherRegistered(HKEY hive) {
 std::wstring LibraryKey() { return L"TypeLib\\" + Text(LIBID_TLKC2Lib) + kVersionKey + kSystemKey; }
 
 HRESULT RemoveLibrary(const Scope& scope) {
-  // The system takes the removal of what is not there for a failure.
+  // The system's function fails when nothing is registered.
   if (LookFor(HKEY_CLASSES_ROOT, LibraryKey(), 0) == ERROR_FILE_NOT_FOUND) return S_OK;
   return scope.removeLibrary(LIBID_TLKC2Lib, kMajorVersion, kMinorVersion, kAnyLocale, kSystem);
 }
 
-/// Removes no more than the way to this file. The system would remove the interfaces as well, and
-/// they are registered for both bitnesses at once.
+/// Removes the path of this bitness's file only. The system's function would remove the interfaces
+/// too, which are registered once for both bitnesses.
 HRESULT RemoveLibraryFile() {
   const LSTATUS removed = RegDeleteTreeW(HKEY_CLASSES_ROOT, LibraryKey().c_str());
   return removed == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(removed);
@@ -94,11 +94,12 @@ HRESULT AddAll(const Scope& scope, const Registrar& registrar, const std::wstrin
   return AddLibrary(scope, path);
 }
 
-/// Removes what it can, whatever fails; the first failure counts. What both bitnesses share goes
-/// with the last of them.
+/// Removes what it can even when a part of it fails, and returns the first failure. What both
+/// bitnesses share is removed with the last of them.
 HRESULT RemoveAll(const Scope& scope, const Registrar& registrar) {
   const HRESULT ofClass = registrar.Remove(IDR_CLASS);
-  // Asked only now: in a system of one bitness the key would be this module's own.
+  // Asked after the class is removed: on a system of one bitness both have one key, which would be
+  // this module's own.
   const bool isShared = IsOtherRegistered(scope.hive);
   const HRESULT library = isShared ? RemoveLibraryFile() : RemoveLibrary(scope);
   const HRESULT names = isShared ? S_OK : registrar.Remove(IDR_NAMES);

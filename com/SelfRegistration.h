@@ -12,9 +12,9 @@ enum class RegistrationScope { Machine, User };
 /// registration. After a failure nothing of it is left.
 [[nodiscard]] HRESULT Register(RegistrationScope scope) noexcept;
 
-/// Removes all of that, other places of registration excepted, and excepting what the other bitness
-/// needs as well while it is registered in the same place: the names of the class and the
-/// interfaces. Good as well when there is nothing.
+/// Removes what `Register` has written for that scope, and nothing of the other one. While the
+/// module of the other bitness is registered for the same scope, what both use stays: the names of
+/// the class, and the interfaces. Succeeds also when nothing is registered.
 [[nodiscard]] HRESULT Unregister(RegistrationScope scope) noexcept;
 
 }  // namespace tlk

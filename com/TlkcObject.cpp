@@ -40,7 +40,7 @@ class TlkcObject final : public IUnknown {
 
   [[nodiscard]] IUnknown* Find(REFIID iid);
 
-  // What is above outlives what is below.
+  // The order matters: each member may use those above it to the end.
   const ModuleHold m_hold;
   std::atomic<ULONG> m_references{1};
   IUnknown& m_controller;
@@ -137,7 +137,8 @@ IUnknown* TlkcObject::Find(REFIID iid) {
 STDMETHODIMP_(ULONG) TlkcObject::Release() {
   const ULONG left = --m_references;
   if (left == 0) {
-    // Whoever is let go of on the way may still ask for the control and let it go again.
+    // What the members release while they are destroyed may take a reference to the control and
+    // give it back: that must not delete it once more.
     m_references = 1;
     delete this;
   }

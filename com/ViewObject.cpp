@@ -7,7 +7,7 @@
 namespace tlk {
 namespace {
 
-// A device context that is put back as it was found.
+// Restores the state of a device context at the end of a scope.
 class DeviceScope {
  public:
   explicit DeviceScope(HDC device) : m_device(device), m_state(SaveDC(device)) {}
@@ -21,7 +21,7 @@ class DeviceScope {
   const int m_state;
 };
 
-// The same area in device units, which may run the other way.
+// The area in device units. An axis of the device may run the other way, hence the sorting.
 RECT InDeviceUnits(HDC device, const RECTL& area) {
   POINT corners[] = {{area.left, area.top}, {area.right, area.bottom}};
   LPtoDP(device, corners, 2);
@@ -50,7 +50,7 @@ STDMETHODIMP ViewObject::Draw(DWORD aspect, LONG, void*, DVTARGETDEVICE*, HDC, H
     SetMapMode(device, MM_TEXT);
     SetWindowOrgEx(device, 0, 0, nullptr);
     SetViewportOrgEx(device, 0, 0, nullptr);
-    // The text may be wider than that.
+    // The text may be wider than the area.
     IntersectClipRect(device, area.left, area.top, area.right, area.bottom);
   }
   DrawFace(device, area);
