@@ -21,57 +21,45 @@ trap cleanup EXIT
 windows_path() { local path=Z:$1 && echo "${path//\//\\}"; }
 quietly() { timeout 60 "$run" "$@" </dev/null >"$work/quiet.txt" 2>&1; }
 
-# compare WHAT FILE: whether the file holds what standard input says; line ends do not count.
+# compare WHAT EXPECTED: whether that is what standard input says; line ends do not count.
 compare() {
-  cat >"$work/expected"
-  if tr -d '\r' <"$2" | diff "$work/expected" - >"$work/difference"; then
-    echo "ok $1"
-  else
-    echo "FAILED $1" && cat "$work/difference"
-    exit 1
-  fi
+  tr -d '\r' | diff <(echo "$2") - >"$work/difference" && echo "ok $1" && return
+  echo "FAILED $1" && cat "$work/difference"
+  return 1
 }
 
 # The guide's blocks of a language, all together.
 block() { sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/p" docs/embedding.md | grep -v '^```'; }
-compare "the guide shows greeter.cpp" <(block cpp) <"$samples/greeter.cpp"
-compare "the guide shows greeter.exe.manifest" <(block xml) <"$samples/greeter.exe.manifest"
-compare "the guide shows status.vbs" <(block vb) <"$samples/status.vbs"
-compare "the guide shows status.js" <(block js) <"$samples/status.js"
+for sample in cpp:greeter.cpp xml:greeter.exe.manifest vb:status.vbs js:status.js; do
+  block "${sample%%:*}" | compare "the guide shows ${sample#*:}" "$(cat "$samples/${sample#*:}")"
+done
 sed -nE 's/.*\b(uu)?id\(([^)]*)\).*/\2/p; s/^ *(library|coclass|(disp)?interface|HRESULT) (\w+).*/\3/p' \
-  com/TlkC2.idl | paste -d ' ' - - |
-  compare "the guide shows the identifiers" <(sed -nE 's/^\| `(\w+)` \| `([^`]*)` \|.*/\2 \1/p' docs/embedding.md)
+  com/TlkC2.idl | paste -d ' ' - - | compare "the guide shows the identifiers" \
+  "$(sed -nE 's/^\| `(\w+)` \| `([^`]*)` \|.*/\2 \1/p' docs/embedding.md)"
 
+# greet HOW: runs the guide's program against a server. The Windows DOM may indent what it says.
 greet() {
   start_server "$native/tools/tlk/tlk" "$work/server.txt"
   TMPDIR=$work timeout 60 "$run" "$work/greeter.exe" "$port" </dev/null >"$work/log.txt" 2>"$work/told.txt" ||
     { cat "$work/told.txt" && exit 1; }
   wait "$server"
   server=
-}
-
-# The Windows DOM may indent.
-expect_greeting() {
-  tr -d '\r' <"$work/told.txt" | sed -z 's/>\n\t*</></g' >"$work/settled.txt"
-  compare "$1" "$work/settled.txt" <<'EXPECTED'
-status 3
+  tr -d '\r' <"$work/told.txt" | sed -z 's/>\n\t*</></g' | compare "greeter $1" 'status 3
 message Greeting: <Data><Text>Good morning</Text></Data>
-status 0
-EXPECTED
+status 0'
 }
 
 cmake --install "$windows" --prefix "$work" >"$work/quiet.txt"
 cp "$samples"/greeter.* "$work"
 block sh | (cd "$work" && bash -e)
-greet
-expect_greeting "greeter without registration"
+greet "without registration"
 rm "$work/greeter.exe.manifest"
 
 # What a script says itself. The trace log's lines go to the same output, and as another thread writes
 # them, one may stand before the end of the script's own line.
 script() {
   TMPDIR=$work timeout 60 "$run" cscript //nologo "$(windows_path "$samples/$1")" \
-    </dev/null >"$work/script.txt" 2>&1 || { cat "$work/script.txt" && exit 1; }
+    </dev/null >"$work/script.txt" 2>&1 || { cat "$work/script.txt" >&2 && exit 1; }
   sed -E 's/\([0-9]+\) [A-Z] .*//' "$work/script.txt" | grep -aE '^(status|connected|reply|the status)'
 }
 
@@ -79,28 +67,16 @@ script() {
 dll=$(windows_path "$work/TlkC2.dll")
 is_users() { quietly reg query 'HKCU\Software\Classes\TlkC2.Tlkc\CurVer' && echo yes || echo no; }
 quietly regsvr32 /s /n /i:user "$dll"
-compare "registered for the user" <(is_users) <<<yes
+is_users | compare "registered for the user" yes
 quietly regsvr32 /s /u /n /i:user "$dll"
-compare "unregistered for the user" <(is_users) <<<no
+is_users | compare "unregistered for the user" no
 
 quietly regsvr32 /s "$dll"
-greet
-expect_greeting "greeter, registered"
-script status.vbs >"$work/vbs.txt"
-compare "status.vbs" "$work/vbs.txt" <<'EXPECTED'
-status 0
-connected 0
-reply nothing
-EXPECTED
-script status.js >"$work/js.txt"
-compare "status.js" "$work/js.txt" <<'EXPECTED'
-status 0
-the status is read-only
-EXPECTED
+greet registered
+script status.vbs | compare status.vbs $'status 0\nconnected 0\nreply nothing'
+script status.js | compare status.js $'status 0\nthe status is read-only'
 
 # The tool finds the same control by its name.
 tlk() { TMPDIR=$work timeout 60 "$run" "$windows/tools/tlk/tlk.exe" "$@" 2>"$work/quiet.txt"; }
-echo status | tlk host --quiet >"$work/host.txt"
-compare "tlk host, registered" "$work/host.txt" <<<'status hr=0x00000000 value=0'
-tlk doctor </dev/null | tail -n 1 >"$work/doctor.txt"
-compare "tlk doctor, registered" "$work/doctor.txt" <<<'all fits'
+echo status | tlk host --quiet | compare "tlk host, registered" 'status hr=0x00000000 value=0'
+tlk doctor </dev/null | tail -n 1 | compare "tlk doctor, registered" 'all fits'
