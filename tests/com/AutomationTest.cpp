@@ -98,9 +98,11 @@ TEST_F(AutomationTest, TalksToAServerByName) {
   EXPECT_EQ(m_embedded.control->Connect(nullptr, 1, &untouched), E_FAIL);
   EXPECT_EQ(untouched, 77);
 
-  // The second request has no connection: what the first has brought stays.
+  // The second request has no connection: what the first has brought stays. What was there is
+  // freed.
   const Variant type(42L);
-  const Variant data(Bstr(L"before"));
+  Variant data;
+  *data.Put() = Of(VT_DISPATCH, ComPtr<IDispatch>(&m_listener).Detach());
   const VARIANT none = Of(VT_BSTR, nullptr);  // an empty text
   peer.Send(ServerMessage("Answer"));
   for (int times = 0; times < 2; ++times) {

@@ -23,6 +23,9 @@ TEST_F(EventsTest, ConnectionPointsKeepTheirSinks) {
     EXPECT_TRUE(id == expected && found.Get() == point.Get());
   }
   EXPECT_EQ(points->Next(1, point.Put(), nullptr), S_FALSE);
+  EXPECT_EQ(points->Reset(), S_OK);
+  EXPECT_EQ(points->Skip(2), S_OK);
+  EXPECT_EQ(points->Skip(1), S_FALSE);
   EXPECT_EQ(container->FindConnectionPoint(IID_IDispatch, point.Put()), CONNECT_E_NOCONNECTION);
 
   const auto events = m_embedded.Events();

@@ -63,31 +63,61 @@ TEST_F(IdentityTest, IsAPartOfAnObjectAroundIt) {
 
 TEST_F(IdentityTest, SaysWhatItIsAndWhatItDoesNotDo) {
   const auto data = m_embedded.As<IDataObject>();
+  const auto object = m_embedded.As<IOleObject>();
+  const auto view = m_embedded.As<IViewObjectEx>();
   FORMATETC text{CF_TEXT, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
   FORMATETC drawing{CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1, TYMED_MFPICT};
   STGMEDIUM medium{};
-  DWORD status = 0;
+  DWORD asContent = 0;
+  DWORD asIcon = 1;
   DWORD cookie = 0;
+  DWORD in = 9;
+  DWORD out = 9;
   GUID events{};
   CAUUID pages{9, nullptr};
-  QACONTAINER container{};
-  QACONTROL control{};
+  LPOLESTR name = nullptr;
+  const RECT bounds{10, 10, 20, 20};
   IAdviseSink* const sink = &m_embedded.site;
   const std::pair<HRESULT, HRESULT> cases[] = {
       {m_embedded.As<IProvideClassInfo2>()->GetGUID(1, &events), S_OK},
-      {m_embedded.As<IOleObject>()->GetMiscStatus(DVASPECT_CONTENT, &status), S_OK},
-      {m_embedded.As<IOleObject>()->Unadvise(99), OLE_E_NOCONNECTION},
+      {object->GetMiscStatus(DVASPECT_CONTENT, &asContent), S_OK},
+      {object->GetMiscStatus(DVASPECT_ICON, &asIcon), S_OK},
+      {object->GetUserType(USERCLASSTYPE_FULL, &name), S_OK},
+      {object->Unadvise(99), OLE_E_NOCONNECTION},
       {m_embedded.As<ISpecifyPropertyPages>()->GetPages(&pages), S_OK},
-      {m_embedded.As<IQuickActivate>()->QuickActivate(&container, &control), E_UNEXPECTED},
-      {m_embedded.As<IViewObject>()->SetAdvise(DVASPECT_ICON, 0, sink), DV_E_DVASPECT},
+      {view->SetAdvise(DVASPECT_ICON, 0, sink), DV_E_DVASPECT},
+      {view->QueryHitPoint(DVASPECT_CONTENT, &bounds, {10, 19}, 0, &in), S_OK},
+      {view->QueryHitPoint(DVASPECT_CONTENT, &bounds, {10, 20}, 0, &out), S_OK},
       {data->GetData(&text, &medium), DV_E_FORMATETC},
       {data->GetData(&drawing, &medium), S_OK},
       {data->SetData(&text, nullptr, FALSE), E_NOTIMPL},
       {data->DAdvise(&text, 0, sink, &cookie), DV_E_FORMATETC}};
   for (const auto& [result, expected] : cases) EXPECT_EQ(result, expected);
-  EXPECT_TRUE(events == DIID__ITlkcEvents && pages.cElems == 0 && status == 131473);
+  EXPECT_TRUE(events == DIID__ITlkcEvents && pages.cElems == 0);
+  EXPECT_TRUE(asContent == 131473 && asIcon == 0 && in == HITRESULT_HIT && out == 0);
+  EXPECT_STREQ(name, L"Tlkc Class");
   EXPECT_EQ(medium.tymed, static_cast<DWORD>(TYMED_MFPICT));
+  CoTaskMemFree(name);
   ReleaseStgMedium(&medium);
+}
+
+TEST_F(IdentityTest, MeetsAContainerInOneCall) {
+  const auto quick = m_embedded.As<IQuickActivate>();
+  Site site(m_window);
+  QACONTAINER container{};
+  QACONTROL control{};
+  EXPECT_EQ(quick->QuickActivate(&container, &control), E_UNEXPECTED);
+  container.cbSize = sizeof container;
+  control.cbSize = sizeof control;
+  container.pClientSite = &site;
+  container.pUnkEventSink = &m_listener;
+  EXPECT_EQ(quick->QuickActivate(&container, &control), S_OK);
+  EXPECT_TRUE(control.dwMiscStatus == 131473 && control.dwViewStatus == VIEWSTATUS_OPAQUE);
+  EXPECT_EQ(m_embedded.Events()->Unadvise(control.dwEventCookie), S_OK);
+  ComPtr<IOleClientSite> found;
+  EXPECT_EQ(m_embedded.As<IOleObject>()->GetClientSite(found.Put()), S_OK);
+  EXPECT_EQ(found.Get(), &site);
+  m_embedded.Leave();
 }
 
 }  // namespace

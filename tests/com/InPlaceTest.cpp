@@ -33,6 +33,11 @@ TEST_F(InPlaceTest, LivesThroughTheWholeOfAContainersLife) {
   const auto verb = [&](LONG number) { return [&, number] { return m_embedded.Do(number); }; };
   const auto close = [&](DWORD option) { return [&, option] { return object->Close(option); }; };
   const auto focus = [](HWND window) { return SetFocus(window) != window ? S_OK : S_FALSE; };
+  const auto click = [&] {
+    const LPARAM where = MAKELPARAM(HTCLIENT, WM_LBUTTONDOWN);
+    SendMessageW(m_embedded.Window(), WM_MOUSEACTIVATE, 0, where);
+    return S_OK;
+  };
   const auto site = [&](Site* given) { return [=] { return object->SetClientSite(given); }; };
   const auto resize = [&](LONG width) {
     return [&, width] {
@@ -54,6 +59,7 @@ TEST_F(InPlaceTest, LivesThroughTheWholeOfAContainersLife) {
        "GetWindowContext"},
       {verb(OLEIVERB_UIACTIVATE), kEntered + " OnUIActivate", "seen", E_ABORT, "OnUIActivate"},
       {verb(OLEIVERB_INPLACEACTIVATE), kShown, "seen"},
+      {verb(OLEIVERB_DISCARDUNDOSTATE), "", "seen"},
       {verb(OLEIVERB_UIACTIVATE),
        "GetWindow GetWindowContext OnUIActivate Focus SetActive SetBorderSpace ShowObject", "seen"},
       {verb(OLEIVERB_UIACTIVATE), kShown, "seen"},
@@ -65,7 +71,10 @@ TEST_F(InPlaceTest, LivesThroughTheWholeOfAContainersLife) {
       {[&] { return focus(m_embedded.Window()); },
        "GetWindow GetWindowContext OnUIActivate SetActive SetBorderSpace ShowObject Focus", "seen"},
       {[&] { return active->OnDocWindowActivate(FALSE); }, "ClearActive OnUIDeactivate", "seen"},
-      {verb(OLEIVERB_HIDE), "NoFocus", "hidden"},
+      {click, "GetWindow GetWindowContext OnUIActivate SetActive SetBorderSpace ShowObject",
+       "seen"},
+      {click, "", "seen"},
+      {verb(OLEIVERB_HIDE), "ClearActive OnUIDeactivate NoFocus", "hidden"},
       {verb(OLEIVERB_SHOW), kShown, "seen"},
       {[&] { return place->InPlaceDeactivate(); }, "OnInPlaceDeactivate", "none"},
       {[&] { return place->InPlaceDeactivate(); }, "", "none"},

@@ -39,12 +39,15 @@ TEST_F(PersistenceTest, ComesBackInItsSizeAndFromNothingElse) {
   ASSERT_EQ(stream->Save(saved.Get(), TRUE), S_OK);
   EXPECT_EQ(stream->IsDirty(), S_FALSE);
   ASSERT_EQ(saved->Seek({}, STREAM_SEEK_SET, nullptr), S_OK);
+  const std::vector<BYTE> smallest{1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+  EXPECT_EQ(stream->Load(Stream(smallest).Get()), S_OK);
   for (const bool fromStream : {true, false}) {
     EXPECT_EQ(stream->InitNew(), S_OK);
     EXPECT_EQ(fromStream ? stream->Load(saved.Get()) : storage->Load(file.Get()), S_OK);
     for (const std::vector<BYTE>& foreign :
          std::vector<std::vector<BYTE>>{{1, 0, 0, 0, 9, 0, 0, 0, 9, 0, 0},
                                         std::vector<BYTE>(12, 2),
+                                        {1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 9, 0, 0, 0},
                                         {1, 0, 0, 0, 9, 0, 0, 0, 0, 0, 0, 0x80}}) {
       EXPECT_EQ(stream->Load(Stream(foreign).Get()), STG_E_OLDFORMAT);
     }
