@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # soak.sh [OPTION...]: makes ten thousand connections to the development server and a million messages,
-# with the release build, and checks that nothing is left behind. Prints a line for each thousand, and in
-# the end what the server counted. Options go to the program: --connections, --messages, --limit.
+# with the release build, and checks that nothing is left behind. Prints a line for each thousand. Options
+# go to the program: --connections, --messages, --limit.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
