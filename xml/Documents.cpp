@@ -30,11 +30,9 @@ Parse LoadThroughGate(const Codec& codec, DomDocument& document, std::string_vie
 
 void ReportRefusal(const Codec& codec, const char* source, const Failure& failure,
                    const GateVerdict& verdict) {
-  std::array<char, 256> reason{};
-  const int length = std::snprintf(reason.data(), reason.size(), "%s, at byte %zu", verdict.reason,
-                                   verdict.position);
-  const bool fits = length > 0 && static_cast<std::size_t>(length) < reason.size();
-  ReportFailureInWords(codec, source, failure, kDomOk, fits ? reason.data() : verdict.reason);
+  std::array<char, 256> reason;
+  std::snprintf(reason.data(), reason.size(), "%s, at byte %zu", verdict.reason, verdict.position);
+  ReportFailureInWords(codec, source, failure, kDomOk, reason.data());
 }
 
 // The code that goes with the reason is that of asking for it, not that of the parse.

@@ -35,7 +35,6 @@ pugi::xml_node Top(pugi::xml_node node) {
 }  // namespace
 
 DomResult PugiDocument::LoadXml(std::string_view text, bool& loaded) {
-  loaded = false;
   Clear();
   const DomResult result = Contained([&] { return Parse(text); });
   loaded = result == kDomOk && m_root;
