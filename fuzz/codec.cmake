@@ -4,7 +4,7 @@ find_package(GTest REQUIRED)
 find_package(pugixml REQUIRED)
 
 tlkc2_add_fuzzer(gate
-  SOURCES gate.cpp ${PROJECT_SOURCE_DIR}/tests/xml/GateOracle.cpp
+  SOURCES gate.cpp
   LINK tlkc2_xml EXPAT::EXPAT)
 target_compile_definitions(fuzz_gate PRIVATE
   TLKC2_GATE_TEXTS="${PROJECT_SOURCE_DIR}/tests/xml/gate-texts.txt")

@@ -55,12 +55,13 @@ void FreeScarce(void* memory);
 [[nodiscard]] long LiveAllocations();
 
 /// Runs an operation with ever more memory until it has enough, and returns how often it had not.
-/// The operation tells whether all that it got was right; it makes no assertions itself.
+/// The operation tells whether all that it got was right; it makes no assertions itself. It is
+/// refused memory `refused` times, each time that it asks for some.
 template <typename Operation>
-int FailOneByOne(Operation operation) {
+int FailOneByOne(Operation operation, int refused = kEveryTime) {
   for (int given = 0;; ++given) {
     MemoryLimit limit;
-    limit.Set(given, kEveryTime);
+    limit.Set(given, refused);
     const bool right = [&] {
       const LimitedMemory limited(&limit);
       return operation();

@@ -13,13 +13,12 @@
 namespace tlk {
 
 /// What a scripted DOM does, and what was asked of it.
-class DomScript {
- public:
+struct DomScript {
   /// From now on, lets every call whose beginning `which` matches give `result` and do
   /// nothing else.
   void Fail(const char* which, DomResult result) {
-    m_failing = std::regex(which);
-    m_result = result;
+    failing = std::regex(which);
+    failure = result;
   }
 
   /// Of all calls; the one that is to fail gives `kDomFailed`.
@@ -28,19 +27,11 @@ class DomScript {
   /// Every call that went through, in order: its name and what was asked.
   std::vector<std::string> calls;
 
-  template <typename Real>
-  DomResult Meet(const std::string& call, Real real) {
-    const bool fails =
-        m_failing && std::regex_search(call, *m_failing, std::regex_constants::match_continuous);
-    if (fails) return m_result;
-    if (anyCall.IsThis()) return kDomFailed;
-    calls.push_back(call);
-    return real();
-  }
+  /// What stands behind every text that is read.
+  std::string tail;
 
- private:
-  std::optional<std::regex> m_failing;
-  DomResult m_result = kDomOk;
+  std::optional<std::regex> failing;
+  DomResult failure = kDomOk;
 };
 
 /// A document of a real DOM whose calls can be made to fail.
@@ -49,90 +40,109 @@ class ScriptedDomDocument final : public DomDocument {
   ScriptedDomDocument(DomScript& script, std::unique_ptr<DomDocument> real)
       : m_script(script), m_real(std::move(real)) {}
 
+  /// Gives what the script wants, else what a real object's method gives.
+  template <typename Real, typename Method, typename... Arguments>
+  static DomResult Meet(DomScript& script, const std::string& call, Real& real, Method method,
+                        Arguments&... arguments) {
+    constexpr auto kAtItsStart = std::regex_constants::match_continuous;
+    if (script.failing && std::regex_search(call, *script.failing, kAtItsStart))
+      return script.failure;
+    if (script.anyCall.IsThis()) return kDomFailed;
+    script.calls.push_back(call);
+    return (real.*method)(arguments...);
+  }
+
+  using Dom = DomDocument;
+  using Name = std::string_view;
+
   DomResult SetAsync(bool on) override {
-    return m_script.Meet(on ? "async on" : "async off", [&] { return m_real->SetAsync(on); });
+    return Ask(on ? "async on" : "async off", &Dom::SetAsync, on);
   }
   DomResult SetValidateOnParse(bool on) override {
-    return m_script.Meet(on ? "validate on" : "validate off",
-                         [&] { return m_real->SetValidateOnParse(on); });
+    return Ask(on ? "validate on" : "validate off", &Dom::SetValidateOnParse, on);
   }
   DomResult SetResolveExternals(bool on) override {
-    return m_script.Meet(on ? "resolve on" : "resolve off",
-                         [&] { return m_real->SetResolveExternals(on); });
+    return Ask(on ? "resolve on" : "resolve off", &Dom::SetResolveExternals, on);
   }
-  DomResult SelectXPath() override {
-    return m_script.Meet("xpath", [&] { return m_real->SelectXPath(); });
-  }
-  DomResult LoadXml(std::string_view text, bool& loaded) override {
-    return m_script.Meet("load", [&] { return m_real->LoadXml(text, loaded); });
+  DomResult SelectXPath() override { return Ask("xpath", &Dom::SelectXPath); }
+  DomResult LoadXml(Name text, bool& loaded) override {
+    return Ask("load", &Dom::LoadXml, text, loaded);
   }
   DomResult ParseErrorReason(std::string& reason) override {
-    return m_script.Meet("reason", [&] {
-      reason = "bad";
-      return kDomOk;
-    });
+    const DomResult result = Ask("reason", &Dom::ParseErrorReason, reason);
+    if (!Succeeded(result)) return result;
+    reason = "bad";
+    return kDomOk;
   }
   void ForgetNodes() override { m_real->ForgetNodes(); }
-  DomResult CreateElement(std::string_view name, DomNode& element) override {
-    return m_script.Meet("create " + std::string(name),
-                         [&] { return m_real->CreateElement(name, element); });
+  DomResult CreateElement(Name name, DomNode& made) override {
+    return Ask("create " + std::string(name), &Dom::CreateElement, name, made);
   }
-  DomResult SetDocumentElement(DomNode& element) override {
-    return m_script.Meet("root", [&] { return m_real->SetDocumentElement(element); });
+  DomResult SetDocumentElement(DomNode& node) override {
+    return Ask("root", &Dom::SetDocumentElement, node);
   }
-  DomResult DocumentElement(DomNode& element) override {
-    return m_script.Meet("get root", [&] { return m_real->DocumentElement(element); });
+  DomResult DocumentElement(DomNode& root) override {
+    return Ask("get root", &Dom::DocumentElement, root);
   }
-  DomResult AppendChild(DomNode parent, DomNode& child) override {
-    return m_script.Meet("append", [&] { return m_real->AppendChild(parent, child); });
+  DomResult AppendChild(DomNode node, DomNode& child) override {
+    return Ask("append", &Dom::AppendChild, node, child);
   }
   bool ReadsInPlace() const override { return m_real->ReadsInPlace(); }
-  DomResult ReadInto(DomNode parent, std::string_view text) override {
-    return m_script.Meet("read into", [&] { return m_real->ReadInto(parent, text); });
+  DomResult ReadInto(DomNode node, Name text) override {
+    return Ask("read into", &Dom::ReadInto, node, text);
   }
   DomResult Remove(DomNode node, DomNode& kept) override {
-    return m_script.Meet("remove", [&] { return m_real->Remove(node, kept); });
+    return Ask("remove", &Dom::Remove, node, kept);
   }
-  DomResult Replace(DomNode node, DomNode replacement, DomNode& kept) override {
-    return m_script.Meet("replace", [&] { return m_real->Replace(node, replacement, kept); });
+  DomResult Replace(DomNode node, DomNode fresh, DomNode& kept) override {
+    return Ask("replace", &Dom::Replace, node, fresh, kept);
   }
   DomResult FirstChild(DomNode node, DomNode& child) override {
-    return m_script.Meet("child", [&] { return m_real->FirstChild(node, child); });
+    return Ask("child", &Dom::FirstChild, node, child);
   }
-  DomResult NextSibling(DomNode node, DomNode& sibling) override {
-    return m_script.Meet("sibling", [&] { return m_real->NextSibling(node, sibling); });
+  DomResult NextSibling(DomNode node, DomNode& next) override {
+    return Ask("sibling", &Dom::NextSibling, node, next);
   }
   DomResult BaseName(DomNode node, std::string& name) override {
-    return m_script.Meet("base name", [&] { return m_real->BaseName(node, name); });
+    return Ask("base name", &Dom::BaseName, node, name);
   }
-  DomResult AsElement(DomNode node, DomNode& element) override {
-    return m_script.Meet("element", [&] { return m_real->AsElement(node, element); });
+  DomResult AsElement(DomNode node, DomNode& same) override {
+    return Ask("element", &Dom::AsElement, node, same);
   }
-  DomResult SetAttribute(DomNode element, std::string_view name, std::string_view value) override {
-    return m_script.Meet("set " + std::string(name) + "=" + std::string(value),
-                         [&] { return m_real->SetAttribute(element, name, value); });
+  DomResult SetAttribute(DomNode node, Name name, Name value) override {
+    return Ask("set " + std::string(name) + "=" + std::string(value), &Dom::SetAttribute, node,
+               name, value);
   }
-  DomResult Attribute(DomNode element, std::string_view name, std::string& value) override {
-    return m_script.Meet("attribute " + std::string(name),
-                         [&] { return m_real->Attribute(element, name, value); });
+  DomResult Attribute(DomNode node, Name name, std::string& value) override {
+    return Ask("attribute " + std::string(name), &Dom::Attribute, node, name, value);
   }
-  DomResult SetText(DomNode element, std::string_view text) override {
-    return m_script.Meet("set text " + std::string(text),
-                         [&] { return m_real->SetText(element, text); });
+  DomResult SetText(DomNode node, Name text) override {
+    return Ask("set text " + std::string(text), &Dom::SetText, node, text);
   }
-  DomResult SelectNode(DomNode context, std::string_view path, DomNode& node) override {
-    return m_script.Meet("select", [&] { return m_real->SelectNode(context, path, node); });
+  DomResult SelectNode(DomNode node, Name path, DomNode& found) override {
+    return Ask("select", &Dom::SelectNode, node, path, found);
   }
   DomResult Text(DomNode node, std::string& text) override {
-    return m_script.Meet("text", [&] { return m_real->Text(node, text); });
+    return Tailed("text", &Dom::Text, node, text);
   }
   DomResult Xml(DomNode node, std::string& xml) override {
-    return m_script.Meet("xml", [&] { return m_real->Xml(node, xml); });
+    return Tailed("xml", &Dom::Xml, node, xml);
   }
 
  private:
+  template <typename Method, typename... Arguments>
+  DomResult Ask(const std::string& call, Method method, Arguments&... arguments) {
+    return Meet(m_script, call, *m_real, method, arguments...);
+  }
+  template <typename Method>
+  DomResult Tailed(const char* call, Method method, DomNode node, std::string& text) {
+    const DomResult result = Ask(call, method, node, text);
+    if (result == kDomOk) text += m_script.tail;
+    return result;
+  }
+
   DomScript& m_script;
-  std::unique_ptr<DomDocument> m_real;
+  const std::unique_ptr<DomDocument> m_real;
 };
 
 /// Makes such documents out of those of a real DOM, all under one script.
@@ -144,7 +154,8 @@ class ScriptedDomFactory final : public DomFactory {
 
   DomResult NewDocument(std::unique_ptr<DomDocument>& document) override {
     std::unique_ptr<DomDocument> real;
-    const DomResult result = script.Meet("new", [&] { return m_real.NewDocument(real); });
+    const DomResult result =
+        ScriptedDomDocument::Meet(script, "new", m_real, &DomFactory::NewDocument, real);
     if (real) document = std::make_unique<ScriptedDomDocument>(script, std::move(real));
     return result;
   }

@@ -1,10 +1,16 @@
-// Memory runs out, once at every place where some is asked for.
+// Memory runs out, once at every place where some is asked for; and code pages other than the
+// system's.
 
+#include <clocale>
 #include <cstdlib>
+#include <functional>
 #include <pugixml.hpp>
 
+#include "platform/posix/PosixAnsiText.h"
 #include "tests/scripted/ScarceMemory.h"
 #include "tests/xml/CodecTest.h"
+#include "xml/Documents.h"
+#include "xml/DomAdapter.h"
 
 namespace tlk {
 namespace {
@@ -15,79 +21,173 @@ class AllocationTest : public CodecTest {
     pugi::set_memory_management_functions(test::AllocateScarce, test::FreeScarce);
   }
   void TearDown() override { pugi::set_memory_management_functions(std::malloc, std::free); }
+
+  /// Holds an operation on a message to changing all or nothing, and to telling why.
+  void ExpectAllOrNothing(const std::string& before, const std::string& after,
+                          const std::function<int(TLK_XMLBuilder&)>& operation) {
+    const auto update = [&] {
+      TLK_XMLBuilder builder({m_real, m_text, m_gate, m_log});
+      const auto plenty = [&](const auto& action) {
+        const test::PlentyOfMemory all;
+        return action();
+      };
+      const bool isLoaded = plenty([&] { return builder.LoadXml(before) == 0; });
+      const bool isDone = operation(builder) == 0;
+      std::string xml;
+      plenty([&] { return builder.GetXml(xml); });
+      const bool isWhole = isDone && !builder.LacksMemory();
+      return isLoaded && isWhole != test::WasRefused() && xml == (isWhole ? after : before);
+    };
+    EXPECT_GT(Failures(update), 5);
+  }
+
+  /// Fails an operation at every place, there alone and from there on.
+  template <typename Operation>
+  int Failures(Operation operation) {
+    int failures = 0;
+    const std::string shown = ShownBy([&] {
+      for (const int refused : {1, test::kEveryTime})
+        failures = test::FailOneByOne(operation, refused);
+    });
+    EXPECT_NE(shown, "");
+    return failures;
+  }
+
+  Codec m_plain{m_real, m_text, m_gate, m_log};
 };
 
-const std::string kPayload =
-    "<caf\xE9 xmlns:p='urn:p'>" + std::string(200, '\xFC') + "<p:a/></caf\xE9>";
+// So long that each part of it has memory of its own.
+const std::string kLong(10'000, 'x');
+const std::string kPayload = "<caf\xE9 xmlns:p='urn:p'>" + std::string(200, '\xFC') + "<p:a " +
+                             kLong + "='" + kLong + "' k='" + kLong + "'>" + kLong + "</p:a><?p " +
+                             kLong + "?></caf\xE9>";
 
 TEST_F(AllocationTest, BuildsAllOrFails) {
-  std::string xml;
-  int failures = 0;
-  const auto build = [&] {
-    TLK_XMLBuilder builder({m_real, m_text, m_gate, m_log});
-    const bool created = builder.CreateMessage("Chat", 1, 0) == 0;
+  std::string whole;
+  const auto build = [&](std::string& xml) {
+    TLK_XMLBuilder builder(m_plain);
+    const bool created = builder.CreateMessage(kLong, 1, 0, 2, kLong) == 0;
     builder.AppendData(kPayload);
     builder.SetLength();
     const bool written = builder.GetXml(xml) == 0;
-    return created == builder.HasDocument() && (created || !written);
+    return created == builder.HasDocument() && (created || !written) &&
+           (builder.LacksMemory() || xml == whole || whole.empty());
   };
-  EXPECT_NE(ShownBy([&] { failures = test::FailOneByOne(build); }), "");
-  EXPECT_GT(failures, 5);
-  EXPECT_NE(xml.find("<p:a/>"), std::string::npos);
+  build(whole);
+  EXPECT_NE(whole.find("<p:a "), std::string::npos);
+  EXPECT_GT(Failures([&] {
+              std::string xml;
+              return build(xml);
+            }),
+            5);
 }
 
 TEST_F(AllocationTest, ReadsAllOrFails) {
   const std::string message = "<m Type='t\xE9'><To Id='3'/><Data>" + kPayload + "</Data></m>";
   std::string data;
-  int failures = 0;
   const auto read = [&] {
-    TLK_XMLParser parser({m_real, m_text, m_gate, m_log}, message);
+    TLK_XMLParser parser(m_plain, message);
     std::string type = "before";
     std::int32_t id = -5;
     const bool hasType = parser.GetType(type) == 0;
     const bool hasId = parser.GetReceiverId(id) == 0;
     parser.GetNode("/m/Data[caf\xE9]", data, false);
+    data = "before";
     parser.GetData(data);
-    return type == (hasType ? "t\xE9" : "before") && id == (hasId ? 3 : -5);
+    return type == (hasType ? "t\xE9" : "before") && id == (hasId ? 3 : -5) &&
+           ((hasType && hasId && data != "before") || parser.LacksMemory());
   };
-  EXPECT_NE(ShownBy([&] { failures = test::FailOneByOne(read); }), "");
-  EXPECT_GT(failures, 5);
-  EXPECT_NE(data.find("<p:a/>"), std::string::npos);
+  EXPECT_GT(Failures(read), 5);
+  EXPECT_NE(data.find("<p:a "), std::string::npos);
 }
 
-TEST_F(AllocationTest, ReplacesAllOrNothing) {
-  const std::string whole = "<m><Attribute_List><A/></Attribute_List></m>";
-  int failures = 0;
+TEST_F(AllocationTest, EditsAllOrNothing) {
+  const std::string rich = "<C k=\"" + kLong + "\" l=\"" + kLong + "\">" + kLong + "<?" + kLong +
+                           " " + kLong + "?><!--" + kLong + "--><D/></C>";
+  const std::string list = "<Attribute_List><A/>" + rich + "</Attribute_List>";
+  const std::string before = "<m xmlns:p=\"u\">" + list + "</m>";
+  const std::string fresh = "<Attribute_List><B>" + rich + "</B></Attribute_List>";
+  ExpectAllOrNothing(before, "<m xmlns:p=\"u\"><B>" + rich + "</B></m>", [&](auto& builder) {
+    return builder.UpdateAttributesAtPaths(fresh, "<Path_List><P>//A/..</P></Path_List>");
+  });
+  ExpectAllOrNothing(before, "<m xmlns:p=\"u\"/>", [](auto& builder) {
+    return builder.DeleteAttributesAtPaths("<Path_List><P>.</P></Path_List>");
+  });
+}
+
+TEST_F(AllocationTest, ReportsWithoutATextThatThereIsNoMemoryFor) {
+  const std::string shown = ShownBy([&] {
+    test::MemoryLimit none;
+    none.Set(0, test::kEveryTime);
+    const test::LimitedMemory limited(&none);
+    ReportFailure(m_plain, "", NoNode(1), kDomFailed, kLong);
+  });
+  EXPECT_EQ(shown, "Failed node does not exist. .\n");
+}
+
+TEST_F(AllocationTest, HoldsNoMoreThanItsLastEntries) {
+  const std::string list = "<Attribute_List><A k='v'>" + kLong + "</A></Attribute_List>";
+  TLK_XMLBuilder builder(m_plain);
+  ASSERT_EQ(builder.LoadXml("<m><Data>" + list + "</Data></m>"), 0);
   const auto update = [&] {
-    TLK_XMLBuilder builder({m_real, m_text, m_gate, m_log});
-    std::string xml;
-    const auto load = [&] {
-      const test::PlentyOfMemory plenty;
-      return builder.LoadXml(whole) == 0;
-    };
-    const bool isLoaded = load();
-    const bool isReplaced =
-        builder.UpdateAttributesAtPaths("<Attribute_List><B><C/></B></Attribute_List>",
-                                        "<Path_List><P>//A/..</P></Path_List>") == 0;
-    const test::PlentyOfMemory plenty;
-    builder.GetXml(xml);
-    return isLoaded && xml == (isReplaced ? "<m><B><C/></B></m>" : whole) &&
-           (isReplaced || builder.LacksMemory());
+    ASSERT_EQ(builder.UpdateAttributes(list), 0);
+    ASSERT_EQ(builder.DeleteAttributesAtPaths("<Path_List><P>.</P></Path_List>"), 0);
+    ASSERT_EQ(builder.AddAttributes(list), 0);
   };
-  ShownBy([&] { failures = test::FailOneByOne(update); });
-  EXPECT_GT(failures, 5);
-}
-
-TEST_F(AllocationTest, AnUpdatedListHoldsNoMoreThanItsLastEntries) {
-  TLK_XMLBuilder builder({m_real, m_text, m_gate, m_log});
-  ASSERT_EQ(builder.LoadXml("<m><Data><Attribute_List><A/></Attribute_List></Data></m>"), 0);
-  const std::string entry = "<A k='v'>" + std::string(5000, 't') + "</A>";
-  const std::string attributes = "<Attribute_List>" + entry + "</Attribute_List>";
-  const auto update = [&] { ASSERT_EQ(builder.UpdateAttributes(attributes), 0); };
   update();
   const long before = test::LiveAllocations();
   for (int i = 0; i < 100; ++i) update();
   EXPECT_LT(test::LiveAllocations() - before, 10);
+}
+
+// A message could not be read where it arrived: half a character at the end of an instruction was
+// sent as a question mark, and ended the instruction early.
+TEST_F(AllocationTest, ABrokenCharacterDoesNotEndAnInstruction) {
+  const PosixAnsiText japanese("CP932");
+  PugiDomFactory factory(japanese);
+  const std::pair<std::string, std::string> cases[] = {
+      {"<a>\x93<?p x\x93><b?><?q\xFD><c?></a>", "<a>?<?p x ><b?><?q ><c?></a>"},
+      {"<a>\x93\xFA><?p \x93\xFA?><b\x93\xFA/></a>",
+       "<a>\x93\xFA&gt;<?p \x93\xFA?><b\x93\xFA/></a>"},
+      {"<a>x></a>", "<a>x&gt;</a>"}};
+  for (const auto& [read, written] : cases) {
+    std::unique_ptr<DomDocument> document;
+    ASSERT_EQ(factory.NewDocument(document), kDomOk);
+    bool loaded = false;
+    std::string xml;
+    ASSERT_EQ(document->LoadXml(read, loaded), kDomOk);
+    ASSERT_EQ(document->Xml(nullptr, xml), kDomOk);
+    EXPECT_EQ(xml, written);
+    EXPECT_TRUE(XmlGate(japanese).Pass(xml).Passed());
+  }
+  std::u16string wide;
+  WidenSource(japanese, ">", wide);
+  EXPECT_EQ(wide, u">");
+}
+
+// A long text is carried over in pieces, none of which ends within a character.
+TEST_F(AllocationTest, KeepsEveryCharacterOfALongText) {
+  const PosixAnsiText utf8("UTF-8");
+  const XmlGate gate(utf8);
+  PugiDomFactory factory(utf8);
+  TLK_XMLBuilder builder({factory, utf8, gate, m_log});
+  std::string text;
+  for (std::size_t size = 65'530; size < 65'540; ++size) {
+    const std::string value = std::string(size, 'x') + "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z";
+    ASSERT_EQ(builder.CreateMessage(value, 1, 0), 0);
+    ASSERT_EQ(builder.GetNodeText("/*/@Type", text), 0);
+    EXPECT_EQ(text, value);
+  }
+  ASSERT_EQ(builder.CreateMessage("\xEF\xBF\xBD\xEF\xBF\xBE\xEF\xBF\xBF", 1, 0), 0);
+  ASSERT_EQ(builder.GetNodeText("/*/@Type", text), 0);
+  EXPECT_EQ(text, "\xEF\xBF\xBD??");
+  const std::string locale = std::setlocale(LC_CTYPE, nullptr);
+  ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+  ShownBy([&] {
+    ReportFailure({factory, utf8, gate, m_log}, "", NoNode(1), 0, "\xF0\x9F\x98\x80");
+  });
+  std::setlocale(LC_CTYPE, locale.c_str());
+  EXPECT_THAT(m_log.records.back().text, testing::HasSubstr(". \xF0\x9F\x98\x80. "));
 }
 
 }  // namespace

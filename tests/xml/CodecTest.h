@@ -2,19 +2,44 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <memory>
+#include <regex>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "SystemDom.h"
 #include "platform/Platform.h"
 #include "tests/scripted/RecordingLogger.h"
 #include "tests/scripted/ScriptedDom.h"
 #include "xml/Codec.h"
+#include "xml/Failures.h"
 #include "xml/Gate.h"
 #include "xml/TLK_XMLBuilder.h"
 #include "xml/TLK_XMLParser.h"
 
 namespace tlk {
+
+inline std::string Replaced(const std::string& text, const char* from, const std::string& to) {
+  return std::regex_replace(text, std::regex(from), to);
+}
+
+/// What stands in front of a separator and what behind it.
+inline std::pair<std::string, std::string> Halves(const std::string& text, char separator) {
+  const std::size_t at = std::min(text.find(separator), text.size());
+  return {text.substr(0, at), text.substr(std::min(at + 1, text.size()))};
+}
+
+/// What stands between separators.
+inline std::vector<std::string> Split(const std::string& text, const std::string& separator) {
+  std::vector<std::string> parts;
+  for (std::size_t at = 0, end = 0; end != text.npos; at = end + separator.size()) {
+    end = text.find(separator, at);
+    parts.push_back(text.substr(at, end - at));
+  }
+  return parts;
+}
 
 /// The codec over a real DOM whose calls can be made to fail, with a log that keeps its records.
 class CodecTest : public testing::Test {

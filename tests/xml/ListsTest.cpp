@@ -1,6 +1,4 @@
 #include <map>
-#include <regex>
-#include <sstream>
 
 #include "tests/xml/CodecTest.h"
 
@@ -51,24 +49,13 @@ update at|<M/>|<L><a/></L>|<P/>|-1|=|No Path specified.|No Path specified
 update;update at|<M/>|<L><a/></L>|a|-1|=|No Attribute List to update.|No Attribute List to update.
 )";
 
-const std::map<Text, int (*)(TLK_XMLBuilder&, const Text&, const Text&)> kOperations = {
+const std::map<Text, int (*)(TLK_XMLBuilder&, const Text&, const Text&)> kEditors = {
     {"add", [](auto& b, auto& a, auto&) { return b.AddAttributes(a); }},
     {"add at", [](auto& b, auto& a, auto& p) { return b.AddAttributesAtPaths(a, p); }},
     {"delete", [](auto& b, auto& a, auto&) { return b.DeleteAttributes(a); }},
     {"delete at", [](auto& b, auto&, auto& p) { return b.DeleteAttributesAtPaths(p); }},
     {"update", [](auto& b, auto& a, auto&) { return b.UpdateAttributes(a); }},
     {"update at", [](auto& b, auto& a, auto& p) { return b.UpdateAttributesAtPaths(a, p); }}};
-
-Text Replaced(const Text& text, const char* from, const char* to) {
-  return std::regex_replace(text, std::regex(from), to);
-}
-
-std::vector<Text> Split(const Text& text, char separator) {
-  std::istringstream stream(text + separator);
-  std::vector<Text> parts;
-  for (Text part; std::getline(stream, part, separator);) parts.push_back(part);
-  return parts;
-}
 
 Text WholeMessage(const Text& text) {
   return Replaced(text, "^(<Attribute_List.*)", "<TLK_Message><Data>$1</Data></TLK_Message>");
@@ -83,7 +70,7 @@ class ListsTest : public CodecTest {
     Text paths = "<Path_List><p>" + Replaced(row[3], ";", "</p><p>") + "</p></Path_List>";
     if (row[3].starts_with('<')) paths = row[3];
     int result = 99;
-    const auto run = [&] { result = kOperations.at(operation)(builder, row[2], paths); };
+    const auto run = [&] { result = kEditors.at(operation)(builder, row[2], paths); };
     EXPECT_EQ(ShownBy(run), row[6].empty() ? "" : row[6] + "\n");
     EXPECT_EQ(std::to_string(result), row[4]);
     ExpectFresh(builder, WholeMessage(row[5] == "=" ? row[1] : row[5]));
@@ -102,10 +89,10 @@ class ListsTest : public CodecTest {
 TEST_F(ListsTest, EditTheAttributesOfAMessage) {
   Text table = Replaced(kEdits, "(</?)L\\b", "$1Attribute_List");
   table = Replaced(Replaced(table, "(</?)P\\b", "$1Path_List"), "(</?)M\\b", "$1TLK_Message");
-  for (const Text& line : Split(table.substr(1, table.size() - 2), '\n')) {
-    for (const Text& operation : Split(line.substr(0, line.find('|')), ';')) {
+  for (const Text& line : Split(table.substr(1, table.size() - 2), "\n")) {
+    for (const Text& operation : Split(line.substr(0, line.find('|')), ";")) {
       SCOPED_TRACE(testing::Message() << operation << ": " << line);
-      Check(operation, Split(line, '|'));
+      Check(operation, Split(line, "|"));
     }
   }
   TLK_XMLBuilder any(m_codec, "<a/>");
