@@ -3,321 +3,131 @@
 namespace tlk::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
+using ConnectionTest = ControlFixture;
 
-constexpr std::int32_t kUnwritten = -77;
-
-const std::string kConnectedRecord = "N0 226 Status changed. Connected.\n";
-
-class ConnectionTest : public ControlFixture {
- protected:
-  ResultCode Connect(std::u16string_view server = u"127.0.0.1", std::int32_t port = 1371) {
-    pVal = kUnwritten;
-    return control->Connect(server, port, &pVal);
-  }
-
-  std::int32_t pVal = kUnwritten;
-};
-
-TEST_F(ConnectionTest, AFreshControlIsDisconnected) {
-  TLK_ConnStatusEnum status = TLK_Connected;
-  EXPECT_EQ(control->ConnectionStatus(&status), kResultOk);
-  EXPECT_EQ(status, TLK_Not_Connected);
-}
+const std::string kConnected = "N0 226 Status changed. Connected.\n|status 3|";
+const std::string kClosed = Ended("N0 388 Connection closed.\n", 395);
+const std::string kDisconnected = Ended("N0 68 Disconnect requested.", 76);
 
 TEST_F(ConnectionTest, ConnectSetsTheConnectionUp) {
-  events.onStatus = [this] {
-    EXPECT_EQ(pVal, kUnwritten);
-    EXPECT_FALSE(window.Runs(kKeepAliveTimer));
-  };
-  EXPECT_EQ(Connect(u"127.0.0.1", 0x15055B), kResultOk);
-  EXPECT_EQ(pVal, 1);
-  EXPECT_THAT(timeline, ElementsAre(kConnectedRecord, "event status 3"));
-  EXPECT_TRUE(window.Runs(kKeepAliveTimer));
-  EXPECT_FALSE(window.Runs(kConnectTimer));
-  EXPECT_EQ(sockets.mask, 0x33U);
-  EXPECT_EQ(sockets.message, 0xC123U);
+  EXPECT_EQ(Look(), kIsOver);
+  events.onStatus = [this] { EXPECT_FALSE(window.Runs(kKeepAliveTimer)) << "told first"; };
+  EXPECT_EQ(Connect(u"127.0.0.1", 0x15055B), 1);
+  EXPECT_EQ(Look(), kConnected + kStands);
+  EXPECT_THAT(sockets.calls,
+              testing::ElementsAre("Connect", "EnableKeepAlive", "RequestNotifications 49443 51"));
   EXPECT_EQ(sockets.connectedTo.family, 2);
   EXPECT_EQ(sockets.connectedTo.port, 0x5B05) << "the low half of the port, in network order";
   EXPECT_EQ(sockets.connectedTo.address, 0x0100007FU);
+  EXPECT_THAT(sockets.connectedTo.zero, testing::Each(0));
+  EXPECT_EQ(Connect(), kUnwritten) << "while there is a connection";
+  EXPECT_EQ(Look(), kStands);
 }
-
-TEST_F(ConnectionTest, AHostNameIsLookedUp) {
-  sockets.hostAddress = 0x04030201;
-  EXPECT_EQ(Connect(u"message.server"), kResultOk);
-  EXPECT_EQ(pVal, 1);
-  EXPECT_EQ(sockets.connectedTo.address, 0x04030201U);
-}
-
-TEST_F(ConnectionTest, ConnectFailsUnlessDisconnected) {
-  ConnectQuietly();
-  EXPECT_EQ(Connect(), kResultFail);
-  EXPECT_EQ(pVal, kUnwritten);
-  EXPECT_THAT(timeline, IsEmpty());
-  EXPECT_EQ(control->m_status, TLK_Connected);
-}
-
-struct ConnectFailure {
-  const char* name;
-  Call call;
-  int error;
-  const char* failures;
-};
-
-class ConnectFailureTest : public ConnectionTest,
-                           public testing::WithParamInterface<ConnectFailure> {};
-
-TEST_P(ConnectFailureTest, IsReported) {
-  sockets.Fail(GetParam().call, GetParam().error);
-  EXPECT_EQ(Connect(), kResultOk);
-  EXPECT_EQ(pVal, 0);
-  EXPECT_THAT(timeline, ElementsAreArray(Failures(GetParam().failures)));
-  EXPECT_EQ(control->m_status, TLK_Not_Connected);
-  EXPECT_EQ(control->m_socket, kInvalidSocket);
-  EXPECT_EQ(sockets.OpenCount(), 0U);
-  EXPECT_FALSE(window.Runs(kKeepAliveTimer));
-
-  EXPECT_EQ(Connect(), kResultOk) << "a later Connect starts afresh";
-  EXPECT_EQ(pVal, 1);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Steps, ConnectFailureTest,
-    testing::Values(ConnectFailure{"Socket", Call::kOpen, 10024, ""},
-                    ConnectFailure{"Refused", Call::kConnect, 10061,
-                                   "E2 150 Connect Failed. Err num = 10061>158"},
-                    ConnectFailure{"TimedOut", Call::kConnect, 10060,
-                                   "E2 150 Connect Failed. Err num = 10060>158"},
-                    ConnectFailure{"KeepAliveOption", Call::kEnableKeepAlive, 10042,
-                                   "E2 178 Connect Failed. Err num = 10042>186"},
-                    ConnectFailure{"AsyncSelect", Call::kRequestNotifications, 10022,
-                                   "E2 207 Async Select failed. Err num = 10022>214"}),
-    [](const auto& test) { return test.param.name; });
 
 TEST_F(ConnectionTest, AnUnknownHostLeavesOneSocketOpenInSilence) {
   for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ(Connect(u"no.such.host"), kResultOk);
-    EXPECT_EQ(pVal, 0);
-    EXPECT_THAT(timeline, IsEmpty());
-    EXPECT_EQ(control->m_status, TLK_Not_Connected);
-    EXPECT_TRUE(sockets.IsOpen(control->m_socket));
-    EXPECT_EQ(sockets.OpenCount(), 1U);
+    EXPECT_EQ(Connect(u"no.such.host"), 0);
+    EXPECT_EQ(Look(), "status 0, 1 open");
   }
-  control->Disconnect();
-  EXPECT_EQ(sockets.OpenCount(), 0U);
+  sockets.hostAddress = 0x04030201;
+  EXPECT_EQ(Connect({u"known\0host", 10}), 1);
+  EXPECT_EQ(sockets.lookedUp, "known") << "an argument ends at a zero";
+  EXPECT_EQ(sockets.connectedTo.address, 0x04030201U);
+  EXPECT_EQ(Look(), kConnected + kStands);
+}
+
+TEST_F(ConnectionTest, AConnectThatFailsTellsWhy) {
+  const std::tuple<const char*, int, std::string> failures[] = {
+      {"Open", 10024, ""},
+      {"Connect", 10061, Ended(trace::kConnectFailed, "10061")},
+      {"EnableKeepAlive", 10042, Ended(trace::kKeepAliveOptionFailed, "10042")},
+      {"RequestNotifications", 10022, Ended(trace::kAsyncSelectFailed, "10022")}};
+  for (const auto& [call, error, told] : failures) {
+    sockets.Fail(call, error);
+    EXPECT_EQ(Connect(), 0);
+    EXPECT_EQ(Look(), told + kIsOver);
+    EXPECT_EQ(Connect(), 1);
+    EXPECT_EQ(Look(), kConnected + kStands);
+    control->Disconnect();
+    EXPECT_EQ(Look(), kDisconnected + kIsOver);
+  }
 }
 
 TEST_F(ConnectionTest, AConnectThatWouldBlockCountsAsConnected) {
-  sockets.Fail(Call::kConnect, socket_error::kWouldBlock);
-  EXPECT_EQ(Connect(), kResultOk);
-  EXPECT_EQ(pVal, 1);
-  EXPECT_THAT(timeline, ElementsAre("N0 139 Asynchronous connection attempt started.\n",
-                                    kConnectedRecord, "event status 3"));
-  EXPECT_TRUE(window.Runs(kConnectTimer));
-  timeline.clear();
-
-  window.Advance(59999);
-  EXPECT_TRUE(window.Runs(kConnectTimer));
+  const std::string both = "status 3, 1 open, connect timer, keep-alive timer";
+  sockets.Fail("Connect", socket_error::kWouldBlock);
+  EXPECT_EQ(Connect(), 1);
+  EXPECT_EQ(Look(), "N0 139 Asynchronous connection attempt started.\n|" + kConnected + both);
+  window.Advance(59'999);
+  EXPECT_EQ(Look(), both);
   window.Advance(1);
-  EXPECT_FALSE(window.Runs(kConnectTimer));
-  EXPECT_EQ(control->m_status, TLK_Connected);
-
-  timeline.clear();
-  EXPECT_TRUE(Notify(socket_event::kConnect));
-  EXPECT_THAT(timeline, ElementsAre("N0 375 Connect succeeded.\n",
-                                    "N0 381 Status changed. Connected.\n", "event status 3"));
-  EXPECT_TRUE(window.Runs(kKeepAliveTimer));
-}
-
-TEST_F(ConnectionTest, DisconnectIsAnnouncedEveryTime) {
-  ConnectQuietly();
-  for (int i = 0; i < 2; ++i) {
-    timeline.clear();
-    EXPECT_EQ(control->Disconnect(), kResultOk);
-    EXPECT_THAT(timeline, ElementsAreArray(Failures("N0 68 Disconnect requested.>76")));
-    EXPECT_FALSE(window.Runs(kKeepAliveTimer));
-    EXPECT_EQ(sockets.OpenCount(), 0U);
-  }
-  EXPECT_EQ(sockets.closes, 1);
-}
-
-TEST_F(ConnectionTest, DisconnectInsideTheConnectedHandlerIsNotAnnounced) {
-  events.onStatus = [this] { control->Disconnect(); };
-  EXPECT_EQ(Connect(), kResultOk);
-  EXPECT_EQ(pVal, 1);
-  EXPECT_THAT(timeline,
-              ElementsAre(kConnectedRecord, "event status 3", "N0 68 Disconnect requested."));
-  EXPECT_EQ(control->m_status, TLK_Not_Connected);
-  EXPECT_TRUE(window.Runs(kKeepAliveTimer));
-}
-
-TEST_F(ConnectionTest, ConnectInsideTheDisconnectedHandlerIsNotAnnounced) {
-  ConnectQuietly();
-  events.onStatus = [this] { EXPECT_EQ(Connect(), kResultOk); };
-  control->Disconnect();
-  EXPECT_EQ(control->m_status, TLK_Connected);
-  EXPECT_EQ(pVal, 1);
-  EXPECT_THAT(timeline, ElementsAreArray(Failures("N0 68 Disconnect requested.>76")));
+  EXPECT_THAT(Look(), testing::EndsWith(kStands));
 }
 
 TEST_F(ConnectionTest, DestructionIsSilent) {
+  sockets.Fail("Connect", socket_error::kWouldBlock);
   ConnectQuietly();
   control.reset();
-  EXPECT_THAT(timeline, IsEmpty());
+  EXPECT_EQ(events.told, "");
   EXPECT_EQ(sockets.OpenCount(), 0U);
-  EXPECT_FALSE(window.Runs(kKeepAliveTimer));
-  EXPECT_FALSE(window.HasTarget());
+  EXPECT_FALSE(window.Runs(kConnectTimer) || window.Runs(kKeepAliveTimer) || window.HasTarget());
 }
 
-struct Notification {
-  const char* name;
-  std::uint32_t event;
-  int error;
-  const char* failures;
-};
-
-class NotificationTest : public ConnectionTest, public testing::WithParamInterface<Notification> {};
-
-TEST_P(NotificationTest, EndsTheConnection) {
-  ConnectQuietly();
-  EXPECT_TRUE(Notify(GetParam().event, GetParam().error));
-  EXPECT_THAT(timeline, ElementsAreArray(Failures(GetParam().failures)));
-  EXPECT_EQ(control->m_status, TLK_Not_Connected);
-  EXPECT_EQ(sockets.OpenCount(), 0U);
-  EXPECT_FALSE(window.Runs(kKeepAliveTimer));
+TEST_F(ConnectionTest, AStatusInsideAStatusHandlerIsNotTold) {
+  events.onStatus = [this] { control->Disconnect(); };
+  EXPECT_EQ(Connect(), 1);
+  EXPECT_EQ(Look(), kConnected + "N0 68 Disconnect requested.|" + kIsOver + ", keep-alive timer");
+  events.onStatus = [this] {
+    EXPECT_EQ(Connect(), 1);
+    Notify(socket_event::kClose);
+    EXPECT_EQ(Connect(), 1);
+  };
+  control->Disconnect();
+  EXPECT_EQ(Look(), kDisconnected + "N0 388 Connection closed.\n|" + kStands);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Errors, NotificationTest,
-    testing::Values(Notification{"Close", 32, 0, "N0 388 Connection closed.\n>395"},
-                    Notification{"Reset", 32, 10054, "E2 280 Connection was reset.\n>287"},
-                    Notification{"Refused", 16, 10061, "E2 294 Connection was refused.\n>302"},
-                    Notification{"Aborted", 1, 10053, "E2 309 Connection was aborted.\n>316"},
-                    Notification{"Other", 2, 10060,
-                                 "E2 333 Unknown Err. Closing connection. 10060>338"}),
-    [](const auto& test) { return test.param.name; });
-
-TEST_F(ConnectionTest, AnUnknownEventIsRecordedAsItStands) {
-  ConnectQuietly();
-  EXPECT_TRUE(Notify(8));
-  EXPECT_THAT(timeline, ElementsAre("N0 402 Unknown Event %d.\n"));
-  EXPECT_FALSE(window.Runs(kKeepAliveTimer));
-  EXPECT_EQ(control->m_status, TLK_Connected);
+TEST_F(ConnectionTest, ANotificationStopsTheTimers) {
+  const std::tuple<std::uint32_t, int, std::string> notifications[] = {
+      {socket_event::kRead, 0, kStands},
+      {socket_event::kWrite, 0, kStands},
+      {socket_event::kConnect, 0,
+       "N0 375 Connect succeeded.\n|N0 381 Status changed. Connected.\n|status 3|" + kStands},
+      {8, 0, "N0 402 Unknown Event %d.\n|status 3, 1 open"},
+      {socket_event::kClose, 0, kClosed + kIsOver},
+      {socket_event::kClose, 10054, Ended(trace::kNotifiedReset) + kIsOver},
+      {socket_event::kConnect, 10061, Ended(trace::kNotifiedRefused) + kIsOver},
+      {socket_event::kRead, 10053, Ended(trace::kNotifiedAborted) + kIsOver},
+      {socket_event::kWrite, 10060, Ended(trace::kNotifiedUnknown, "10060") + kIsOver}};
+  for (const auto& [event, error, look] : notifications) {
+    sockets.Fail("Connect", socket_error::kWouldBlock);
+    ConnectQuietly();
+    Notify(event, error);
+    EXPECT_EQ(Look(), look);
+  }
 }
 
 TEST_F(ConnectionTest, AnotherSocketsNotificationIsIgnoredWhileThereIsOne) {
   ConnectQuietly();
-  window.Notify(control->m_socket + 1, socket_event::kClose);
-  EXPECT_THAT(timeline, IsEmpty());
-  EXPECT_TRUE(window.Runs(kKeepAliveTimer));
-
   const auto old = control->m_socket;
+  EXPECT_TRUE(window.Notify(old + 1, socket_event::kClose));
+  EXPECT_EQ(Look(), kStands);
   control->Disconnect();
-  timeline.clear();
-  window.Notify(old, socket_event::kClose);
-  EXPECT_THAT(timeline, ElementsAreArray(Failures("N0 388 Connection closed.\n>395")));
+  EXPECT_TRUE(window.Notify(old, socket_event::kClose));
+  EXPECT_EQ(Look(), kDisconnected + kClosed + kIsOver);
+  EXPECT_TRUE(window.Notify(old, socket_event::kConnect));
+  EXPECT_THAT(Look(), testing::EndsWith("|status 3|status 3, 0 open, keep-alive timer"));
 }
 
-TEST_F(ConnectionTest, WriteFlushesWhatIsQueued) {
-  ConnectQuietly();
-  control->m_pendingOut = "queued";
-  Notify(socket_event::kWrite);
-  EXPECT_THAT(timeline, ElementsAre("N0 642 Message sent. queued\n"));
-  EXPECT_EQ(sockets.sent, "queued");
-  EXPECT_TRUE(window.Runs(kKeepAliveTimer));
-
-  timeline.clear();
-  Notify(socket_event::kWrite);
-  EXPECT_THAT(timeline, IsEmpty());
-  EXPECT_TRUE(window.Runs(kKeepAliveTimer));
+TEST_F(ConnectionTest, TheLogLiesInTheTemporaryFolder) {
+  const std::string longest(9999, 'a');
+  const std::pair<std::string, std::string> folders[] = {
+      {"/tmp/x/", "/tmp/x/"}, {"", "/"}, {longest, longest}, {longest + 'a', longest}};
+  for (const auto& [folder, expected] : folders) {
+    surroundings.SetTemporaryFolder(folder);
+    control = std::make_unique<OpenControl>(ports, events);
+    EXPECT_EQ(log.GetDirectory(), expected) << "too long a name leaves it where it is";
+  }
 }
-
-struct PartialSend {
-  int taken;
-  const char* left;
-};
-
-void PrintTo(const PartialSend& send, std::ostream* out) { *out << send.taken; }
-
-class PartialSendTest : public ConnectionTest, public testing::WithParamInterface<PartialSend> {};
-
-TEST_P(PartialSendTest, KeepsTheLastByteTaken) {
-  ConnectQuietly();
-  control->m_pendingOut = "0123456789";
-  sockets.TakeOnly(GetParam().taken);
-  Notify(socket_event::kWrite);
-  EXPECT_EQ(control->m_pendingOut, GetParam().left);
-  EXPECT_THAT(timeline, IsEmpty());
-  EXPECT_TRUE(window.Runs(kKeepAliveTimer));
-}
-
-INSTANTIATE_TEST_SUITE_P(Counts, PartialSendTest,
-                         testing::Values(PartialSend{0, ""}, PartialSend{1, "0123456789"},
-                                         PartialSend{2, "123456789"}, PartialSend{9, "89"}));
-
-struct SendFailure {
-  int error;
-  const char* failures;
-};
-
-void PrintTo(const SendFailure& failure, std::ostream* out) { *out << failure.error; }
-
-class SendFailureTest : public ConnectionTest, public testing::WithParamInterface<SendFailure> {};
-
-TEST_P(SendFailureTest, KeepsTheQueue) {
-  ConnectQuietly();
-  control->m_pendingOut = "kept";
-  sockets.Fail(Call::kSend, GetParam().error);
-  Notify(socket_event::kWrite);
-  EXPECT_THAT(timeline, ElementsAreArray(Failures(GetParam().failures)));
-  EXPECT_EQ(control->m_pendingOut, "kept");
-  const bool stands = GetParam().failures[0] == '\0';
-  EXPECT_EQ(control->m_status, stands ? TLK_Connected : TLK_Not_Connected);
-  EXPECT_EQ(window.Runs(kKeepAliveTimer), stands);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Errors, SendFailureTest,
-    testing::Values(
-        SendFailure{10035, ""}, SendFailure{10036, ""},
-        SendFailure{10054, "E2 560 Connection was reset.\n>567"},
-        SendFailure{10061, "E2 575 Connection was refused.\n>583"},
-        SendFailure{10053, "E2 591 Connection was aborted.\n>598"},
-        SendFailure{10055, "E2 618 Unknown Socket error. Closing connection. Err Num = 10055>623"}),
-    [](const auto& test) { return std::to_string(test.param.error); });
-
-TEST_F(ConnectionTest, OutputQueuedBeforeADropGoesOutOnTheNextConnection) {
-  ConnectQuietly();
-  control->m_pendingOut = "kept";
-  Notify(socket_event::kClose);
-  ConnectQuietly();
-  Notify(socket_event::kWrite);
-  EXPECT_EQ(sockets.sent, "kept");
-}
-
-struct Folder {
-  const char* name;
-  std::string path;
-  std::string expected;
-};
-
-class LogFolderTest : public ControlFixture, public testing::WithParamInterface<Folder> {};
-
-TEST_P(LogFolderTest, IsTheTemporaryFolder) {
-  log.SetDirectory("unset");
-  surroundings.SetTemporaryFolder(GetParam().path);
-  control = std::make_unique<OpenControl>(ports, events);
-  EXPECT_EQ(log.GetDirectory(), GetParam().expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Paths, LogFolderTest,
-    testing::Values(Folder{"Ordinary", "/tmp/x/", "/tmp/x/"}, Folder{"None", "", "/"},
-                    Folder{"Longest", std::string(9999, 'a'), std::string(9999, 'a')},
-                    Folder{"TooLong", std::string(10000, 'a'), "unset"}),
-    [](const auto& test) { return test.param.name; });
 
 }  // namespace
 }  // namespace tlk::test

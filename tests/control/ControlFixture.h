@@ -3,27 +3,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "SystemDom.h"
-#include "control/Tlkc.h"
-#include "tests/scripted/RecordingLogger.h"
-#include "tests/scripted/ScriptedFiles.h"
-#include "tests/scripted/ScriptedSockets.h"
-#include "tests/scripted/ScriptedStringTable.h"
-#include "tests/scripted/ScriptedSurroundings.h"
-#include "tests/scripted/ScriptedWindow.h"
-#include "xml/Gate.h"
+#include "tests/scripted/ScriptedControl.h"
+#include "transport/Framing.h"
+#include "transport/TraceLog.h"
 
 namespace tlk::test {
 
-using Call = ScriptedSockets::Call;
 using Timeline = std::vector<std::string>;
 
 inline constexpr std::uintptr_t kConnectTimer = 0x52ED8D;
@@ -32,139 +25,117 @@ inline constexpr std::uintptr_t kKeepAliveTimer = 0x52ED92;
 /// Narrow text for printing; tests speak ASCII here.
 inline std::string ToNarrow(std::u16string_view wide) { return {wide.begin(), wide.end()}; }
 
-/// A whole message as a server sends it.
-inline std::string Frame(const std::string& body) {
-  const std::string head = "<TLK_Message Length=\"";
-  const std::string rest = "\" xmlns=\"\"" + body + "</TLK_Message>";
-  auto digits = std::to_string(head.size() + 7 + rest.size());
-  digits.insert(0, 7 - digits.size(), '0');
-  return head + digits + rest;
-}
-
-inline std::string Frame(const std::string& type, const std::string& data, int to = 7) {
-  return Frame(" Type=\"" + type + "\"><From Id=\"0\"/><To Id=\"" + std::to_string(to) + "\"/>" +
-               data);
+/// A whole message as a server sends it, or, with the ids the other way round, a control.
+inline std::string Frame(const std::string& type, const std::string& data, int to = 7,
+                         int from = 0) {
+  const std::string rest = "\" xmlns=\"\" Type=\"" + type + "\"><From Id=\"" +
+                           std::to_string(from) + "\"/><To Id=\"" + std::to_string(to) + "\"/>" +
+                           data + "</TLK_Message>";
+  const auto stamp = std::to_string(10'000'000 + 28 + rest.size());
+  return "<TLK_Message Length=\"" + stamp.substr(1) + rest;
 }
 
 /// A text whose messages are written the same by every DOM.
-inline std::string Bare(const std::string& text) {
-  static const std::string kEnd = "</TLK_Message>";
-  static const std::string kAddedEnd = kEnd + "\r\n";
+inline std::string Bare(std::string text) {
   std::string bare;
-  std::size_t from = 0;
-  for (std::size_t end; (end = text.find(kEnd, from)) != std::string::npos;) {
-    const bool added = text.compare(end, kAddedEnd.size(), kAddedEnd) == 0;
-    end += added ? kAddedEnd.size() : kEnd.size();
-    const std::size_t start = std::min(text.find("<TLK_Message ", from), end);
-    bare += text.substr(from, start - from) + WithoutIndentation(text.substr(start, end - start));
-    from = end;
+  for (std::size_t at; (at = text.find("<TLK_Message ")) != std::string::npos;) {
+    const auto length = static_cast<std::size_t>(GetMessageLength(text.substr(at)));
+    bare += text.substr(0, at) + WithoutIndentation(text.substr(at, length));
+    text.erase(0, at + length);
   }
-  return bare + text.substr(from);
+  return bare + text;
 }
 
-/// What failures leave, one after the other: "RECORD>LINE|RECORD>LINE" stands for the record of
-/// each, then the end of the connection on that line.
-inline Timeline Failures(const std::string& text) {
-  Timeline all;
-  std::istringstream failures(text);
-  for (std::string failure; std::getline(failures, failure, '|');) {
-    const auto arrow = failure.find('>');
-    all.push_back(failure.substr(0, arrow));
-    all.push_back("N0 " + failure.substr(arrow + 1) + " Status changed. Disconnected.\n");
-    all.emplace_back("event status 0");
-  }
-  return all;
+/// What is told of the end of a connection, behind what is told of its reason.
+inline std::string Ended(const std::string& reason, int line) {
+  return reason + "|N0 " + std::to_string(line) + " Status changed. Disconnected.\n|status 0|";
 }
 
-/// The events of a control, put on the timeline, and what a host does inside them.
-class HostEvents final : public ITlkcEvents {
- public:
-  explicit HostEvents(Timeline& timeline) : m_timeline(timeline) {}
+/// What is told of a failure that ends the connection.
+inline std::string Ended(const TraceFailure& failure, const std::string& number = "") {
+  const auto& [line, text] = failure.reason;
+  return Ended("E2 " + std::to_string(line) + " " + text + number, failure.droppedLine);
+}
 
+// How things stand with a control that is connected, and with one that is not.
+inline const std::string kStands = "status 3, 1 open, keep-alive timer";
+inline const std::string kIsOver = "status 0, 0 open";
+
+/// The events of a control, told one after the other, and what a host does inside them.
+struct HostEvents final : ITlkcEvents {
   void ConnStatusChanged(TLK_ConnStatusEnum status) override {
-    m_timeline.push_back("event status " + std::to_string(status));
+    told += "status " + std::to_string(status) + "|";
     if (onStatus) onStatus();
   }
 
   void TlkMsgRecieved(std::u16string_view messageType, std::u16string_view message) override {
-    m_timeline.push_back("event message [" + ToNarrow(messageType) + "] [" +
-                         WithoutIndentation(ToNarrow(message)) + "]");
+    told += ToNarrow(messageType) + ": " + WithoutIndentation(ToNarrow(message)) + "|";
     if (onMessage) onMessage();
   }
 
+  std::string told;
   std::function<void()> onStatus;
   std::function<void()> onMessage;
-
- private:
-  Timeline& m_timeline;
 };
 
-/// A control whose state a test can see and set.
-class OpenControl final : public CTlkc {
- public:
-  using CTlkc::CTlkc;
-  using CTlkc::m_clientId;
-  using CTlkc::m_expectedLength;
-  using CTlkc::m_keepAliveIntervalMs;
-  using CTlkc::m_maxPendingOut;
-  using CTlkc::m_pendingOut;
-  using CTlkc::m_recvText;
-  using CTlkc::m_serverAddr;
-  using CTlkc::m_socket;
-  using CTlkc::m_status;
-};
-
-/// A control on scripted ports. Its records ("E2 150 Connect Failed. Err num = 10061") and its
-/// events
-/// ("event status 0") stand on one timeline, in the order in which they happened.
-class ControlFixture : public testing::Test {
+/// A control on scripted ports. Its records ("E2 150 Connect Failed. Err num = 10061|") and its
+/// events ("status 0|", "Type: <Data/>|") are told in the order in which they happened.
+class ControlFixture : public testing::Test, DomThread, protected ScriptedPorts<SystemDomFactory> {
  protected:
   ControlFixture() {
     log.onRecord = [this](const LogRecord& record) {
-      if (record.source == "Tlkc") {
-        EXPECT_EQ(record.message, 101U);
-        EXPECT_EQ(record.module, strings.TheModule());
-        timeline.push_back(std::string(1, record.severity) + std::to_string(record.level) + " " +
-                           std::to_string(record.line) + " " + Bare(record.text));
-      }
+      if (record.source != "Tlkc") return;
+      EXPECT_EQ(record.message, 101U);
+      EXPECT_EQ(record.module, strings.TheModule());
+      events.told += record.severity + std::to_string(record.level) + " " +
+                     std::to_string(record.line) + " " + Bare(record.text) + "|";
     };
-    control = std::make_unique<OpenControl>(ports, events);
   }
 
+  static constexpr int kUnwritten = -77;
+
+  /// What `Connect` writes: 1, 0, or nothing when it fails.
+  int Connect(std::u16string_view server = u"127.0.0.1", std::int32_t port = 1371) {
+    std::int32_t connected = kUnwritten;
+    const auto result = control->Connect(server, port, &connected);
+    EXPECT_EQ(result, connected == kUnwritten ? kResultFail : kResultOk);
+    return connected;
+  }
+
+  /// A new connection, of which nothing has been told.
   void ConnectQuietly() {
-    std::int32_t connected = 0;
-    ASSERT_EQ(control->Connect(u"127.0.0.1", 1371, &connected), kResultOk);
-    ASSERT_EQ(connected, 1);
-    timeline.clear();
+    control->Disconnect();
+    EXPECT_EQ(Connect(), 1);
+    events.told.clear();
   }
 
-  bool Notify(std::uint32_t event, int error = 0) {
-    return window.Notify(control->m_socket, event, error);
+  void Notify(std::uint32_t event, int error = 0) {
+    EXPECT_TRUE(window.Notify(control->m_socket, event, error));
   }
 
-  /// Lets bytes arrive as one chunk and delivers read notifications while any wait.
-  void ArriveAndRead(const std::string& bytes) {
+  /// Lets bytes arrive as one piece and delivers read notifications while any wait.
+  void Read(const std::string& bytes) {
     sockets.Arrive(bytes);
-    while (sockets.HasArrivals() && control->m_status == TLK_Connected) {
-      Notify(socket_event::kRead);
-    }
+    while (sockets.HasArrivals() && sockets.IsOpen(control->m_socket)) Notify(socket_event::kRead);
   }
 
-  Timeline timeline;
-  ScriptedSockets sockets;
-  ScriptedWindow window;
-  ScriptedStringTable strings;
-  ScriptedSurroundings surroundings;
-  ScriptedFiles files;
-  RecordingLogger log;
-  Platform platform{SystemPlatform().text, strings, SystemPlatform().synchronisation, surroundings,
-                    files};
-  DomThread domThread;
-  SystemDomFactory dom{SystemPlatform().text};
-  XmlGate gate{SystemPlatform().text};
-  ControlPorts ports{sockets, window, platform, dom, gate, log};
-  HostEvents events{timeline};
-  std::unique_ptr<OpenControl> control;
+  /// What has been told since the last look, and how things stand now.
+  std::string Look() {
+    EXPECT_EQ(sockets.IsOpen(control->m_socket), control->m_socket != kInvalidSocket);
+    auto look = std::exchange(events.told, "") + "status " + std::to_string(control->m_status) +
+                ", " + std::to_string(sockets.OpenCount()) + " open";
+    if (window.Runs(kConnectTimer)) look += ", connect timer";
+    if (window.Runs(kKeepAliveTimer)) look += ", keep-alive timer";
+    const auto held = control->m_recvText.size();
+    if (held > 0 || control->m_expectedLength != -1) {
+      look +=
+          ", holds " + std::to_string(held) + " of " + std::to_string(control->m_expectedLength);
+    }
+    return control->m_pendingOut.empty() ? look : look + ", queued " + Bare(control->m_pendingOut);
+  }
+
+  HostEvents events;
+  std::unique_ptr<OpenControl> control = std::make_unique<OpenControl>(ports, events);
 };
 
 }  // namespace tlk::test

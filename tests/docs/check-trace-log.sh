@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
-# check-trace-log.sh SOURCE: whether docs/trace-log.md has each record of the control, its line and its
-# text in one row of a table, and all that the codec and the logger say; and whether its commands do
-# what it says.
+# check-trace-log.sh SOURCE: whether docs/trace-log.md has each record of the control, its line, its
+# text and the line of the end that follows in one row of a table, and all that the codec and the
+# logger say; and whether its commands do what it says.
 set -euo pipefail
 cd "$1"
-records=$(tr '\n' ' ' <transport/TraceLog.h | grep -oE '\{ *[0-9]+, *"[^"]*"' |
-  sed -E 's/^\{ *([0-9]+), *"(.*)"$/\1 \2/')
+records=$(tr '\n' ' ' <transport/TraceLog.h | grep -oE '\{ *[0-9]+, *"[^"]*" *\}(, *[0-9]+)?' |
+  sed -E 's/^\{ *([0-9]+), *"(.*)" *\}(, *([0-9]+))?$/\1 [\4] \2/')
 [ "$(wc -l <<<"$records")" -ge 30 ] || { echo "TraceLog.h was not understood" >&2; exit 1; }
 missing=0
-while read -r line text; do
-  if ! grep -F "| $line |" docs/trace-log.md | grep -qF "\`$text"; then
+while read -r line end text; do
+  if ! grep -F "| $line |" docs/trace-log.md | grep -F "\`$text" | grep -qF "| ${end:1:-1}"; then
     echo "docs/trace-log.md lacks line $line: $text" >&2
     missing=1
   fi

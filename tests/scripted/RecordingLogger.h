@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "log/iLogger.h"
+#include "tools/tlk/SilentLog.h"
 
 namespace tlk {
 
@@ -25,7 +25,7 @@ struct LogRecord {
 };
 
 /// A logger that keeps its records to itself.
-class RecordingLogger final : public iLogger {
+class RecordingLogger final : public SilentLog {
  public:
   std::vector<LogRecord> records;
   /// Called with each record, if set.
@@ -67,17 +67,6 @@ class RecordingLogger final : public iLogger {
 
   [[nodiscard]] std::string GetDirectory() const override { return m_directory; }
   void SetDirectory(const std::string& directory) override { m_directory = directory; }
-  void SetMaxQueueSize(std::int32_t) override {}
-  [[nodiscard]] std::int32_t GetMaxQueueSize() const override { return 0; }
-  void SetLevel(const std::int32_t&) override {}
-  [[nodiscard]] std::int32_t GetLevel() const override { return 0; }
-  void SetConsoleEcho(bool) override {}
-  void SetRotation(const std::int32_t&, const std::int32_t&) override {}
-  void Write(std::string_view) override {}
-  std::uint32_t Flush() override { return 0; }
-  void CopyLineList(LineList&) override {}
-  void GetLineList(LineList&) override {}
-  std::int32_t ScanLog(const std::int32_t&, LineList&) override { return kScanNotOpened; }
 
  private:
   void Keep(LogRecord record, std::va_list values) {

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <map>
-#include <string>
+#include <string_view>
 
 #include "platform/ControlWindow.h"
 
@@ -13,58 +14,51 @@ class ScriptedWindow final : public ControlWindow {
   void SetTarget(WindowTarget* newTarget) override { m_target = newTarget; }
 
   [[nodiscard]] std::uint32_t RegisterMessage(const char* name) override {
-    return std::string(name) == "Tlkc:wsnotify" ? 0xC123 : 0xC000;
+    return std::string_view(name) == "Tlkc:wsnotify" ? 0xC123 : 0xC000;
   }
 
   void StartTimer(std::uintptr_t timerId, std::uint32_t milliseconds) override {
-    m_timers[timerId] = {true, m_now + milliseconds, milliseconds};
+    m_timers[timerId] = {m_now + milliseconds, milliseconds};
   }
 
   void StopTimer(std::uintptr_t timerId) override {
-    const auto timer = m_timers.find(timerId);
-    if (timer != m_timers.end()) timer->second.runs = false;
+    if (m_timers.contains(timerId)) m_timers[timerId].due = kNever;
   }
 
   [[nodiscard]] bool Runs(std::uintptr_t timerId) const {
-    const auto timer = m_timers.find(timerId);
-    return timer != m_timers.end() && timer->second.runs;
+    return m_timers.contains(timerId) && m_timers.at(timerId).due != kNever;
   }
   [[nodiscard]] bool HasTarget() const { return m_target != nullptr; }
 
-  /// Delivers a notification; false when the target did not treat it.
+  /// Delivers a notification; false when the target did not treat it, or answered other than 0.
   bool Notify(std::uintptr_t socket, std::uint32_t event, int error = 0) {
     bool handled = false;
-    m_target->OnSocketNotify(0xC123, socket, static_cast<std::uintptr_t>(error) << 16 | event,
-                             handled);
-    return handled;
+    const auto both = static_cast<std::uintptr_t>(error) << 16 | event;
+    return m_target->OnSocketNotify(0xC123, socket, both, handled) == 0 && handled;
   }
 
   /// Lets time pass; timers run out in their order.
   void Advance(std::uint64_t milliseconds) {
+    const auto due = [](const auto& timer) { return timer.second.due; };
     const auto end = m_now + milliseconds;
-    for (auto next = NextDue(end); next != 0; next = NextDue(end)) {
-      m_now = m_timers[next].due;
-      m_timers[next].due += m_timers[next].period;
-      m_target->OnTimer(next);
+    for (;;) {
+      const auto next = std::ranges::min_element(m_timers, {}, due);
+      if (next == m_timers.end() || due(*next) > end) break;
+      m_now = next->second.due;
+      next->second.due += next->second.period;
+      m_target->OnTimer(next->first);
     }
     m_now = end;
   }
 
  private:
+  // A timer that does not run keeps its place: only the first start of one may ask for memory.
+  static constexpr std::uint64_t kNever = ~std::uint64_t{0};
+
   struct Timer {
-    bool runs = false;
-    std::uint64_t due = 0;
+    std::uint64_t due = kNever;
     std::uint32_t period = 0;
   };
-
-  [[nodiscard]] std::uintptr_t NextDue(std::uint64_t end) const {
-    std::uintptr_t next = 0;
-    for (const auto& [id, timer] : m_timers) {
-      if (timer.runs && timer.due <= end && (next == 0 || timer.due < m_timers.at(next).due))
-        next = id;
-    }
-    return next;
-  }
 
   WindowTarget* m_target = nullptr;
   std::map<std::uintptr_t, Timer> m_timers;

@@ -6,7 +6,7 @@ namespace tlk {
 
 /// A log that drops every record, for the tool's own documents are to leave no trace in the user's
 /// log. What goes wrong with them the codec also prints.
-class SilentLog final : public iLogger {
+class SilentLog : public iLogger {
  public:
   [[nodiscard]] std::string GetDirectory() const override { return {}; }
   void SetDirectory(const std::string& /*directory*/) override {}
