@@ -15,18 +15,6 @@ extern "C" std::size_t AllocatedBytes() __asm__("__sanitizer_get_current_allocat
 namespace tlk::fuzz {
 namespace {
 
-using Call = test::ScriptedSockets::Call;
-
-/// Sockets that show each receive before it happens.
-struct WatchedSockets final : test::ScriptedSockets {
-  std::function<void(SocketHandle)> onReceive;
-
-  int Receive(SocketHandle socket, std::span<char> buffer, int size) override {
-    onReceive(socket);
-    return ScriptedSockets::Receive(socket, buffer, size);
-  }
-};
-
 std::size_t Memory() {
   if (AllocatedBytes != nullptr) return AllocatedBytes();
   [[maybe_unused]] static const int told = std::fputs("memory is not counted here\n", stderr);
@@ -35,35 +23,27 @@ std::size_t Memory() {
 
 class Conversation final : public ITlkcEvents {
  public:
-  explicit Conversation(Input& input)
-      : m_input(input), m_control(std::in_place, m_ports.ports, *this) {
+  explicit Conversation(Input& input) : m_input(input) {
     m_sockets.onReceive = [this](SocketHandle socket) { CheckReceive(socket); };
     m_ports.log.onRecord = [this](const LogRecord& record) { CheckRecord(record); };
-  }
-
-  void Run() {
     while (!m_input.AtEnd()) Step();
     m_inStatus = m_inMessage = true;  // So that no event may come.
     m_control.reset();
-    Check(!m_ports.window.HasTarget() && HasTimers() == std::pair(false, false),
-          "no timer is left");
+    Check(!m_ports.window.HasTarget() && HasTimers() == kNoTimers, "no timer is left");
     Check(m_sockets.OpenCount() == 0, "a control closes its socket");
   }
 
  private:
   void ConnStatusChanged(TLK_ConnStatusEnum status) override {
-    Check(!m_inStatus, "a status is not announced inside an announcement, nor of what is gone");
     Check(status == m_control->m_status, "what is announced is stored");
     m_announced = status;
     Handle(m_inStatus);
   }
 
-  void TlkMsgRecieved(std::u16string_view, std::u16string_view) override {
-    Check(!m_inMessage, "a message is not raised inside a message, nor by what is gone");
-    Handle(m_inMessage);
-  }
+  void TlkMsgRecieved(std::u16string_view, std::u16string_view) override { Handle(m_inMessage); }
 
   void Handle(bool& isInside) {
+    Check(!isInside, "no event is raised inside its own kind, nor by what is gone");
     isInside = true;
     ++m_depth;
     for (auto steps = m_depth > 3 ? 0 : m_input.Choice(4); steps > 0; --steps) Step();
@@ -109,8 +89,8 @@ class Conversation final : public ITlkcEvents {
   }
 
   void Notify() {
-    static constexpr std::uint32_t kEvents[] = {socket_event::kRead, socket_event::kWrite,
-                                                socket_event::kConnect, socket_event::kClose, 64};
+    using namespace socket_event;
+    static constexpr std::uint32_t kEvents[] = {kRead, kWrite, kConnect, kClose, 64};
     const auto choice = m_input.Choice(20);
     const auto event = kEvents[choice % 5];
     const int error = choice / 5 == 2 ? Error() : 0;
@@ -121,15 +101,24 @@ class Conversation final : public ITlkcEvents {
     const auto before = std::tuple(m_steps, m_records, HasTimers());
     m_isPending = m_isPending && isLate;
     m_ports.window.Notify(socket, event, error);
-    Check(!isLate || before == std::tuple(m_steps, m_records, HasTimers()), "too late to matter");
-    Check(isLate || (error == 0 && event < socket_event::kClose) ||
-              m_steps != std::get<0>(before) || HasTimers() == std::pair(false, false),
-          "no timer outlives a connection that ends");
+    if (isLate) {
+      Check(before == std::tuple(m_steps, m_records, HasTimers()), "too late to matter");
+    } else if ((error != 0 || event >= kClose) && m_steps == std::get<0>(before)) {
+      Check(HasTimers() == kNoTimers, "no timer outlives a connection that ends");
+    }
+  }
+
+  void FailCall() {
+    static constexpr const char* kCalls[] = {
+        "Open",           "Connect",           "Send",
+        "Receive",        "EnableKeepAlive",   "SetBlocking",
+        "SetSendTimeout", "SetReceiveTimeout", "RequestNotifications"};
+    const char* const call = kCalls[m_input.Choice(9)];
+    m_sockets.Fail(call, Error());
   }
 
   void Arrive() { m_sockets.Arrive(PeerBytes(m_input)); }
   void FailReceive() { m_sockets.ArriveError(Error()); }
-  void FailCall() { m_sockets.Fail(Call{static_cast<int>(m_input.Choice(9))}, Error()); }
   void TakePart() { m_sockets.TakeOnly(m_input.Byte()); }
   void PassTime() { m_ports.window.Advance(m_input.Byte() * std::uint64_t{1000}); }
   void Send() { m_control->SendTLKMsg(Wide(), u"<a/>"); }
@@ -139,9 +128,9 @@ class Conversation final : public ITlkcEvents {
     m_control->ConnectionStatus(&status);
     Check(status == TLK_Not_Connected || status == TLK_Connected, "a status is one of two");
     Check(m_isNested || status == m_announced, "a host with quiet handlers knows the status");
-    const bool isOpen = m_sockets.IsOpen(m_control->m_socket);
-    Check(isOpen == (m_control->m_socket != kInvalidSocket), "the socket that is held is open");
-    Check(m_sockets.OpenCount() == (isOpen ? 1 : 0), "no other socket is open");
+    const bool hasSocket = m_control->m_socket != kInvalidSocket;
+    Check(m_sockets.IsOpen(m_control->m_socket) == hasSocket, "the socket that is held is open");
+    Check(m_sockets.OpenCount() == (hasSocket ? 1 : 0), "no other socket is open");
     Check(!HasTimers().first || m_isPending, "the connect timer runs for a pending connection");
     CheckMemory(m_depth);
   }
@@ -171,8 +160,11 @@ class Conversation final : public ITlkcEvents {
     Check(!record.text.empty() && (!hasText || record.text.back() == '\n'), "a record is whole");
   }
 
+  using Timers = std::pair<bool, bool>;
+  static constexpr Timers kNoTimers{false, false};
+
   // The connect timer and the keep-alive timer.
-  std::pair<bool, bool> HasTimers() const {
+  Timers HasTimers() const {
     return {m_ports.window.Runs(0x52ED8D), m_ports.window.Runs(0x52ED92)};
   }
 
@@ -187,9 +179,9 @@ class Conversation final : public ITlkcEvents {
   }
 
   Input& m_input;
-  WatchedSockets m_sockets;
-  ScriptedPorts m_ports{m_sockets};
-  std::optional<OpenControl> m_control;
+  ScriptedPorts m_ports;
+  test::ScriptedSockets& m_sockets = m_ports.sockets;
+  std::optional<OpenControl> m_control{std::in_place, m_ports.ports, *this};
   const std::size_t m_memoryBefore = Memory();
   TLK_ConnStatusEnum m_announced = TLK_Not_Connected;
   SocketHandle m_asking = kInvalidSocket;
@@ -207,6 +199,6 @@ class Conversation final : public ITlkcEvents {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   tlk::fuzz::Input input(data, size);
-  tlk::fuzz::Conversation(input).Run();
+  const tlk::fuzz::Conversation conversation(input);
   return 0;
 }

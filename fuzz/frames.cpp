@@ -70,8 +70,8 @@ class Reading final : public ITlkcEvents {
     }
   }
 
-  test::ScriptedSockets m_sockets;
-  ScriptedPorts m_ports{m_sockets};
+  ScriptedPorts m_ports;
+  test::ScriptedSockets& m_sockets = m_ports.sockets;
   OpenControl m_control{m_ports.ports, *this};
   Outcome m_outcome;
   std::string m_end;

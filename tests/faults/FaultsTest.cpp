@@ -63,7 +63,7 @@ constexpr Conversation kConversations[] = {
        stage.Connect();
        if (stage.IsConnected()) stage.sockets.TakeOnly(40);
        stage.Send(u"Part");
-       if (stage.IsConnected()) stage.sockets.Fail(Call::kSend, socket_error::kWouldBlock);
+       if (stage.IsConnected()) stage.sockets.Fail("Send", socket_error::kWouldBlock);
        stage.Send(u"Later");
      }},
     {"request with reply",
