@@ -65,17 +65,17 @@ inline const std::string kIsOver = "status 0, 0 open";
 struct HostEvents final : ITlkcEvents {
   void ConnStatusChanged(TLK_ConnStatusEnum status) override {
     told += "status " + std::to_string(status) + "|";
-    if (onStatus) onStatus();
+    onStatus();
   }
 
   void TlkMsgRecieved(std::u16string_view messageType, std::u16string_view message) override {
     told += ToNarrow(messageType) + ": " + WithoutIndentation(ToNarrow(message)) + "|";
-    if (onMessage) onMessage();
+    onMessage();
   }
 
   std::string told;
-  std::function<void()> onStatus;
-  std::function<void()> onMessage;
+  std::function<void()> onStatus = [] {};
+  std::function<void()> onMessage = [] {};
 };
 
 /// A control on scripted ports. Its records ("E2 150 Connect Failed. Err num = 10061|") and its

@@ -114,7 +114,6 @@ TEST_F(ReceiveTest, WhatOneControlMaySendAnotherReceives) {
 
 TEST_F(ReceiveTest, AMessageInsideAMessageHandlerIsSkipped) {
   events.onMessage = [this] {
-    events.onMessage = nullptr;
     Notify(socket_event::kRead);
     Notify(socket_event::kRead);
     events.told += "handler ends|";
@@ -124,6 +123,7 @@ TEST_F(ReceiveTest, AMessageInsideAMessageHandlerIsSkipped) {
   Notify(socket_event::kRead);
   EXPECT_EQ(Look(), Heard("Outer") + "N0 1009 Message Skipped. Inner\n|handler ends|" + kStands +
                         ", holds 50 of 108");
+  events.onMessage = [] {};
   Read(message.substr(50));
   EXPECT_EQ(Look(), heard + kStands);
 }
