@@ -24,7 +24,7 @@ std::size_t Memory() {
 class Conversation final : public ITlkcEvents {
  public:
   explicit Conversation(Input& input) : m_input(input) {
-    m_sockets.onReceive = [this](SocketHandle socket) { CheckReceive(socket); };
+    m_sockets.onCall = [this](std::string_view call) { CheckCall(call); };
     m_ports.log.onRecord = [this](const LogRecord& record) { CheckRecord(record); };
     while (!m_input.AtEnd()) Step();
     m_inStatus = m_inMessage = true;  // So that no event may come.
@@ -135,10 +135,10 @@ class Conversation final : public ITlkcEvents {
     CheckMemory(m_depth);
   }
 
-  void CheckReceive(SocketHandle socket) const {
+  void CheckCall(std::string_view call) const {
+    if (call != "Receive" || m_control->m_status != TLK_Connected) return;
     const bool isOff = m_sockets.blocking && m_sockets.mask == 0;
-    const bool isConnected = m_control->m_status == TLK_Connected && m_sockets.IsOpen(socket);
-    Check(!isConnected || isOff == (socket == m_asking),
+    Check(isOff == (m_control->m_socket == m_asking),
           "notifications are off while blocking, and only then");
     CheckMemory(m_depth + 1);
   }

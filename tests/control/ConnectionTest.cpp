@@ -12,6 +12,7 @@ const std::string kDisconnected = Ended("N0 68 Disconnect requested.", 76);
 TEST_F(ConnectionTest, ConnectSetsTheConnectionUp) {
   EXPECT_EQ(Look(), kIsOver);
   events.onStatus = [this] { EXPECT_FALSE(window.Runs(kKeepAliveTimer)) << "told first"; };
+  sockets.onCall = [this](auto) { EXPECT_EQ(control->m_status, TLK_Resolving); };
   EXPECT_EQ(Connect(u"127.0.0.1", 0x15055B), 1);
   EXPECT_EQ(Look(), kConnected + kStands);
   EXPECT_THAT(sockets.calls,
@@ -116,6 +117,23 @@ TEST_F(ConnectionTest, AnotherSocketsNotificationIsIgnoredWhileThereIsOne) {
   EXPECT_EQ(Look(), kDisconnected + kClosed + kIsOver);
   EXPECT_TRUE(window.Notify(old, socket_event::kConnect));
   EXPECT_THAT(Look(), testing::EndsWith("|status 3|status 3, 0 open, keep-alive timer"));
+}
+
+// What a handler throws, or a port for lack of memory: the connection ends, and with it what it
+// held.
+TEST_F(ConnectionTest, AnExceptionEndsTheConnection) {
+  const auto lacksMemory = Ended(trace::kNotifiedUnknown, "10055") + kIsOver;
+  std::int32_t value = kUnwritten;
+  ConnectQuietly();
+  Read("<TLK_Message");
+  events.onStatus = [] { throw std::bad_alloc(); };
+  Notify(socket_event::kClose);
+  EXPECT_EQ(Look(), kClosed + lacksMemory);
+  EXPECT_EQ(control->Connect(u"127.0.0.1", 1, &value), kResultOutOfMemory);
+  EXPECT_EQ(Look(), kConnected + lacksMemory);
+  events.onStatus = [] { throw 1; };
+  EXPECT_EQ(control->Connect(u"127.0.0.1", 1, &value), kResultFail);
+  EXPECT_EQ(value, kUnwritten);
 }
 
 TEST_F(ConnectionTest, TheLogLiesInTheTemporaryFolder) {

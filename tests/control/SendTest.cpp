@@ -18,7 +18,7 @@ class SendTest : public ControlFixture {
 
   /// The reply, as "Type: <Data/>", or nothing when there was none.
   std::string Request(std::u16string_view question = u"<Q/>") {
-    bool wasAnswered = false;
+    bool wasAnswered = true;
     std::u16string type = u"unwritten";
     std::u16string data = type;
     EXPECT_EQ(control->SendReceiveTlkMsg(u"Ask", question, &type, &data, 250, &wasAnswered),
@@ -128,7 +128,7 @@ TEST_F(SendTest, AnIdleConnectionIsKeptAliveEveryMinute) {
   EXPECT_EQ(Look(), Gone(kMessage) + kStands) << "the answer is no message";
   sockets.Fail("Send", socket_error::kConnectionReset);
   window.Advance(1);
-  EXPECT_THAT(Look(), testing::StartsWith(Ended(trace::kSendReset) + kIsOver));
+  EXPECT_THAT(Look(), testing::StartsWith(Ended(trace::kSendReset) + kIsOver + ", queued"));
 }
 
 TEST_F(SendTest, TheFirstReceiverIsTheSenderAndNothingIsAnswered) {

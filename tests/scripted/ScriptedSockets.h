@@ -37,8 +37,8 @@ class ScriptedSockets final : public Sockets {
 
   /// Address that host names have; unset, no name is known.
   std::optional<std::uint32_t> hostAddress;
-  /// Called before each receive, if set.
-  std::function<void(SocketHandle)> onReceive;
+  /// Called with the name of each call on a socket, before it has an effect.
+  std::function<void(std::string_view)> onCall = [](std::string_view) {};
 
   /// Each call of an open socket, with its numbers: "SetSendTimeout 250".
   std::vector<std::string> calls;
@@ -71,7 +71,6 @@ class ScriptedSockets final : public Sockets {
   }
 
   int Receive(SocketHandle socket, std::span<char> buffer, int size) override {
-    if (onReceive) onReceive(socket);
     if (Answer("Receive", socket, {size}) != 0) return kSocketError;
     const auto room = static_cast<std::size_t>(size);
     if (size < 0 || room > buffer.size()) return FailWith(socket_error::kFault);
@@ -141,6 +140,7 @@ class ScriptedSockets final : public Sockets {
   }
 
   int Answer(std::string_view call, SocketHandle socket, std::vector<std::int64_t> numbers = {}) {
+    onCall(call);
     const int scripted = Next(call);
     if (!IsOpen(socket)) return scripted == 0 ? FailWith(socket_error::kNotASocket) : scripted;
     calls.emplace_back(call);
