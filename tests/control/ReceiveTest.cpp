@@ -3,7 +3,8 @@
 namespace tlk::test {
 namespace {
 
-const std::string kReadFailed = Ended(trace::kReadFailed);
+/// What is told, and how things stand, when a message could not be read.
+const std::string kNotRead = Ended(trace::kReadFailed) + kIsOver;
 
 /// What is told of a message that came.
 std::string Heard(const std::string& type, const std::string& data = "") {
@@ -43,11 +44,12 @@ TEST_F(ReceiveTest, ANotificationReadsOneMessageInTwoReceives) {
 }
 
 TEST_F(ReceiveTest, PiecesOfAnySizeAreTheSameMessage) {
+  const auto whole = heard + kStands;
   for (std::size_t size = 1; size < 60; ++size) {
     std::string waits;
     for (auto held = 2 * size; held < 30; held += size) waits += "N0 746 Waiting for length.\n|";
     for (std::size_t at = 0; at < message.size(); at += size) Read(message.substr(at, size));
-    EXPECT_EQ(Look(), waits + heard + kStands) << "pieces of " << size;
+    EXPECT_EQ(Look(), waits + whole) << "pieces of " << size;
   }
 }
 
@@ -66,7 +68,7 @@ TEST_F(ReceiveTest, AReceiveThatFailsIsToldTwice) {
   // it, and what is told of an error.
   const std::tuple<std::size_t, std::string, std::string> stages[] = {
       {0, kStands, Ended(trace::kReceiveFailed, "10054")},
-      {29, kReadFailed + kIsOver + ", holds 29 of -1", Ended(trace::kPrefixFailed, "10054")},
+      {29, kNotRead + ", holds 29 of -1", Ended(trace::kPrefixFailed, "10054")},
       {45, kStands + ", holds 45 of 108", Ended(trace::kBodyFailed, "10054")}};
   for (const auto& [held, blocked, told] : stages) {
     Read(message.substr(0, held));
@@ -75,7 +77,7 @@ TEST_F(ReceiveTest, AReceiveThatFailsIsToldTwice) {
     ConnectQuietly();
     sockets.ArriveError(socket_error::kConnectionReset);
     Notify(socket_event::kRead);
-    EXPECT_EQ(Look(), told + kReadFailed + kIsOver);
+    EXPECT_EQ(Look(), told + kNotRead);
     ConnectQuietly();
   }
 }
@@ -93,7 +95,7 @@ TEST_F(ReceiveTest, AStampThatCannotBeTrueEndsTheConnection) {
   for (const auto& [first, rest, told] : prefixes) {
     Read(first);
     if (!rest.empty()) Read(rest);
-    EXPECT_EQ(Look(), told + kReadFailed + kIsOver);
+    EXPECT_EQ(Look(), told + kNotRead);
     ConnectQuietly();
   }
   Read("<TLK_Message Length=\"0000030\" ");

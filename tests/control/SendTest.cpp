@@ -48,14 +48,15 @@ TEST_F(SendTest, WhatCannotGoOutStaysForTheNextConnection) {
       {10061, Ended(trace::kSendRefused) + kIsOver},
       {10053, Ended(trace::kSendAborted) + kIsOver},
       {10055, Ended(trace::kSendUnknown, "10055") + kIsOver}};
+  const auto queued = ", queued " + kMessage;
   for (const auto& [error, look] : failures) {
     ConnectQuietly();
     SendInVain(error);
-    EXPECT_EQ(Look(), look + ", queued " + kMessage);
+    EXPECT_EQ(Look(), look + queued);
     ConnectQuietly();
     sockets.Fail("Send", error);
     Notify(socket_event::kWrite);
-    EXPECT_EQ(Look(), look + ", queued " + kMessage);
+    EXPECT_EQ(Look(), look + queued);
     ConnectQuietly();
     Notify(socket_event::kWrite);
     EXPECT_EQ(Look(), Gone(kMessage) + kStands);
@@ -74,7 +75,7 @@ TEST_F(SendTest, APartThatIsTakenLeavesItsLastByte) {
 }
 
 TEST_F(SendTest, ARecordHasTheFirst8192BytesOfAText) {
-  for (const std::size_t size : {8193, 8192, 1}) {
+  for (const std::size_t size : {8193U, 8192U, 1U}) {
     control->m_pendingOut.assign(size, 'x');
     Notify(socket_event::kWrite);
     EXPECT_EQ(Look(), Gone(std::string(std::min<std::size_t>(size, 8192), 'x')) + kStands);

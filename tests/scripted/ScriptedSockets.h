@@ -139,7 +139,8 @@ class ScriptedSockets final : public Sockets {
     return error == 0 ? 0 : FailWith(error);
   }
 
-  int Answer(std::string_view call, SocketHandle socket, std::vector<std::int64_t> numbers = {}) {
+  int Answer(std::string_view call, SocketHandle socket,
+             const std::vector<std::int64_t>& numbers = {}) {
     onCall(call);
     const int scripted = Next(call);
     if (!IsOpen(socket)) return scripted == 0 ? FailWith(socket_error::kNotASocket) : scripted;
