@@ -105,7 +105,7 @@ TEST_F(ReceiveTest, AStampThatCannotBeTrueEndsTheConnection) {
 // A body at the limit of depth was sent, but a control that received it dropped the message.
 TEST_F(ReceiveTest, WhatOneControlMaySendAnotherReceives) {
   std::string body = "<a/>";
-  for (std::size_t depth = 1; depth < kDeepestBody; ++depth) body = "<a>" + body + "</a>";
+  for (std::size_t depth = 1; depth < kDeepestBody; ++depth) body.insert(0, "<a>").append("</a>");
   control->SendTLKMsg(u"Deep", std::u16string(body.begin(), body.end()));
   events.told.clear();
   Read(sockets.sent);
