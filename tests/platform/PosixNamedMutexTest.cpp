@@ -2,14 +2,18 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
 #include <csignal>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
+#include <thread>
 
 #include "platform/posix/PosixSynchronisation.h"
 
@@ -30,27 +34,28 @@ int StatusOf(pid_t child) {
 
 class PosixNamedMutexTest : public testing::Test {
  protected:
-  [[nodiscard]] std::unique_ptr<SystemMutex> Open() {
-    return m_synchronisation.OpenNamedMutex(m_name.c_str());
+  [[nodiscard]] std::unique_ptr<SystemMutex> Open() const {
+    return PosixSynchronisation().OpenNamedMutex(m_name.c_str());
   }
-  [[nodiscard]] std::unique_ptr<SystemMutex> New() {
-    return m_synchronisation.NewNamedMutex(m_name.c_str());
+  [[nodiscard]] std::unique_ptr<SystemMutex> New(const std::string& more = "") const {
+    return PosixSynchronisation().NewNamedMutex((m_name + more).c_str());
+  }
+  [[nodiscard]] bool HasFile(const std::string& more = "") const {
+    const std::string folder = "/dev/shm/tlkc2-" + std::to_string(geteuid());
+    return access((folder + "/mutex." + m_name + more).c_str(), F_OK) == 0;
   }
 
   /// Lets another process take the mutex and crash.
   void CrashWhileHolding() {
     const pid_t child = StartChild([this] {
       const auto own = New();
-      if (own == nullptr || own->Wait(0) != WaitResult::kSignalled) return 1;
-      if (access(m_file.c_str(), F_OK) != 0) return 2;
+      if (own == nullptr || own->Wait(0) != WaitResult::kSignalled || !HasFile()) return 1;
       return raise(SIGKILL);
     });
     EXPECT_EQ(WTERMSIG(StatusOf(child)), SIGKILL);
   }
 
   const std::string m_name = "test" + std::to_string(getpid());
-  const std::string m_file = "/dev/shm/tlkc2-" + std::to_string(geteuid()) + "/mutex." + m_name;
-  PosixSynchronisation m_synchronisation;
 };
 
 TEST_F(PosixNamedMutexTest, IsAbandonedByAProcessThatCrashes) {
@@ -61,27 +66,60 @@ TEST_F(PosixNamedMutexTest, IsAbandonedByAProcessThatCrashes) {
   EXPECT_EQ(mutex->Wait(0), WaitResult::kSignalled);
 }
 
+// Files of shared memory used to pile up, one for each name that a process had open at its end.
 TEST_F(PosixNamedMutexTest, LeavesNothingBehindACrash) {
   CrashWhileHolding();
   EXPECT_EQ(Open(), nullptr);
   CrashWhileHolding();
   EXPECT_EQ(New()->Wait(0), WaitResult::kSignalled);
-
-  // Files of shared memory used to pile up, one for each name that a process had open at its end.
   CrashWhileHolding();
-  const auto another = m_synchronisation.NewNamedMutex((m_name + "another").c_str());
-  EXPECT_NE(another, nullptr);
-  EXPECT_NE(access(m_file.c_str(), F_OK), 0);
+  const auto another = New("/09:@AZ[`az{");
+  EXPECT_TRUE(HasFile("%2F09%3A%40AZ%5B%60az%7B"));
+  EXPECT_FALSE(HasFile());
 }
 
-TEST_F(PosixNamedMutexTest, StaysWhenAForkedChildClosesItsCopy) {
+TEST_F(PosixNamedMutexTest, StaysUntilThisProcessHasLetGo) {
   auto mutex = New();
   EXPECT_EQ(StatusOf(StartChild([&mutex] { return mutex.reset(), 0; })), 0);
   EXPECT_EQ(StatusOf(StartChild([this] { return Open() != nullptr ? 0 : 1; })), 0);
+  EXPECT_EQ(mutex->Wait(0), WaitResult::kSignalled);
+  std::thread([&mutex] { mutex.reset(); }).join();
+  EXPECT_TRUE(HasFile()) << "while a thread holds it";
+  EXPECT_TRUE(Open()->Release());
+  EXPECT_FALSE(HasFile());
+
+  // What another process holds is its own business.
+  mutex = New();
+  const pid_t child = StartChild([&mutex] { return mutex->Wait(kNoLimit), pause(); });
+  while (mutex->Wait(0) != WaitResult::kTimedOut) EXPECT_TRUE(mutex->Release());
+  mutex.reset();
+  kill(child, SIGKILL);
+  StatusOf(child);
+  EXPECT_EQ(Open(), nullptr);
+}
+
+TEST_F(PosixNamedMutexTest, IsRefusedWithoutANameAndInAFolderThatOthersMayWriteTo) {
+  EXPECT_EQ(PosixSynchronisation().NewNamedMutex(nullptr), nullptr);
+  EXPECT_EQ(PosixSynchronisation().LastError(), EINVAL);
+  if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
+  const uid_t user = 1'000'000 + static_cast<uid_t>(getpid());
+  const std::string folder = "/dev/shm/tlkc2-" + std::to_string(user);
+  const auto makeAsUser = [&](mode_t rights) {
+    chmod(folder.c_str(), rights);
+    return StatusOf(StartChild([&] {
+      if (setresuid(user, user, user) != 0) return 1;
+      return New() != nullptr ? 0 : PosixSynchronisation().LastError();
+    }));
+  };
+  ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
+  EXPECT_EQ(WEXITSTATUS(makeAsUser(0755)), EACCES) << "another's folder";
+  ASSERT_EQ(chown(folder.c_str(), user, user), 0);
+  for (const mode_t rights : {0720, 0702}) EXPECT_EQ(WEXITSTATUS(makeAsUser(rights)), EACCES);
+  EXPECT_EQ(makeAsUser(0755), 0);
+  std::filesystem::remove_all(folder);
 }
 
 TEST_F(PosixNamedMutexTest, KeepsProcessesApartWhileTheNameComesAndGoes) {
-  constexpr int kChildren = 4;
   constexpr int kRounds = 2'000;
   void* memory =
       mmap(nullptr, sizeof(long), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
@@ -98,11 +136,11 @@ TEST_F(PosixNamedMutexTest, KeepsProcessesApartWhileTheNameComesAndGoes) {
     }
     return 0;
   };
-  std::vector<pid_t> children(kChildren);
+  std::array<pid_t, 4> children{};
   for (pid_t& child : children) child = StartChild(count);
   for (const pid_t child : children) EXPECT_EQ(StatusOf(child), 0);
-  EXPECT_EQ(*counter, kChildren * kRounds);
-  EXPECT_EQ(Open(), nullptr);
+  EXPECT_EQ(*counter, std::ssize(children) * kRounds);
+  EXPECT_FALSE(HasFile());
   munmap(memory, sizeof(long));
 }
 

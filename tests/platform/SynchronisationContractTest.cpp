@@ -5,7 +5,6 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -14,9 +13,12 @@
 
 #include "platform/Platform.h"
 #include "platform/Synchronisation.h"
+#include "tests/thread/Waiting.h"
 
 namespace tlk {
 namespace {
+
+using test::RunOnThreads;
 
 constexpr auto kSignalled = WaitResult::kSignalled;
 constexpr auto kTimedOut = WaitResult::kTimedOut;
@@ -30,25 +32,15 @@ std::unique_ptr<SystemEvent> NewEvent(ResetMode mode, bool isSignalled = false) 
   return System().NewEvent(mode, isSignalled);
 }
 
-/// Runs `work` on so many threads at once, which have numbers from 0, until all have ended.
-void OnThreads(int count, const std::function<void(int)>& work) {
-  std::vector<std::thread> threads;
-  threads.reserve(static_cast<size_t>(count));
-  for (int number = 0; number < count; ++number) threads.emplace_back(work, number);
-  for (std::thread& thread : threads) thread.join();
-}
-
 TEST(EventContract, LetsOneGoOrEverybodyUntilItIsReset) {
   for (const auto& [mode, secondWait] :
        {std::pair(ResetMode::kAutomatic, kTimedOut), std::pair(ResetMode::kManual, kSignalled)}) {
     const auto event = NewEvent(mode, true);
-    EXPECT_EQ(event->Wait(kNoLimit), kSignalled);
-    EXPECT_EQ(event->Wait(10), secondWait);
-    event->Set();
-    event->Set();
-    EXPECT_EQ(event->Wait(10), kSignalled);
-    EXPECT_EQ(event->Wait(0), secondWait);
-    event->Set();
+    for (const std::uint32_t limit : {kNoLimit, 10U, 0U}) {
+      EXPECT_EQ(event->Wait(limit), kSignalled);
+      EXPECT_EQ(event->Wait(1), secondWait);
+      for (int i = 0; i < 2; ++i) event->Set();
+    }
     event->Reset();
     EXPECT_EQ(event->Wait(10), kTimedOut);
   }
@@ -57,20 +49,18 @@ TEST(EventContract, LetsOneGoOrEverybodyUntilItIsReset) {
 TEST(EventContract, LooksAtTheFirstOfTwoFirst) {
   const auto first = NewEvent(ResetMode::kAutomatic, true);
   const auto second = NewEvent(ResetMode::kAutomatic, true);
-  EXPECT_EQ(System().WaitEither(*first, *second, kNoLimit), kSignalled);
-  EXPECT_EQ(System().WaitEither(*first, *second, kNoLimit), WaitResult::kSecondSignalled);
-  EXPECT_EQ(System().WaitEither(*first, *second, 10), kTimedOut);
+  for (const auto result : {kSignalled, WaitResult::kSecondSignalled, kTimedOut})
+    EXPECT_EQ(System().WaitEither(*first, *second, 10), result);
 }
 
 // Whether a thread already sleeps when the gate opens is a matter of luck; in so many rounds most
 // do.
 TEST(EventContract, ManualWakesEverySleeper) {
-  constexpr int kSleepers = 4;
   for (int round = 0; round < 100; ++round) {
     const auto never = NewEvent(ResetMode::kManual);
     const auto gate = NewEvent(ResetMode::kManual);
-    OnThreads(kSleepers + 1, [&](int thread) {
-      if (thread == kSleepers) return gate->Set();
+    RunOnThreads(5, [&](int thread) {
+      if (thread == 4) return gate->Set();
       EXPECT_EQ(thread % 2 == 0 ? System().WaitEither(*gate, *never, kLongEnough)
                                 : gate->Wait(kLongEnough),
                 kSignalled);
@@ -81,79 +71,70 @@ TEST(EventContract, ManualWakesEverySleeper) {
 /// Two signals, each of them the right to change a number, which goes round among many threads. A
 /// signal that is lost, or that wakes nobody, leaves a thread asleep.
 TEST(EventContract, LosesNoSignalAmongManyThreads) {
-  constexpr int kThreads = 6;
   constexpr int kRounds = 5'000;
-  const auto left = NewEvent(ResetMode::kAutomatic, true);
-  const auto right = NewEvent(ResetMode::kAutomatic, true);
-  int leftCount = 0;
-  int rightCount = 0;
-  OnThreads(kThreads, [&](int thread) {
+  const std::array events{NewEvent(ResetMode::kAutomatic, true),
+                          NewEvent(ResetMode::kAutomatic, true)};
+  std::array<int, 2> counts{};
+  RunOnThreads(6, [&](int thread) {
     for (int round = 0; round < kRounds; ++round) {
       // Now and then somebody is impatient, and leaves while he may be being woken.
       const std::uint32_t limit = (thread + round) % 5 == 0 ? 1 : kLongEnough;
       WaitResult result = kTimedOut;
       do {
-        result = thread % 3 == 0 ? left->Wait(limit) : System().WaitEither(*left, *right, limit);
+        result = thread % 3 == 0 ? events[0]->Wait(limit)
+                                 : System().WaitEither(*events[0], *events[1], limit);
       } while (result == kTimedOut && limit == 1);
       ASSERT_NE(result, kTimedOut);
-      ++(result == kSignalled ? leftCount : rightCount);
-      (result == kSignalled ? left : right)->Set();
+      ++counts.at(static_cast<size_t>(result));
+      events.at(static_cast<size_t>(result))->Set();
     }
   });
-  EXPECT_EQ(leftCount + rightCount, kThreads * kRounds);
+  EXPECT_EQ(counts[0] + counts[1], 6 * kRounds);
 }
 
 // The setter used to look at the event once more after it had let the waiter go.
 TEST(EventContract, MayBeDestroyedByTheWaiterThatItLetGo) {
-  constexpr int kRounds = 2'000;
   std::atomic<SystemEvent*> current = nullptr;
-  std::thread setter([&] {
-    for (int i = 0; i < kRounds; ++i) {
-      SystemEvent* event = nullptr;
-      while ((event = current.exchange(nullptr)) == nullptr) std::this_thread::yield();
-      event->Set();
+  RunOnThreads(2, [&](int thread) {
+    for (int i = 0; i < 2'000; ++i) {
+      if (thread == 0) {
+        const auto event = NewEvent(i % 2 == 0 ? ResetMode::kAutomatic : ResetMode::kManual);
+        current = event.get();
+        ASSERT_EQ(event->Wait(kLongEnough), kSignalled);
+      } else {
+        SystemEvent* event = nullptr;
+        while ((event = current.exchange(nullptr)) == nullptr) std::this_thread::yield();
+        event->Set();
+      }
     }
   });
-  for (int i = 0; i < kRounds; ++i) {
-    const auto event = NewEvent(i % 2 == 0 ? ResetMode::kAutomatic : ResetMode::kManual);
-    current = event.get();
-    ASSERT_EQ(event->Wait(kNoLimit), kSignalled);
-  }
-  setter.join();
 }
 
-/// What the signals of a round between two threads cost, of which at least one sleeps: the middle
-/// one of many times.
+/// What a signal costs the setter when somebody sleeps: the middle one of many times.
 std::chrono::nanoseconds TimeOfWaking() {
-  using Clock = std::chrono::steady_clock;
-  std::array<std::array<Clock::duration, 2>, 301> times{};
-  const std::array events{NewEvent(ResetMode::kAutomatic, true), NewEvent(ResetMode::kAutomatic)};
-  OnThreads(2, [&](int thread) {
+  std::array<std::chrono::steady_clock::duration, 901> times{};
+  const std::array events{NewEvent(ResetMode::kAutomatic), NewEvent(ResetMode::kAutomatic, true)};
+  RunOnThreads(2, [&](size_t thread) {
     for (auto& time : times) {
-      EXPECT_EQ(events.at(static_cast<size_t>(thread))->Wait(kLongEnough), kSignalled);
-      const auto start = Clock::now();
-      events.at(static_cast<size_t>(1 - thread))->Set();
-      time.at(static_cast<size_t>(thread)) = Clock::now() - start;
+      EXPECT_EQ(events.at(1 - thread)->Wait(kLongEnough), kSignalled);
+      const auto start = std::chrono::steady_clock::now();
+      events.at(thread)->Set();
+      if (thread == 0) time = std::chrono::steady_clock::now() - start;
     }
   });
-  std::ranges::sort(times, {}, [](const auto& time) { return time[0] + time[1]; });
-  return times[times.size() / 2][0] + times[times.size() / 2][1];
+  std::ranges::nth_element(times, times.begin() + 450);
+  return times[450];
 }
 
 // A setter used to look at everybody asleep in the process.
 TEST(EventContract, WakesAtACostThatDoesNotGrowWithThoseAsleepOnOthers) {
-  constexpr int kOthers = 800;
   const auto others = NewEvent(ResetMode::kManual);
-  const auto longest = [] { return std::max({TimeOfWaking(), TimeOfWaking(), TimeOfWaking()}); };
-  const auto shortest = [] { return std::min({TimeOfWaking(), TimeOfWaking(), TimeOfWaking()}); };
-  const auto alone = longest();
-  auto beside = alone;
-  OnThreads(kOthers + 1, [&](int thread) {
-    if (thread < kOthers) return static_cast<void>(others->Wait(kLongEnough));
-    beside = shortest();
+  const auto alone = std::max({TimeOfWaking(), TimeOfWaking(), TimeOfWaking()});
+  RunOnThreads(801, [&](int thread) {
+    if (thread < 800) return static_cast<void>(others->Wait(kLongEnough));
+    EXPECT_LT(std::min({TimeOfWaking(), TimeOfWaking(), TimeOfWaking()}), 4 * alone);
     others->Set();
   });
-  EXPECT_LT(beside, 4 * alone);
 }
 
 constexpr int kErrorNotFound = 2;
@@ -164,49 +145,41 @@ std::string UniqueName(const std::string& name) {
   return name + std::to_string(System().CurrentThreadId());
 }
 
-using Maker = std::unique_ptr<SystemMutex> (*)();
-
-class MutexContract : public testing::TestWithParam<Maker> {
+class MutexContract : public testing::TestWithParam<bool> {
  protected:
-  const std::unique_ptr<SystemMutex> m_mutex = GetParam()();
+  std::unique_ptr<SystemMutex> m_mutex =
+      GetParam() ? System().NewNamedMutex(UniqueName("contract").c_str()) : System().NewMutex();
 };
 
-INSTANTIATE_TEST_SUITE_P(WithAndWithoutName, MutexContract,
-                         testing::Values(
-                             +[] { return System().NewMutex(); },
-                             +[] {
-                               static int number = 0;
-                               const std::string name = "contract" + std::to_string(++number) + ".";
-                               return System().NewNamedMutex(UniqueName(name).c_str());
-                             }));
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutName, MutexContract, testing::Bool());
 
 TEST_P(MutexContract, IsItsOwnersUntilReleasedAsOftenAsTaken) {
   for (const std::uint32_t limit : {kNoLimit, 0U}) EXPECT_EQ(m_mutex->Wait(limit), kSignalled);
-  for (int hold = 0; hold < 2; ++hold) {
-    OnThreads(1, [&](int) {
-      EXPECT_EQ(m_mutex->Wait(0), kTimedOut);
-      EXPECT_EQ(m_mutex->Wait(10), kTimedOut);
+  for (const std::uint32_t limit : {0U, 520U}) {
+    RunOnThreads(1, [&](int) {
+      const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(limit);
+      EXPECT_EQ(m_mutex->Wait(limit), kTimedOut);
+      EXPECT_GE(std::chrono::steady_clock::now() + std::chrono::milliseconds(16), end);
       EXPECT_FALSE(m_mutex->Release());
       EXPECT_EQ(System().LastError(), kErrorNotOwner);
     });
     EXPECT_TRUE(m_mutex->Release());
   }
   EXPECT_FALSE(m_mutex->Release());
-  OnThreads(1, [&](int) {
+  RunOnThreads(1, [&](int) {
     EXPECT_EQ(m_mutex->Wait(0), kSignalled);
     EXPECT_TRUE(m_mutex->Release());
   });
 }
 
 TEST_P(MutexContract, TellsTheNextOneOnceItsOwnerHasEnded) {
-  for (int round = 0; round < 50; ++round) {
+  for (const std::uint32_t limit : {0U, kNoLimit, 10'000U}) {
     const auto owner = System().NewThread([&] {
-      EXPECT_EQ(m_mutex->Wait(kNoLimit), kSignalled);
-      EXPECT_EQ(m_mutex->Wait(kNoLimit), kSignalled);
+      for (int hold = 0; hold < 2; ++hold) EXPECT_EQ(m_mutex->Wait(kNoLimit), kSignalled);
     });
     owner->Resume();
     ASSERT_EQ(owner->Wait(kNoLimit), kSignalled);
-    ASSERT_EQ(m_mutex->Wait(round % 2 == 0 ? 0 : kNoLimit), WaitResult::kAbandoned);
+    ASSERT_EQ(m_mutex->Wait(limit), WaitResult::kAbandoned);
     ASSERT_TRUE(m_mutex->Release());
     ASSERT_FALSE(m_mutex->Release());
   }
@@ -214,75 +187,67 @@ TEST_P(MutexContract, TellsTheNextOneOnceItsOwnerHasEnded) {
 
 // Freed under the thread that held it, the mutex used to be written to when that thread ended.
 TEST_P(MutexContract, MayBeDestroyedWhileItIsHeld) {
-  std::unique_ptr<SystemMutex> doomed = GetParam()();
-  OnThreads(1, [&](int) {
-    ASSERT_EQ(doomed->Wait(kNoLimit), kSignalled);
-    OnThreads(1, [&](int) { doomed.reset(); });
-    EXPECT_EQ(m_mutex->Wait(0), kSignalled);
-    EXPECT_TRUE(m_mutex->Release());
+  const auto another = System().NewMutex();
+  RunOnThreads(1, [&](int) {
+    ASSERT_EQ(m_mutex->Wait(0), kSignalled);
+    RunOnThreads(1, [&](int) { m_mutex.reset(); });
+    EXPECT_EQ(another->Wait(0), kSignalled);
+    EXPECT_TRUE(another->Release());
   });
 }
 
-class NamedMutexContract : public testing::TestWithParam<const char*> {};
-
-INSTANTIATE_TEST_SUITE_P(Names, NamedMutexContract,
-                         testing::Values("plain", "Local\\with separator", "with blanks, and = %41",
-                                         ".", "..", "\xE4\xFF\x01"));
-
-TEST_P(NamedMutexContract, LivesAsLongAsSomebodyHasItOpen) {
-  const std::string name = UniqueName(GetParam());
-  std::unique_ptr<SystemMutex> maker = System().NewNamedMutex(name.c_str());
-  ASSERT_NE(maker, nullptr);
-  ASSERT_EQ(maker->Wait(0), kSignalled);
-  std::unique_ptr<SystemMutex> opener = System().OpenNamedMutex(name.c_str());
-  std::unique_ptr<SystemMutex> secondMaker = System().NewNamedMutex(name.c_str());
-  ASSERT_NE(opener, nullptr);
-  ASSERT_NE(secondMaker, nullptr);
-  EXPECT_EQ(System().OpenNamedMutex(UniqueName("PLAIN").c_str()), nullptr) << "case counts";
-  maker.reset();
-  OnThreads(1, [&](int) { EXPECT_EQ(secondMaker->Wait(0), kTimedOut); });
-  EXPECT_TRUE(opener->Release());
-
-  opener.reset();
-  secondMaker.reset();
-  EXPECT_EQ(System().OpenNamedMutex(name.c_str()), nullptr);
-  EXPECT_EQ(System().LastError(), kErrorNotFound);
+TEST(NamedMutexContract, LivesAsLongAsSomebodyHasItOpen) {
+  for (const char* const each :
+       {"plain", "Local\\with separator", "with blanks, and = %41", ".", "..", "\xE4\xFF\x01"}) {
+    const std::string name = UniqueName(each);
+    std::vector<std::unique_ptr<SystemMutex>> opened;
+    opened.push_back(System().NewNamedMutex(name.c_str()));
+    ASSERT_EQ(opened.back()->Wait(0), kSignalled);
+    opened.push_back(System().OpenNamedMutex(name.c_str()));
+    opened.push_back(System().NewNamedMutex(name.c_str()));
+    EXPECT_EQ(System().OpenNamedMutex(UniqueName("PLAIN").c_str()), nullptr) << "case counts";
+    opened.erase(opened.begin());
+    RunOnThreads(1, [&](int) { EXPECT_EQ(opened[0]->Wait(0), kTimedOut); });
+    EXPECT_TRUE(opened[1]->Release());
+    opened.clear();
+    EXPECT_EQ(System().OpenNamedMutex(name.c_str()), nullptr);
+    EXPECT_EQ(System().LastError(), kErrorNotFound);
+  }
 }
 
 TEST(ThreadContract, RunsItsWorkOnlyAndAlwaysOnceItIsResumed) {
   const auto mayEnd = NewEvent(ResetMode::kAutomatic);
+  const auto hasEnded = NewEvent(ResetMode::kAutomatic);
   const auto held = std::make_shared<std::atomic<std::uint32_t>>();
-  const auto work = [&mayEnd, held] {
+  const auto work = [&, held] {
     *held += System().CurrentThreadId();
     EXPECT_EQ(mayEnd->Wait(kLongEnough), kSignalled);
+    hasEnded->Set();
   };
   const long owners = held.use_count();
   System().NewThread(work).reset();
   EXPECT_EQ(held.use_count(), owners);
-  const auto thread = System().NewThread(work);
+  auto thread = System().NewThread(work);
   EXPECT_EQ(thread->Wait(30), kTimedOut);
   EXPECT_EQ(*held, 0U);
   thread->Resume();
+  EXPECT_EQ(thread->Wait(30), kTimedOut);
   mayEnd->Set();
-  EXPECT_EQ(thread->Wait(kNoLimit), kSignalled);
-  EXPECT_EQ(thread->Wait(0), kSignalled);
+  for (const std::uint32_t limit : {kNoLimit, 0U}) EXPECT_EQ(thread->Wait(limit), kSignalled);
   EXPECT_EQ(*held, thread->Id());
   EXPECT_NE(thread->Id(), System().CurrentThreadId());
+  EXPECT_EQ(hasEnded->Wait(0), kSignalled);
 
-  const auto hasEnded = NewEvent(ResetMode::kAutomatic);
-  System()
-      .NewThread([&] {
-        EXPECT_EQ(mayEnd->Wait(kLongEnough), kSignalled);
-        hasEnded->Set();
-      })
-      ->Resume();
+  thread = System().NewThread(work);
+  thread->Resume();
+  thread.reset();
   mayEnd->Set();
   EXPECT_EQ(hasEnded->Wait(kLongEnough), kSignalled);
 }
 
 TEST(ThreadContract, IsOpenedByItselfWhoeverMadeIt) {
   std::unique_ptr<SystemThread> opened;
-  OnThreads(1, [&](int) {
+  RunOnThreads(1, [&](int) {
     opened = System().OpenCurrentThread();
     EXPECT_EQ(opened->Id(), System().CurrentThreadId());
     EXPECT_EQ(opened->Wait(10), kTimedOut);
@@ -290,15 +255,19 @@ TEST(ThreadContract, IsOpenedByItselfWhoeverMadeIt) {
   EXPECT_EQ(opened->Wait(kLongEnough), kSignalled);
 }
 
-TEST(ThreadSlotContract, IsEmptyAtFirstForEachThread) {
+TEST(ThreadSlotContract, IsEmptyAtFirstForEachThreadAndRunsOut) {
   const auto slot = System().NewThreadSlot();
   EXPECT_EQ(slot->Get(), nullptr);
   slot->Set(slot.get());
-  OnThreads(1, [&](int number) {
+  RunOnThreads(1, [&](int number) {
     EXPECT_EQ(slot->Get(), nullptr);
     slot->Set(&number);
   });
   EXPECT_EQ(slot->Get(), slot.get());
+  std::vector<std::unique_ptr<ThreadSlot>> slots;
+  while (auto another = System().NewThreadSlot()) slots.push_back(std::move(another));
+  EXPECT_GT(slots.size(), 100U);
+  EXPECT_NE(System().LastError(), 0);
 }
 
 }  // namespace

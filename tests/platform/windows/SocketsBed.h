@@ -71,14 +71,4 @@ class MessageWindow final : public WindowsControlWindow {
   }
 };
 
-/// A window that does not exist.
-class AbsentWindow {
- public:
-  operator ControlWindow&() { return m_window; }
-
- private:
-  WindowsSockets m_sockets;
-  WindowsControlWindow m_window{m_sockets};
-};
-
 }  // namespace tlk
