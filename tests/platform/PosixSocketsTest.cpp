@@ -29,6 +29,7 @@ class PosixSocketsTest : public SocketsFixture {
     verbs["gone"] = [this](auto&) {
       return RunUntil([this] { return fcntl(Descriptor(), F_GETFD) == -1; }), "";
     };
+    verbs["round"] = [this](auto&) { return loop.DispatchOnce(100) ? "delivered" : "idle"; };
     verbs["ready"] = [this](auto&) { return AwaitReady(), ""; };
   }
 
@@ -119,6 +120,26 @@ TEST_F(PosixSocketsTest, AClosedOneGoesOnceAllIsOutWhateverThePeerSends) {
   Play("connect; request 51; fill = error 10035; send what-nobody-reads; close");
   EXPECT_EQ(Option(IPPROTO_TCP, TCP_USER_TIMEOUT), 30'000);
   Play("drain; gone; connect; request 51; fill = error 10035; close; reset; gone");
+}
+
+TEST_F(PosixSocketsTest, ARoundTellsWhetherItBroughtAnythingAndAnotherDescriptorEndsIt) {
+  Play(
+      "round = idle; connect; request 51; round = delivered; send ab; ready; round = delivered;"
+      "receive 1 = a; round = delivered; receive 1 = b; round = idle; start 7; round = delivered;"
+      "stop 7; round = idle; told write read read timer:7; send c; ready");
+  int ends[2] = {-1, -1};
+  ASSERT_EQ(pipe(ends), 0);
+  EXPECT_FALSE(loop.DispatchOnceOrReadable(ends[0], 10'000));
+  EXPECT_THAT(std::exchange(target.told, {}), testing::ElementsAre("read"));
+  EXPECT_FALSE(loop.DispatchOnceOrReadable(ends[0], 10));
+  close(ends[1]);
+  EXPECT_TRUE(loop.DispatchOnceOrReadable(ends[0], -1));
+  close(ends[0]);
+  const auto begin = TimerQueue::Clock::now();
+  window->StartTimer(7, 10);
+  loop.Run(50);
+  EXPECT_GE(TimerQueue::Clock::now() - begin, std::chrono::milliseconds(50));
+  EXPECT_THAT(target.told, testing::Contains("timer:7"));
 }
 
 TEST_F(PosixSocketsTest, TellOfAResetThatASendHasMet) {

@@ -47,8 +47,8 @@ constexpr Script kScripts[] = {
     {"NothingIsToldAfterMaskZeroOrClose",
      "connect; request 51; told write; request 0; send unheard; told; request 51; close; told"},
     {"ARequestTellsAnewWhatStillHolds",
-     "connect; request 51; told write; send abc; told read; request 51; told write read;"
-     "request 51; request 51; told write read"},
+     "connect; request 2; request 2; told write; request 33; send abc; told read; request 33;"
+     "told read; request 33; request 33; told read"},
     {"AHandlerMayCloseTheSocketAndDestroyTheWindow",
      "connect; request 51; told write; send x; when-told close, destroy; told read"},
     {"AHandlerMayRunTheLoop",

@@ -34,9 +34,9 @@ class WindowsSocketsTest : public SocketsFixture {
 
 TEST_F(WindowsSocketsTest, ANewWindowHearsWhatTheOldOneWasPromised) {
   Play(
-      "connect; request 51; told write; start 7; vanish; send abc; told; stop 7; start 8;"
-      "when-told stop 8; appear; told read timer:8; vanish; end; appear; told read;"
-      "receive 9 = abc; told read close");
+      "connect; request 51; told write; start 7; vanish; send abc; told; stop 7; start 8; appear;"
+      "when-told; handled; when-told stop 8; handled; told read timer:8; vanish; end; appear;"
+      "told read; receive 9 = abc; told close");
 }
 
 TEST_F(WindowsSocketsTest, AWindowThatWasCalledOffHearsNothingWhenItAppears) {
