@@ -41,9 +41,9 @@ class ControlWindow {
   /// Stops a timer; nothing happens if it does not run.
   virtual void StopTimer(std::uintptr_t timerId) = 0;
 
-  /// Keeps the window, its target and what they stand on for as long as the result is kept: for
-  /// whoever is inside the target while its owner may let go of it. Null where the owner sees to
-  /// that himself.
+  /// Keeps the window, its target and all that they use alive for as long as the result is kept.
+  /// Whoever calls the target keeps it meanwhile, because the target's handler may make its owner
+  /// let go of it. Null where the owner sees to that himself.
   [[nodiscard]] virtual std::shared_ptr<void> Hold() const { return nullptr; }
 };
 

@@ -24,9 +24,9 @@ class Files {
   [[nodiscard]] virtual std::int64_t AppendLine(const std::string& path, std::string_view line) = 0;
 
   /// Calls `rotate`, which moves the file away and tells whether it did, if it is larger than
-  /// `size`. Of all processes that ask for it at a time one gets to: the others do not wait, and
-  /// leave it to that one. Files that no other process has are rotated as asked. False when the
-  /// file should have been moved, and neither this process nor another at it could move it.
+  /// `size`. When several processes ask at the same time, one of them does it, and the others
+  /// return at once. False when the file should have been moved and was not, unless another process
+  /// is just at it. This default is for files that no other process has: it always calls `rotate`.
   virtual bool RotateAlone(const std::string& /*path*/, std::int64_t /*size*/,
                            const std::function<bool()>& rotate) {
     return rotate();

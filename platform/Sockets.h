@@ -85,11 +85,9 @@ static_assert(sizeof(InternetAddress) == 16);
 ///   socket; if bytes still wait then, it is delivered again. It is never delivered when nothing
 ///   waits: a reader may treat a would-block after it as a fault.
 /// - Write is delivered once when notifications are asked for on a connected socket, then only
-/// after
-///   a send has reported would-block and room has come back.
+///   after a send has reported would-block and room has come back.
 /// - Close is delivered once, after everything the peer sent has been read, with the error number
-/// if
-///   the peer reset the connection.
+///   if the peer reset the connection.
 /// - Where the system itself reports an error with an event, it is delivered as it comes.
 /// - A request with mask 0 ends delivery. So does closing, for what asks for a call on the socket:
 ///   read, write, connect. A close or an error that the system had posted by then may still come,

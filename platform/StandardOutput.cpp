@@ -12,8 +12,9 @@
 namespace tlk {
 namespace {
 
-/// A stream, and what it owes its reader. There is no lock, which a fork could leave locked in the
-/// child for ever: whoever prints takes the debt, and gives back what he could not pay.
+/// A stream, and what its reader is still to be told. There is no lock, which a fork could leave
+/// locked in the child for ever: whoever prints takes both values out, and puts back what could not
+/// be told.
 struct Stream {
   StandardStream system;
   std::atomic<std::uint64_t> dropped{0};

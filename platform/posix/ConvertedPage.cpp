@@ -10,11 +10,11 @@ namespace {
 
 using Step = Converter::Step;
 
-// There is room for so many units from the start: no shorter than what any character takes.
+// So much more room than the text's own length is made at first: what one character may take.
 constexpr std::size_t kSpare = 16;
 
-// iconv goes over all that it is given anew for each fault in it, so it is given little where one
-// was just found, and ever more as long as there is none.
+// For each fault iconv goes over all that it was given once more. So it is given a few units at
+// first, and again behind each fault, and twice as many each time that there is none.
 constexpr std::size_t kFewUnits = 8;
 
 /// A text on its way through a converter.

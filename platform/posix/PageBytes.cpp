@@ -26,8 +26,8 @@ std::optional<PageBytes> ReadPageBytes(Converter& toWide) {
     bytes.wide[byte] = isDefined ? units[0] : static_cast<char16_t>(byte);
     if (isDefined && byte >= kFirstLead && byte <= kLastLead) leadsOnly = false;
   }
-  // Where none of these is a character by itself, each begins a pair, though the page may have none
-  // with it: so Windows sees it, where users have pairs of their own there.
+  // Where no byte from 0x81 to 0xFE is a character by itself, Windows takes each for the first of a
+  // pair, even one with which the page has no pair, because users may add pairs of their own.
   if (bytes.beginsLonger && leadsOnly)
     std::fill(bytes.wide.begin() + kFirstLead, bytes.wide.begin() + kLastLead + 1, u'\0');
   return bytes;

@@ -14,7 +14,7 @@
 namespace tlk {
 namespace {
 
-/// ISO 8859-1 is the only page that nobody has to be asked for.
+/// ISO 8859-1 needs no converter: each byte is the character of its number.
 std::unique_ptr<const CodePage> MakeLatin1() {
   PageBytes bytes;
   for (std::size_t byte = 0; byte < bytes.wide.size(); ++byte)
@@ -51,7 +51,7 @@ PosixAnsiText::PosixAnsiText(const std::string& codePage) : m_name(codePage) {
   try {
     static_cast<void>(Page());
   } catch (const std::bad_alloc&) {
-    // What is ASCII needs none, and may be all there is.
+    // ASCII is converted without a page; the first other text tries again.
   }
 }
 

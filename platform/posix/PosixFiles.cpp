@@ -22,8 +22,8 @@ namespace {
 constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
 constexpr mode_t kNewFileMode = S_IRUSR | S_IWUSR;
 
-/// Looks at a file, or at a link itself. The times are left out: who has asked for them makes the
-/// next write slower by as much as the whole line costs.
+/// Looks at a file, or at a link itself. It does not ask for the times: that would make the next
+/// write to the file twice as slow.
 bool Look(int folderOrFile, const char* path, int flags, struct statx& status) {
   constexpr unsigned kWanted = STATX_TYPE | STATX_MODE | STATX_NLINK | STATX_UID | STATX_SIZE;
   return statx(folderOrFile, path, flags, kWanted, &status) == 0;
@@ -140,8 +140,8 @@ std::int64_t PosixFiles::AppendLine(const std::string& path, std::string_view li
 }
 
 // The file's own lock, which goes with the descriptor: it holds between users as well, and leaves
-// nothing behind. Whoever waited for it would find the file gone, and might wait for ever. A file
-// system without locks rotates without.
+// nothing behind. Nobody waits for it: whoever has it may hang, and when he lets go the file has
+// been moved. On a file system without locks, the file is rotated without one.
 bool PosixFiles::RotateAlone(const std::string& path, std::int64_t size,
                              const std::function<bool()>& rotate) {
   const OwnedDescriptor file = OpenLog(path.c_str(), kFlags);

@@ -34,7 +34,8 @@ struct ForkMembers {
     return *refused;
   }
 
-  // Whoever holds one of them may wait for another, so nobody waits for one here while he has any.
+  // Another thread may hold one of them and wait for the next, so this waits only while it holds
+  // none.
   void TakeAll() {
     mutex.lock();
     ForkMutex* held = nullptr;
@@ -51,7 +52,8 @@ struct ForkMembers {
   }
 };
 
-// Before the handlers of the host: its own may still use the library while these have all mutexes.
+// Registered before the host's handlers, so that these take the mutexes last and give them back
+// first: the host's may use the library.
 [[maybe_unused]] const int kForkHandlers =
     pthread_atfork([] { ForkMembers::Get().TakeAll(); }, [] { ForkMembers::Get().GiveAllBack(); },
                    [] {

@@ -17,8 +17,8 @@ class PrivateHome final : public MutexHome {
   RobustMutex m_mutex{RobustMutex::Sharing::kThreads};
 };
 
-/// The homes whose last object is gone. Most leave again at once; one whose mutex is still held
-/// waits here for a later visit.
+/// The homes whose last object is gone. A home is freed at once unless another thread of this
+/// process holds its mutex: then it stays here, and is tried again whenever another one comes.
 struct AbandonedHomes {
   ForkMutex mutex;
   std::vector<std::unique_ptr<MutexHome>> homes;

@@ -172,7 +172,7 @@ bool SharedHome::Map() {
 
 SharedHome::~SharedHome() {
   if (m_mutex != nullptr) munmap(m_mutex, sizeof(RobustMutex));
-  // A child that was forked shares the lock with its parent and has no say.
+  // A forked child shares the lock with its parent, who alone removes the file.
   if (!m_isOpen || m_process != getpid()) return;
   const OwnedDescriptor guard = LockFolder(m_folder);
   if (guard.IsOpen() && Lock(m_file, LOCK_EX | LOCK_NB)) RemoveFile();

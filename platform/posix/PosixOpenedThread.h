@@ -8,8 +8,8 @@
 
 namespace tlk {
 
-/// The thread that opens it, whoever made that thread. A wait ends once the thread takes down what
-/// is its own; the main thread does so when the program ends in the ordinary way.
+/// The thread that opens it, whoever made that thread. A wait ends when the thread destroys its
+/// thread_local objects; the main thread does so when the program ends in the ordinary way.
 class PosixOpenedThread final : public SystemThread {
  public:
   PosixOpenedThread();

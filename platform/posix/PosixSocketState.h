@@ -34,7 +34,7 @@ struct PosixSockets::State {
   std::size_t backlogSent = 0;
 
   std::unique_ptr<ReadAhead> ahead;  // null unless it holds bytes
-  int receiveError = 0;              // met when reading on behind them, and not yet reported
+  int receiveError = 0;              // met behind these bytes, and still to be reported
 
   NotificationReceiver* receiver = nullptr;
   std::uint32_t message = 0;

@@ -57,8 +57,8 @@ class PosixSockets final : public Sockets {
   /// round. Returns whether anything was delivered.
   bool WaitAndDeliver(int milliseconds);
 
-  /// Readable when `WaitAndDeliver` would find something without waiting, apart from what is at
-  /// hand.
+  /// Readable when the system has something for `WaitAndDeliver`. What `HasAtHand` tells of does
+  /// not make it so.
   [[nodiscard]] int WaitDescriptor() const { return m_epoll.Get(); }
   /// Whether there is something to deliver of which the system knows nothing.
   [[nodiscard]] bool HasAtHand() const;
@@ -69,7 +69,7 @@ class PosixSockets final : public Sockets {
  private:
   struct State;
   struct OfThread;
-  /// A socket at a moment: the same number, but another life, once the socket has been closed.
+  /// Tells a socket from a later one that the system gave the same descriptor.
   struct Life {
     int descriptor;
     std::uint32_t number;

@@ -105,7 +105,7 @@ void PosixThread::Resume() {
 }
 
 WaitResult PosixThread::Wait(std::uint32_t milliseconds) {
-  // The system gives the stack of a parent's thread, and so its handle, to one of the child's.
+  // A forked child has none of its parent's threads, and a new one may have got this one's handle.
   if (m_process != getpid()) return WaitResult::kSignalled;
   const WaitResult result = m_state->hasEnded.Wait(milliseconds);
   if (result != WaitResult::kSignalled) return result;

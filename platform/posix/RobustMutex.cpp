@@ -60,8 +60,9 @@ WaitResult RobustMutex::Wait(std::uint32_t limit) {
 
 int RobustMutex::LockWithin(std::uint32_t limit) {
   int result = pthread_mutex_trylock(&m_mutex);
-  // The wait that every tool understands counts on the wall clock. Short pieces, counted together
-  // on the steady clock, keep a change of the time of day from stretching it.
+  // The timed lock that sanitizers and valgrind know waits by the wall clock. It is called for
+  // short pieces, and the steady clock measures the whole, so that setting the time of day cannot
+  // stretch the wait.
   constexpr steady_clock::duration kPiece = milliseconds(500);
   const auto deadline = steady_clock::now() + milliseconds(limit);
   for (auto left = deadline - steady_clock::now();

@@ -42,7 +42,8 @@ std::size_t UnconfirmedBytes(int descriptor) {
 }
 
 // Takes what the peer of a closed socket still sends, so that it gets on with reading. Returns an
-// error, and tells whether the stream has ended. A flood is left to the next time.
+// error, and tells whether the stream has ended. It takes 256 KB at most, so that a flood does not
+// hold up the loop; the next call goes on.
 int Discard(int descriptor, bool& endSeen) {
   std::array<char, 16384> bytes;
   for (int i = 0; i < 16; ++i) {

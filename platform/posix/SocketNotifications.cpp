@@ -206,7 +206,7 @@ bool PosixSockets::OnRoom(State& state) {
 }
 
 bool PosixSockets::OnReadable(State& state, std::uint32_t events) {
-  // What lies here comes first, in its own turn.
+  // Bytes that were read ahead come first: `DeliverAhead` tells of them.
   if (state.mask == 0 || state.readTold || state.closeTold || state.ahead != nullptr) return false;
   const bool ending = (events & kEnding) != 0;
   if (!ending || BytesWait(state.descriptor.Get())) {

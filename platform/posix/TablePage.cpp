@@ -22,8 +22,8 @@ constexpr unsigned kFirstPair = kAscii << 8;
 }  // namespace
 
 TablePage::TablePage(const PageBytes& bytes) : m_bytes(bytes), m_narrowOf(kUnits, kLacking) {
-  // The first of several bytes that are the same character, and before them the one that has its
-  // number.
+  // Where several bytes mean the same character, it becomes the first of them, or the byte of the
+  // character's own number if that is one of them.
   for (std::size_t byte = bytes.wide.size(); byte-- > 0;)
     m_narrowOf[bytes.wide[byte]] = static_cast<std::uint16_t>(byte);
   for (std::size_t byte = 0; byte < bytes.wide.size(); ++byte)
@@ -59,8 +59,8 @@ bool TablePage::ReadNarrow(Converter& toNarrow) {
     const Step step =
         toNarrow.ConvertAlone(&wide, sizeof wide, bytes.data(), sizeof bytes, written);
     if (step == Step::kDone && written > 2) return false;
-    // Control characters that the page does not define are given back, letters are not: they were
-    // none.
+    // A byte that the page does not define widens to the character of its number. That is given
+    // back if it is a control character; any other is a letter that the page lacks.
     const bool isControl = unit < kLetters && m_bytes.wide[unit] == unit;
     m_narrowOf[unit] = isControl ? static_cast<std::uint16_t>(unit) : kLacking;
     if (step != Step::kDone || written == 0) continue;

@@ -61,7 +61,8 @@ ssize_t WriteThroughPipe(int descriptor, std::string_view text) {
                 SPLICE_F_NONBLOCK);
 }
 
-/// For a terminal that may not be opened anew. It tells whether it takes something, never how much.
+/// For a terminal that may not be opened anew. It tells whether it takes anything, never how much,
+/// so it is asked before each byte.
 ssize_t WriteWhileReady(int descriptor, std::string_view text) {
   ssize_t written = 0;
   for (const char& byte : text) {

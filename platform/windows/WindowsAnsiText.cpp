@@ -97,8 +97,8 @@ void WindowsAnsiText::Narrow(std::u16string_view wide, std::string& narrow) cons
                            [](char16_t character) { return static_cast<char>(character); });
     return;
   }
-  // A page with characters of more than two bytes has them all: it takes no word about lacking
-  // ones.
+  // A page with characters of more than two bytes lacks none, and the system refuses a replacement
+  // for such a page.
   const UINT longest = LongestCharacter();
   narrow.resize(wide.size() * longest);
   narrow.resize(ToNarrow(wide, narrow.data(), narrow.size(), longest <= kDoubleByte));

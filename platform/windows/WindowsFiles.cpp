@@ -86,8 +86,8 @@ std::int64_t WindowsFiles::AppendLine(const std::string& path, std::string_view 
   return append_result::kNotWritten;
 }
 
-// A file that another program does not let go of is left for later: all the others would have moved
-// in vain.
+// A file that another program does not let go of is not rotated now: the older files, which move
+// first, would have moved for nothing.
 bool WindowsFiles::RotateAlone(const std::string& path, std::int64_t size,
                                const std::function<bool()>& rotate) {
   const OwnedHandle file = Open(path, GENERIC_WRITE | DELETE, OPEN_EXISTING);

@@ -29,7 +29,7 @@ struct WindowsSockets::State {
   /// not block.
   [[nodiscard]] int DrainWaiting(Patience& patience);
 
-  /// Takes what waits to be received, but no flood.
+  /// Takes what waits to be received, 256 KB at most.
   void Discard();
 
   /// Asks the system for what this socket's target wants to hear.

@@ -73,7 +73,7 @@ std::size_t WriteInTextMode(HANDLE handle, std::string_view text) {
 }  // namespace
 
 std::size_t WriteAtOnce(StandardStream stream, std::string_view text) noexcept {
-  // Alone, for else one thread would have a pipe wait again while another is writing.
+  // One thread at a time: the end of one would make the pipe wait again while another writes.
   static std::mutex alone;
   const std::lock_guard guard(alone);
   const HANDLE handle = HandleOf(stream);

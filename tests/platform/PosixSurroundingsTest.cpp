@@ -42,8 +42,11 @@ TEST(PosixSurroundings, TellsTheTimeOfDayOfEveryZone) {
     };
     // Steps of a little more than five days, through years with and without a leap day, and back
     // before the epoch; then a minute in which clocks change.
-    for (std::time_t time = -100'000'000; time < 2'000'000'000; time += 450'061)
-      expectLikeTheSystem(time);
+    for (std::time_t time = -100'000'000; time < 2'000'000'000; time += 450'061) {
+      const std::time_t minute = time - (time % 60 + 60) % 60;
+      for (const std::time_t at : {time, minute, minute + 59, minute + 60, minute - 1})
+        expectLikeTheSystem(at);
+    }
     const auto spring = sys_seconds(sys_days(year(2026) / 3 / 8) + hours(7)).time_since_epoch();
     for (const int step : {-1, 0}) expectLikeTheSystem(spring.count() + step);
   }
