@@ -90,7 +90,8 @@ TEST_F(PosixNamedMutexTest, StaysUntilThisProcessHasLetGo) {
 
   // What another process holds is its own business.
   mutex = New();
-  const pid_t child = StartChild([&mutex] { return mutex->Wait(kNoLimit), pause(); });
+  const pid_t child =
+      StartChild([&mutex] { return static_cast<void>(mutex->Wait(kNoLimit)), pause(); });
   while (mutex->Wait(0) != WaitResult::kTimedOut) EXPECT_TRUE(mutex->Release());
   mutex.reset();
   kill(child, SIGKILL);
@@ -114,7 +115,7 @@ TEST_F(PosixNamedMutexTest, IsRefusedWithoutANameAndInAFolderThatOthersMayWriteT
   ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
   EXPECT_EQ(WEXITSTATUS(makeAsUser(0755)), EACCES) << "another's folder";
   ASSERT_EQ(chown(folder.c_str(), user, user), 0);
-  for (const mode_t rights : {0720, 0702}) EXPECT_EQ(WEXITSTATUS(makeAsUser(rights)), EACCES);
+  for (const mode_t rights : {0720U, 0702U}) EXPECT_EQ(WEXITSTATUS(makeAsUser(rights)), EACCES);
   EXPECT_EQ(makeAsUser(0755), 0);
   std::filesystem::remove_all(folder);
 }
