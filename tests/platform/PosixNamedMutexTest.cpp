@@ -82,10 +82,12 @@ TEST_F(PosixNamedMutexTest, StaysUntilThisProcessHasLetGo) {
   auto mutex = New();
   EXPECT_EQ(StatusOf(StartChild([&mutex] { return mutex.reset(), 0; })), 0);
   EXPECT_EQ(StatusOf(StartChild([this] { return Open() != nullptr ? 0 : 1; })), 0);
-  EXPECT_EQ(mutex->Wait(0), WaitResult::kSignalled);
-  std::thread([&mutex] { mutex.reset(); }).join();
-  EXPECT_TRUE(HasFile()) << "while a thread holds it";
-  EXPECT_TRUE(Open()->Release());
+  std::thread([&] {
+    EXPECT_EQ(mutex->Wait(0), WaitResult::kSignalled);
+    std::thread([&mutex] { mutex.reset(); }).join();
+    EXPECT_TRUE(HasFile()) << "while a thread holds it";
+  }).join();
+  New("another").reset();
   EXPECT_FALSE(HasFile());
 
   // What another process holds is its own business.
