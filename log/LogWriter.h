@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "log/LogFiles.h"
 #include "log/LogQueue.h"
+#include "log/LogRotation.h"
 #include "log/LogSettings.h"
 #include "platform/Platform.h"
 #include "platform/Synchronisation.h"

@@ -1,4 +1,4 @@
-#include "log/LogFiles.h"
+#include "log/LogRotation.h"
 
 #include <charconv>
 #include <functional>
