@@ -8,7 +8,8 @@ namespace tlk {
 
 namespace {
 
-// Room beyond this, which a single line or a queue far over its limit has taken, is given back.
+// An empty batch keeps no more memory than this. Only a very long line, or a queue far over its
+// limit, needs more.
 constexpr std::size_t kKeptRoom = std::size_t{1} << 20;
 
 using Length = std::size_t;
@@ -68,8 +69,9 @@ void LineBatch::PopFront() {
   if (m_room.size() > kKeptRoom) m_room = {};
 }
 
-// Lines that have gone leave room in front. It is used again, since a batch need never be empty;
-// where it is the larger part, moving the rest there costs less than what has gone did.
+// Lines that were taken leave room in front. A batch that is never quite empty would grow for ever
+// if that room were not used again. The other lines are moved there only when it is the larger
+// part: then less is moved than has been taken.
 char* LineBatch::MakeRoom(std::size_t size) {
   if (m_room.size() - m_end >= size) return m_room.data() + m_end;
   if (m_start > m_room.size() / 2) {

@@ -28,8 +28,9 @@ class LineBatch {
  private:
   [[nodiscard]] char* MakeRoom(std::size_t size);
 
-  /// Has the processor fetch memory for lines to come, before so many bytes are added. Another one
-  /// has read what was there, and a line that had to wait for it would cost twice the time.
+  /// Has the processor fetch the memory of lines to come, as many bytes as the line at hand takes.
+  /// The writer's processor has read what was there before, and a producer that had to wait for
+  /// that memory would take twice the time.
   void FetchAhead(std::size_t size) const;
 
   std::vector<char> m_room;  // Each line follows its length.

@@ -5,8 +5,7 @@
 namespace tlk {
 
 /// Holds the lock of a log for a scope and tells how the wait for it ended; without a mutex it
-/// failed.
-/// (`QNManageMutex` reports a failed wait as success, which is not enough where that matters.)
+/// failed. Unlike `QNManageMutex` it tells a wait that failed from one that succeeded.
 class LogLock {
  public:
   explicit LogLock(SystemMutex* mutex)

@@ -13,10 +13,11 @@ namespace {
 
 constexpr std::string_view kExtension = ".log";
 
-// So many files are asked for one by one; of which there are of more, the folder is asked.
+// With no more files than this to keep, each step is tried whether there is a file for it or not;
+// with more, the folder is searched first for the files that are there.
 constexpr std::int32_t kFewFiles = 100;
 
-// Of generations that come into being by a rotation, the oldest first.
+// The steps of a rotation, the oldest first: each is the generation that a file is moved to.
 using Generations = std::set<std::int32_t, std::greater<>>;
 
 std::string_view Stem(std::string_view fileName) { return fileName.substr(0, fileName.rfind('.')); }
@@ -31,9 +32,9 @@ std::string GenerationPath(const LogPlace& place, std::int32_t generation) {
   return path;
 }
 
-// The generation of a file at that path, -1 for none; the stem's path is as long as that. Letters
-// are not compared, since not every system tells their cases apart, and a step too many does no
-// harm.
+// The generation of the file at that path, -1 for none; `stem` is how long the path is in front of
+// the number. What stands around the number is not compared, since some systems take "A1.LOG" for
+// "a1.log". A file of another log may so cost a step that finds nothing to move.
 std::int32_t GenerationOf(std::string_view path, std::size_t stem) {
   if (path.size() < stem + kExtension.size()) return -1;
   const std::string_view number = path.substr(stem, path.size() - stem - kExtension.size());
@@ -44,7 +45,8 @@ std::int32_t GenerationOf(std::string_view path, std::size_t stem) {
   return stop == end && error == std::errc() ? generation : -1;
 }
 
-// Finds the generations of which a file is deleted or renamed; false when nobody can tell.
+// Finds the steps for which there is a file to move or to delete; false when the folder cannot be
+// read.
 bool FindSteps(Files& files, const LogPlace& place, std::int32_t fileCount, Generations& steps) {
   const std::string current = GenerationPath(place, 0);
   const std::size_t stem = current.size() - kExtension.size();

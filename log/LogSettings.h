@@ -36,7 +36,7 @@ class LogSettings {
     if (!m_isDirectoryKept) ChangeDirectory(directory);
   }
 
-  /// Sets the directory against every `SetDirectory`, whoever calls it from here on.
+  /// Sets the directory for good: from here on `SetDirectory` has no effect.
   void KeepDirectory(const std::string& directory) {
     const std::lock_guard lock(m_guard);
     ChangeDirectory(directory);

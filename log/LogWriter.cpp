@@ -36,6 +36,27 @@ bool IsTaken(Step step) noexcept {
 
 }  // namespace
 
+// How those who queue lines, those who flush and the writer thread meet. The states between them:
+//
+// Started: there is a writer thread that will look at the queue once more. `Start` says so, under
+// the start guard. A writer that ends on request takes it back under the same guard and then writes
+// what is queued: a line that comes later finds no writer and starts the next one. A writer whose
+// wait fails takes it back as well, and leaves what is queued.
+//
+// Failed: the writer that was started last has ended because its wait failed. The line at hand does
+// not start another, or a producer might do so for ever; the next line does. A flush tells of it.
+//
+// Asked: the work event is set, or just being set, and has not woken the writer yet. A producer who
+// finds it so need not set the event. The writer takes this back before it looks at the queue: who
+// still found it so had queued his line before that.
+//
+// Flushes: how many threads wait for the drained event, which a pass sets when it has found the
+// queue empty. The event lets one of them go, who asks for another pass while others wait.
+//
+// Throttled: the room event is not set, and producers wait for it before they queue. Only the
+// writer changes this: it begins when more bytes wait than the limit allows and ends below half of
+// them. Until then the writer goes on by itself, for nobody comes to ask it.
+
 LogWriter::LogWriter(std::string_view fileName, const Platform& platform,
                      std::shared_ptr<LogSettings> shared)
     : settings(*shared),
@@ -91,7 +112,7 @@ void LogWriter::Queue(std::initializer_list<std::string_view> pieces) {
     PrintOnStandardOutput("Unable to queue a line - QNLogger\n");
     return;
   }
-  if (!m_hasFailed) EnsureStarted();  // Once more: the writer may have ended on request meanwhile.
+  if (!m_hasFailed) EnsureStarted();  // Once more: the writer may have ended on request since.
   AskForPass();  // Outside the lock: the writer, if it sleeps, wakes to take it.
 }
 
@@ -101,8 +122,6 @@ void LogWriter::QueueLine(std::initializer_list<std::string_view> pieces) {
   m_queue->PushBack(pieces, m_gauge);
 }
 
-// Once for all who come before the writer wakes. It takes the mark back before it looks at the
-// queue: whoever still finds the mark has queued his line before that.
 void LogWriter::AskForPass() {
   if (m_isAsked) return;
   m_isAsked = true;
@@ -169,8 +188,8 @@ void LogWriter::Run() {
   Call(settings.EndHook());
 }
 
-// Whoever queued a line and still found the writer running has it written by this pass; whoever did
-// not starts another writer, after the pass.
+// Who queued a line and still found the writer started has it written by this pass; who did not
+// starts another writer, which the guard holds back until this pass is over.
 void LogWriter::EndOnRequest() {
   const std::lock_guard guard(m_startGuard);
   m_isStarted = false;
@@ -184,8 +203,8 @@ void LogWriter::EndByFailure() {
   m_drained->Set();
 }
 
-// A pass that could not go on leaves its lines for the next one, which the next producer asks for.
-// While producers are held back nobody would, so the writer goes on by itself until there is room.
+// A pass that could not go on leaves its lines for the next one, which the next producer asks for;
+// while producers are held back, the writer makes the next one itself.
 void LogWriter::Drain() {
   do {
     SettleThrottle(RunPass());
@@ -237,7 +256,8 @@ void LogWriter::MarkThrottle(bool& isOverflowMarked) {
   }
 }
 
-// A pass that wrote everything has opened the throttle, unless another log wrote our lines.
+// Usually a pass has opened the throttle while it wrote. It has not when the writer of another log
+// took lines that still count as ours.
 void LogWriter::SettleThrottle(PassEnd end) {
   if (m_isThrottled && (end != PassEnd::kNotOpened || IsBelowHalf())) OpenThrottle();
 }

@@ -46,12 +46,12 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   /// writer runs.
   [[nodiscard]] std::uint32_t Flush(std::uint32_t milliseconds);
 
-  /// Tells the thread to write what is queued and to end; tells whether there is one to hear it.
-  /// The next line starts another.
+  /// Tells the thread to write what is queued and to end; false when none runs. The next line
+  /// starts another.
   bool Stop();
 
-  /// The same, after it was given up to that long to write what is queued; waits up to that long
-  /// again for the thread's end.
+  /// Waits up to that long for what is queued to be written, then stops the thread and waits up to
+  /// that long again for its end.
   void Rest(std::uint32_t milliseconds);
 
   /// The lock; null when the system refused a part.
@@ -95,9 +95,9 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   std::unique_ptr<SystemEvent> m_room;     // Manual-reset: producers may queue.
   bool m_isUsable;
 
-  // The work event has been set, or is just being, since the writer was last woken by it.
+  // The states that LogWriter.cpp tells of.
   std::atomic<bool> m_isAsked{false};
-  std::atomic<bool> m_isThrottled{false};  // Only the writer thread changes it.
+  std::atomic<bool> m_isThrottled{false};
 
   std::mutex m_startGuard;
   std::unique_ptr<SystemThread> m_thread;  // The one started last.

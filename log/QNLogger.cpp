@@ -174,8 +174,8 @@ std::string QNLogger::ScanPath(std::int32_t file) const {
   return GetDirectory() + m_platform.surroundings.PathSeparator() + name;
 }
 
-// The lock is for the path alone: whoever logs must not wait for the disk, and the file stays the
-// same one for who has it open, also when it is renamed.
+// The lock is held for the path alone, so that nobody who logs waits for the disk. A rotation
+// meanwhile does no harm: a file that has been opened stays the same when it is renamed.
 std::int32_t QNLogger::ScanLog(const std::int32_t& file, LineList& lines) {
   return ScanLogFile(m_platform.files, ScanPath(file), lines);
 }

@@ -8,9 +8,9 @@ namespace tlk {
 
 /// How many bytes of one log wait in the queue.
 ///
-/// Producers count what they queue and the writer what it takes, each beside the other's work. To
-/// look at the other's count costs both of them time, so the writer need not look as long as no
-/// producer has passed the mark that it has set.
+/// Producers count what they queue, and the writer counts what it takes. To read the count of the
+/// other side costs both sides time, since the memory goes to and fro between their processors. So
+/// the writer sets a mark, and reads the producers' count only when they have passed it.
 class QueueGauge {
  public:
   /// A producer has queued so many bytes. Called under the queue's guard.
@@ -56,7 +56,7 @@ class QueueGauge {
   }
 
   alignas(kApart) Count m_queued{0};
-  alignas(kApart) Count m_mark{0};  // No line taken later makes a queue that is within it too long.
+  alignas(kApart) Count m_mark{0};  // What `m_queued` may come to before too many bytes can wait.
   std::atomic<bool> m_isPassed{false};
   alignas(kApart) std::uint32_t m_taken = 0;
   std::int32_t m_limit = -1;

@@ -15,7 +15,7 @@ constexpr std::size_t kNumberRoom = 12;
 constexpr std::string_view kUnknownMessage = "Unknown message";
 constexpr std::string_view kPlainText = "%s";
 
-// A text that a zero byte ends.
+// The format text, in the buffer or a constant; a zero byte follows it.
 std::string_view LoadFormat(const StringTable& strings, ModuleHandle module, std::uint32_t message,
                             std::array<char, kFormatBuffer>& buffer) {
   if (module == nullptr && message == kPlainTextMessage) return kPlainText;
@@ -24,7 +24,8 @@ std::string_view LoadFormat(const StringTable& strings, ModuleHandle module, std
   return {buffer.data(), static_cast<std::size_t>(length)};
 }
 
-// Asked for each record, of bytes that have just been written: byte for byte they are at hand.
+// Byte by byte, because they have just been written like this: a wider read would have to wait for
+// them, with each record.
 bool IsPlainText(std::string_view format) {
   return format.size() == 2 && format[0] == '%' && format[1] == 's';
 }

@@ -68,8 +68,8 @@ class SourceLine {
   std::size_t m_length;
 };
 
-/// What stands in front of a message in the stored line: time, thread and the severity mark, of
-/// which a finished record has its own.
+/// What stands in front of a message in the stored line: time, thread and the severity mark, which
+/// is empty for a finished record, as that brings its own.
 class RecordStamp {
  public:
   RecordStamp(const LocalTime& now, std::uint32_t thread, std::string_view mark);

@@ -68,11 +68,11 @@ class iLogger : public ZRefCountedWithFinalization {
   /// Stamps a finished record text with time and thread and queues it.
   virtual void Write(std::string_view record) = 0;
 
-  /// Blocks until everything queued is written, without a limit: while the file cannot be opened
-  /// and lines wait, until later lines of any thread have made the writer try so often that none
-  /// waits any more. Returns 0, or the number of the wait that failed. The queue is one for all
-  /// logs of the process: lines that the writer of another log has taken may still be on their way
-  /// then.
+  /// Blocks until everything queued is written, without a limit. Where the file cannot be opened, a
+  /// line is lost, and only another one that is queued makes the writer try the next: until there
+  /// have been enough of them, this blocks. Returns 0, or the number of the wait that failed. The
+  /// queue is one for all logs of the process: lines that the writer of another log has taken may
+  /// still be on their way then.
   virtual std::uint32_t Flush() = 0;
 
   /// Appends the lines of the process-wide line list to `lines`.

@@ -13,7 +13,7 @@ namespace {
 constexpr std::int64_t kMicrosecondsPerMillisecond = 1'000;
 constexpr std::int64_t kLongestWait = kNoLimit - 1;
 
-/// The moment that the clock shows may lie almost one step back.
+/// The clock moves on in steps of this length: what it shows may be almost that old.
 constexpr std::int64_t kClockStep = kMicrosecondsPerMillisecond;
 
 std::int64_t EndOf(std::int64_t limit) {

@@ -51,7 +51,7 @@ void Report(Fatal fatal, const char* source, std::int32_t line, const char* cond
       joint, message != nullptr ? message : "", closing, BehindLastSlash(source), line);
   const auto printed = std::min(static_cast<std::size_t>(std::max(length, 0)), kMaxReport);
   if (fatal == Fatal::kNo) return PrintOnStandardError({text.data(), printed});
-  // Nobody is held up who would go on, so this waits for whoever reads it.
+  // The process ends here, so this may wait until somebody reads it.
   std::fwrite(text.data(), 1, printed, stderr);
   EndProcess();
 }

@@ -29,7 +29,7 @@ SemaphoreWaiter::SemaphoreWaiter(std::uint32_t need)
 
 SemaphoreWaiter::~SemaphoreWaiter() = default;
 
-// Relaxed, as what else is shared is ordered by the spin word and by the waking.
+// Relaxed, for this orders nothing: the spin word and the waking do.
 bool SemaphoreWaiter::Settle(LockResult outcome) {
   LockResult before = kUnsettled;
   return fOutcome.compare_exchange_strong(before, outcome, std::memory_order_relaxed);

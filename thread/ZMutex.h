@@ -58,8 +58,8 @@ class ZMutex final : public ZMutexBase {
     fSemaphore.Signal(1);
   }
 
-  /// Only ever equal to a thread's number when that thread itself has written it, so it orders
-  /// nothing: the semaphore does.
+  /// A thread only asks whether this is its own number, which nobody else writes. So access to it
+  /// is relaxed; the semaphore orders what the mutex protects.
   std::atomic<std::uint32_t> fOwner;
   std::uint32_t fRecursion;
   ZSemaphore fSemaphore;

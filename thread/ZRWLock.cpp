@@ -88,7 +88,7 @@ void ZRWLock::AcquireWrite(std::int64_t limit) {
     }
     ++fWaitingWriters;
   }
-  // A limit that ran out changes nothing else.
+  // A writer whose limit has run out comes in all the same.
   const bool isForced = fSem_Access.WaitOrThrow(1, limit) == LockResult::kTimedOut;
   const StructureLock lock(fMutex_Structure);
   fWasForced = fWasForced || isForced;
@@ -97,7 +97,7 @@ void ZRWLock::AcquireWrite(std::int64_t limit) {
   fWriterRecursion = 1;
 }
 
-// Whoever finds the lock destroyed here has given it back.
+// A thread that finds the lock destroyed meanwhile has nothing left to give back.
 void ZRWLock::Release(std::uint64_t guess) noexcept {
   const std::uint32_t self = CallingThread();
   std::uint64_t state = guess | self;
@@ -135,7 +135,8 @@ bool ZRWLock::EndWrite() {
   return true;
 }
 
-// What the word says of the calling thread, nobody else changes but by moving it.
+// No lock is needed while the word is in charge: what it says of the calling thread stays true, for
+// others can only move it to the fields.
 bool ZRWLock::IsReadHeld() const {
   const std::uint32_t self = CallingThread();
   const std::uint64_t state = fState.load(std::memory_order_relaxed);
@@ -176,8 +177,8 @@ bool ZRWLock::IsReader(std::uint32_t thread) const {
   return std::ranges::find(fReaderThreads, thread) != fReaderThreads.end();
 }
 
-// For one more and the one in the word, and for those who are counted and have yet to note
-// themselves: there is no way back then.
+// Room for one more, for the one that the word may name, and for those who are let in already and
+// have yet to note themselves: when they do, it is too late to fail.
 void ZRWLock::MakeRoomForReaders() {
   const auto needed = static_cast<std::size_t>(std::max(fActiveReaders, 0) + fWaitingReaders + 2);
   if (needed > fReaderThreads.capacity()) fReaderThreads.reserve(2 * needed);

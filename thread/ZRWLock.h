@@ -112,15 +112,19 @@ class ZRWLock {
   [[nodiscard]] bool EndRead(std::uint32_t self);
   [[nodiscard]] bool EndWrite();
 
-  /// Tells who has the lock while that is nobody, or one thread once: then taking and giving it is
-  /// one operation on the word. Whoever finds more to tell moves it to the fields below, with the
-  /// structure lock, and the last one to leave, when nobody waits, puts the word back in charge.
+  /// The invariant: who has the lock stands in one place, either in this word, and then the fields
+  /// below are empty and `fSem_Access` has its unit, or, while the word is `kInFields`, in the
+  /// fields, and then the unit belongs to whoever has the lock.
+  ///
+  /// The word can tell of nobody, or of one thread once; taking and giving the lock is then one
+  /// operation on it. Whoever finds more to tell moves it to the fields, with the structure lock,
+  /// and the last one to leave, when nobody waits, puts the word back in charge.
   std::atomic<std::uint64_t> fState{kFree};
   static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
 
   mutable LightMutex fMutex_Structure{"ZRWLock::fMutex_Structure"};
 
-  /// Whoever has its unit, the readers together or the writer, owns the data.
+  /// Its unit belongs to the readers together, or to the writer.
   ZSemaphore fSem_Access{"ZRWLock::fSem_Access", 1};
 
   /// Lets in the readers that came behind the first one that waits.
@@ -132,7 +136,8 @@ class ZRWLock {
   std::int32_t fWaitingReaders = 0;
   std::int32_t fActiveReaders = 0;
 
-  /// Whether a writer has ever come in without the unit. The count of units tells nothing then.
+  /// Whether a writer has ever come in without the unit. Then the invariant does not hold for it,
+  /// and the fields stay in charge.
   bool fWasForced = false;
 
   /// A thread stands here as often as it reads.

@@ -61,8 +61,9 @@ std::int32_t ZSemaphore::Waiters() const {
   return fQueue.Size();
 }
 
-// Whoever stood in the queue before is served already: only the new waiter can be. Once others may
-// settle its wait, its thread goes on only when it is woken: until then they still touch it.
+// Those in the queue before it cannot be served, or they would have been: only the new waiter can.
+// Afterwards others may settle its wait, and its thread goes on only when they have woken it: until
+// then they still touch it.
 bool ZSemaphore::IsServedAtOnce(SemaphoreWaiter& waiter) {
   const SpinLock lock(fSpin);
   const std::uint32_t count = TakeWord();
@@ -70,7 +71,7 @@ bool ZSemaphore::IsServedAtOnce(SemaphoreWaiter& waiter) {
   return !Serve(count).IsEmpty();
 }
 
-// Those behind the waiter may need less than it did.
+// Those behind the waiter may need fewer units, and be served now that it is gone.
 void ZSemaphore::Leave(SemaphoreWaiter& waiter) {
   WaiterQueue served;
   {
@@ -87,7 +88,7 @@ bool ZSemaphore::HasLeavers() const {
   return fLeavers > 0;
 }
 
-// It may have been uncontended until now, so that others still changed it.
+// Keeps those out who change the word without the spin word, and tells the count.
 std::uint32_t ZSemaphore::TakeWord() {
   return fWord.fetch_or(kContended, std::memory_order_acquire) & ~kContended;
 }
@@ -103,7 +104,8 @@ bool ZSemaphore::PopAndSettle(LockResult outcome, WaiterQueue& settled) {
   return isFirst;
 }
 
-// Gives the word back, too. Released, so that whoever takes what is left sees what its givers did.
+// Gives the word back, too, when nobody waits any more. The store releases: who takes what is left
+// of the units sees what those did who gave them.
 WaiterQueue ZSemaphore::Serve(std::uint32_t count) {
   WaiterQueue served;
   while (!fQueue.IsEmpty() && fQueue.Front().Need() <= count) {

@@ -93,8 +93,9 @@ class ZSemaphore {
 
   const char* const fName;
 
-  /// What the count is while nobody has units. It is guessed from, as reading the word itself would
-  /// have to wait for what the thread did to it last.
+  /// The count while nobody has units. Taking and giving begin with it as a guess instead of
+  /// reading the word, because the read would have to wait for what this thread did to the word
+  /// last.
   const std::uint32_t fInitial;
   std::atomic<std::uint32_t> fWord;
   mutable SpinWord fSpin;

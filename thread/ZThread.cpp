@@ -100,7 +100,7 @@ void ZThread::RunReported() {
   } catch (const std::exception& exception) {
     ReportUncaught(exception);
   } catch (...) {
-    // What carries no exception is the thread's own end, which unwinds it.
+    // `pthread_exit` unwinds the thread with something that is no exception and must go on.
     if (std::current_exception() == nullptr) throw;
     Report(Fatal::kNo, kThreadSource, kUnknownExceptionLine, nullptr,
            "Uncaught exception, unknown type");
