@@ -3,7 +3,6 @@
 #include <charconv>
 #include <functional>
 #include <set>
-#include <system_error>
 
 #include "platform/Files.h"
 
@@ -41,8 +40,8 @@ std::int32_t GenerationOf(std::string_view path, std::size_t stem) {
   if (number.empty()) return 0;
   std::int32_t generation = -1;
   const char* const end = number.data() + number.size();
-  const auto [stop, error] = std::from_chars(number.data(), end, generation);
-  return stop == end && error == std::errc() ? generation : -1;
+  // A number that is too large leaves the generation as it is.
+  return std::from_chars(number.data(), end, generation).ptr == end ? generation : -1;
 }
 
 // Finds the steps for which there is a file to move or to delete; false when the folder cannot be

@@ -63,10 +63,8 @@ LogWriter::LogWriter(std::string_view fileName, const Platform& platform,
       m_platform(platform),
       m_queue(LogQueue::OfProcess()),
       m_settings(std::move(shared)),
-      m_isUsable(MakeParts()) {
-  m_place.fileName = fileName;
-  m_place.separator = platform.surroundings.PathSeparator();
-}
+      m_isUsable(MakeParts()),
+      m_place{"", std::string(fileName), platform.surroundings.PathSeparator()} {}
 
 std::shared_ptr<LogWriter> LogWriter::Successor() const {
   return std::make_shared<LogWriter>(m_place.fileName, m_platform, m_settings);
@@ -213,28 +211,26 @@ void LogWriter::Drain() {
   if (!m_taken.IsEmpty()) (void)IsTaken([this] { m_queue->GiveBack(m_taken); });
 }
 
-LogWriter::PassEnd LogWriter::RunPass() {
+bool LogWriter::RunPass() {
   bool isOverflowMarked = false;
-  PassEnd end = PassEnd::kDrained;
-  while (HasLine(end)) {
+  while (HasLine()) {
     MarkThrottle(isOverflowMarked);
     const std::string_view line = m_taken.Front();
     m_gauge.Take(line.size());
     const bool isOpened = WriteLine(line);
     m_taken.PopFront();
-    if (!isOpened) return PassEnd::kNotOpened;
+    if (!isOpened) return false;
   }
-  return end;
+  return true;
 }
 
 // The lines are taken all at once, so that the writer hardly ever meets a producer at the lock.
 //
 // The drained event is set under the lock: a flush that has come after the last line was taken must
 // not be let go by a pass from before its own lines.
-bool LogWriter::HasLine(PassEnd& end) {
+bool LogWriter::HasLine() {
   if (!m_taken.IsEmpty()) return true;
   const LogLock lock(m_lock.get());
-  end = lock.IsHeld() ? PassEnd::kDrained : PassEnd::kNotLocked;
   if (!lock.IsHeld()) return false;
   m_queue->TakeAll(m_taken, m_gauge, settings.maxQueueSize);
   if (m_taken.IsEmpty()) m_drained->Set();
@@ -258,8 +254,8 @@ void LogWriter::MarkThrottle(bool& isOverflowMarked) {
 
 // Usually a pass has opened the throttle while it wrote. It has not when the writer of another log
 // took lines that still count as ours.
-void LogWriter::SettleThrottle(PassEnd end) {
-  if (m_isThrottled && (end != PassEnd::kNotOpened || IsBelowHalf())) OpenThrottle();
+void LogWriter::SettleThrottle(bool isFileOpened) {
+  if (m_isThrottled && (isFileOpened || IsBelowHalf())) OpenThrottle();
 }
 
 bool LogWriter::IsBelowHalf() const { return m_gauge.Waiting() < settings.maxQueueSize / 2; }

@@ -58,8 +58,6 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   [[nodiscard]] SystemMutex* Lock() const { return m_isUsable ? m_lock.get() : nullptr; }
 
  private:
-  enum class PassEnd { kDrained, kNotOpened, kNotLocked };
-
   [[nodiscard]] bool MakeParts();
   void EnsureStarted() {
     if (!m_isStarted) Start();
@@ -71,10 +69,11 @@ class LogWriter : public std::enable_shared_from_this<LogWriter> {
   void EndByFailure();
   void EndOnRequest();
   void Drain();
-  PassEnd RunPass();
-  [[nodiscard]] bool HasLine(PassEnd& end);
+  /// Writes until the queue is empty, or its lock fails; false when the file could not be opened.
+  [[nodiscard]] bool RunPass();
+  [[nodiscard]] bool HasLine();
   void MarkThrottle(bool& isOverflowMarked);
-  void SettleThrottle(PassEnd end);
+  void SettleThrottle(bool isFileOpened);
   [[nodiscard]] bool IsBelowHalf() const;
   void OpenThrottle();
   void FindPath();
