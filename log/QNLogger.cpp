@@ -38,8 +38,8 @@ QNLogger::~QNLogger() {
 
 // The writers of parents are kept in reach, so that they do not count as lost memory.
 void QNLogger::GoOnInChild() {
-  static auto& left = *new std::vector<std::shared_ptr<LogWriter>>;
   try {
+    static auto& left = *new std::vector<std::shared_ptr<LogWriter>>;
     left.push_back(m_writer);
     m_writer = m_writer->Successor();
   } catch (const std::exception&) {
