@@ -6,9 +6,9 @@
 #include <functional>
 #include <future>
 #include <string>
-#include <vector>
 
 #include "tests/log/LogFixture.h"
+#include "tests/scripted/ScarceMemory.h"
 #include "thread/ThreadLayer.h"
 #include "thread/ZThread.h"
 
@@ -44,7 +44,7 @@ bool IsDoneInChild(const std::function<void()>& work, void (*end)(int)) {
 class Fork : public LogFixture {
  protected:
   /// Writes to the log that was there before, and to one made here.
-  void ExpectNewLines(const std::string& line, const std::vector<std::string>& records) {
+  void ExpectNewLines(const std::string& line, const Strings& records) {
     m_permits = kAllLines;
     m_log->SetMaxQueueSize(512'000);
     QNLogger own("own.log", 4, m_platform);
@@ -67,11 +67,9 @@ TEST_F(Fork, GivesTheChildALogThatWorksAndLeavesItsLinesToTheParent) {
   const ThreadLayer layer;
   m_log->SetDirectory("d");
   m_log->SetMaxQueueSize(10);
-  StopWriter();
-  m_log->Write("parent's");
-  EXPECT_TRUE(IsStoppedAt(1));
+  WriteAndStop("parent's");
   auto heldBack = std::async(std::launch::async, [this] { m_log->Write("held back"); });
-  EXPECT_TRUE(Eventually([this] { return m_sync.waitingForEvents == 1; }));
+  EXPECT_TRUE(AreWaiting(1));
   const auto inGrandchild = [this] { ExpectNewLines("2", {"1", "2"}); };
   const auto inChild = [&] {
     ExpectNewLines("1", {"1"});
@@ -87,6 +85,24 @@ TEST_F(Fork, GivesTheChildALogThatWorksAndLeavesItsLinesToTheParent) {
   EXPECT_EQ(m_log->Flush(), 0U);
   for (const char* line : {"parent's", "held back"})
     EXPECT_THAT(Records("d/t.log"), testing::Contains(line).Times(1));
+}
+
+TEST_F(Fork, WithoutMemoryLeavesTheChildALogThatDoesNothing) {
+  m_log->Write("parent's");
+  EXPECT_EQ(m_log->Flush(), 0U);
+  MemoryLimit none;
+  none.Set(0, kEveryTime);
+  const std::function<void()> inChild = [this] {
+    const PlentyOfMemory plenty;
+    m_log->Write("dropped");
+    EXPECT_THAT(Written(), testing::ElementsAre("parent's"));
+    m_log.reset();
+    EXPECT_THAT(m_surroundings.Sleeps(), testing::IsEmpty());
+  };
+  SetMemoryLimit(&none);
+  const bool isDone = IsDoneInChild(inChild, &_exit);
+  SetMemoryLimit(nullptr);
+  EXPECT_TRUE(isDone);
 }
 
 }  // namespace

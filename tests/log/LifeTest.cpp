@@ -1,5 +1,6 @@
+#include <future>
 #include <string>
-#include <vector>
+#include <thread>
 
 #include "tests/log/LogFixture.h"
 
@@ -16,21 +17,59 @@ class Life : public LogFixture {
     m_permits = kAllLines;
     m_sync.WaitForThreads();
   }
+
+  /// What the writer thread calls.
+  struct Hook {
+    Life& life;
+    const char* name;
+    int change;  ///< Of the number of threads that run.
+
+    static void Call(void* context, const char* category, const char* name) {
+      const Hook& hook = *static_cast<Hook*>(context);
+      hook.life.m_calls.push_back(hook.name + std::string(" ") + category + " " + name);
+      hook.life.m_running += hook.change;
+      EXPECT_TRUE(Eventually([&] { return hook.life.m_mayRun.load(); }));
+    }
+  };
+
+  void SetHooks() {
+    EXPECT_TRUE(m_log->SetThreadStartHook(&Hook::Call, &m_start));
+    EXPECT_TRUE(m_log->SetThreadEndHook(&Hook::Call, &m_end));
+  }
+
+  /// A writer whose first wait ends like this, with a line queued and a flush waiting.
+  void ExpectEnd(WaitResult wait, std::uint32_t flushed, const Strings& written) {
+    SetHooks();
+    m_mayRun = false;
+    m_sync.eitherWaits.Give(wait, 1);
+    m_log->Write("a");
+    auto flush = std::async(std::launch::async, [this] { return m_log->Flush(); });
+    EXPECT_TRUE(AreWaiting(1));
+    m_mayRun = true;
+    EXPECT_EQ(flush.get(), flushed);
+    m_sync.WaitForThreads();
+    EXPECT_EQ(Records(), written);
+    m_log->Write("b");
+    EXPECT_THAT(Written(), ElementsAre("a", "b"));
+    EndLog();
+    EXPECT_THAT(m_surroundings.Sleeps(), ElementsAre(1000U));  // The log's second for its writer.
+  }
+
+  Strings m_calls;
+  std::atomic<int> m_running{0};
+  std::atomic<bool> m_mayRun{true};
+  Hook m_start{*this, "start", 1};
+  Hook m_end{*this, "end", -1};
 };
 
 class LifeWithoutPart : public Life, public testing::WithParamInterface<int> {};
 
 TEST_P(LifeWithoutPart, IsAnnouncedAndLeavesALogThatDoesNothing) {
-  static const char* const announced[] = {
-      "Unable to create mutex - QNLogger\n",   "Unable to create event 1 - QNLogger\n",
-      "Unable to create event 2 - QNLogger\n", "Unable to create event 3 - QNLogger\n",
-      "Unable to create event 4 - QNLogger\n",
-  };
-  m_sync.partsToRefusal = GetParam() + 1;
+  const std::string part = GetParam() == 1 ? "mutex" : "event " + std::to_string(GetParam() - 1);
+  m_sync.anyCall.Fail(GetParam());
   testing::internal::CaptureStdout();
   {
     QNLogger log("unusable.log", 4, m_platform);
-    EXPECT_EQ(m_sync.partsToRefusal, 0);  // Nothing was asked for behind what was refused.
     log.LogNormal(0, 115, "S", 1, "dropped");
     EXPECT_EQ(log.Flush(), 0U);
     LineList lines{"kept"};
@@ -40,58 +79,43 @@ TEST_P(LifeWithoutPart, IsAnnouncedAndLeavesALogThatDoesNothing) {
     EXPECT_THAT(lines, IsEmpty());
     EXPECT_EQ(m_sync.ThreadsMade(), 0U);
   }
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), announced[GetParam()]);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Unable to create " + part + " - QNLogger\n");
   // What was dropped does not turn up in another log either.
   m_log->Write("next");
   EXPECT_THAT(Written(), ElementsAre("next"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, LifeWithoutPart, testing::Range(0, 5));
-
-struct HookLog {
-  std::string hook;
-  std::vector<std::string>& calls;
-
-  static void Add(void* context, const char* category, const char* name) {
-    const auto& [hook, calls] = *static_cast<HookLog*>(context);
-    calls.push_back(hook + category + " " + name);
-  }
-};
+INSTANTIATE_TEST_SUITE_P(Each, LifeWithoutPart, testing::Range(1, 6));
 
 TEST_F(Life, AWriterWhoseWaitFailsEndsWithoutItsHookAndIsReplaced) {
-  std::vector<std::string> calls;
-  m_files.OnCall([&calls](const FileCall&) { calls.emplace_back("append"); });
-  HookLog start{"start ", calls};
-  HookLog end{"end ", calls};
-  EXPECT_TRUE(m_log->SetThreadStartHook(&HookLog::Add, &start));
-  EXPECT_TRUE(m_log->SetThreadEndHook(&HookLog::Add, &end));
-  m_sync.eitherWaits.Give(WaitResult::kFailed, 1);
-  m_log->Write("stays queued");
-  m_sync.WaitForThreads();
-  EXPECT_THAT(Written(), IsEmpty());
-  m_log->Write("with the next");
-  EndLog();
-  EXPECT_THAT(calls, ElementsAre("start System WriteLog", "start System WriteLog", "append",
-                                 "append", "end System WriteLog"));
-  EXPECT_THAT(m_surroundings.Sleeps(), ElementsAre(1000U));  // The log's second for its writer.
+  ExpectEnd(WaitResult::kFailed, 0xFFFFFFFF, {});
+  EXPECT_THAT(m_calls,
+              ElementsAre("start System WriteLog", "start System WriteLog", "end System WriteLog"));
+}
+
+TEST_F(Life, AWriterThatIsToldToEndWritesWhatIsQueuedAndIsReplaced) {
+  ExpectEnd(WaitResult::kSecondSignalled, 0, {"a"});
+  EXPECT_EQ(m_calls.size(), 4U);
 }
 
 TEST_F(Life, AFailingLockLosesNoLine) {
   m_sync.mutexWaits.Give(WaitResult::kFailed, 2);  // Producer's, writer's.
   m_log->Write("a");
-  EXPECT_TRUE(Eventually([this] { return m_sync.mutexWaits.waitsLeft == 0; }));
+  EXPECT_TRUE(Eventually([this] { return m_sync.mutexWaits.left == 0; }));
   EXPECT_THAT(Records(), IsEmpty());
   m_log->Write("b");
   EXPECT_THAT(Written(), ElementsAre("a", "b"));
 }
 
 TEST_F(Life, AWriterRestsAndTheNextLineStartsAnother) {
+  SetHooks();
   for (int round = 0; round < 200; ++round) {
     std::thread other([this] { m_log->Write("b"); });
     m_log->Write("a");
     m_log->Rest();
     other.join();
     m_log->Rest();
+    EXPECT_EQ(m_running, 0);
     m_sync.WaitForThreads();
   }
   EXPECT_EQ(Records().size(), 400);
@@ -99,12 +123,13 @@ TEST_F(Life, AWriterRestsAndTheNextLineStartsAnother) {
   EXPECT_THAT(m_surroundings.Sleeps(), IsEmpty());  // No writer, so nobody to wait for.
 }
 
-TEST_F(Life, AWriterThatIsStillBusyWritesTheRestWithoutTheLog) {
-  StopWriter();
-  m_log->Write("a");
-  EXPECT_TRUE(IsStoppedAt(1));
-  m_log->Write("b");
-  m_log->Write("c");
+TEST_F(Life, AWriterThatIsStillBusyHoldsNobodyUpAndWritesTheRestWithoutTheLog) {
+  WriteAndStop("a");
+  Write({"b", "c"});
+  m_sync.eventWaits.Give(WaitResult::kTimedOut, 2);
+  m_sync.threadWaits.Give(WaitResult::kTimedOut, 1);
+  m_log->Rest();
+  m_log->Rest();
   EndLog();
   EXPECT_THAT(Records(), ElementsAre("a", "b", "c"));
 }

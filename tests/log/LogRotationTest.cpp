@@ -1,78 +1,83 @@
 #include "log/LogRotation.h"
 
 #include <limits>
-#include <map>
+#include <sstream>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "tests/log/LogFixture.h"
 
 namespace tlk::test {
 namespace {
 
-/// By the name of a file, the name that it had before.
-using FormerNames = std::map<std::string, std::string>;
+constexpr auto kMost = std::numeric_limits<std::int32_t>::max();
+constexpr auto kLeast = std::numeric_limits<std::int32_t>::min();
 
-FormerNames Rotated(const std::vector<std::string>& names, const LogPlace& place,
-                    std::int32_t fileCount, int failingRename = 0) {
-  ScriptedFiles files;
-  files.OnCall([&files](const FileCall&) {
-    if (files.Calls().size() > 100) throw std::length_error("a rotation without an end");
-  });
-  for (const std::string& name : names) files.SetContent(name, name);
-  files.FailNth(FileCall::Kind::kRename, failingRename);
-  RotateFiles(files, place, fileCount);
-  FormerNames former;
-  for (const std::string& name : files.Names()) former[name] = files.Content(name).value_or("");
-  return former;
-}
+struct RotationCase {
+  std::string before;  ///< Names of files.
+  LogPlace place;
+  std::int32_t fileCount;
+  std::string after;  ///< Names, each with the name that the file had before.
+  bool isMoved = true;
+  int failingRename = 0;
+};
 
 const LogPlace kHere{"", "a.log", '/'};
 
-TEST(Rotation, DropsTheOldestWithinTheCount) {
-  EXPECT_EQ(Rotated({"a.log", "a1.log", "a2.log", "a3.log"}, kHere, 3),
-            (FormerNames{{"a1.log", "a.log"}, {"a2.log", "a1.log"}, {"a3.log", "a3.log"}}));
-  EXPECT_EQ(Rotated({"a.log", "a2.log"}, kHere, 3), (FormerNames{{"a1.log", "a.log"}}));
-  EXPECT_EQ(Rotated({"a.log"}, kHere, 1), (FormerNames{{"a.log", "a.log"}}));
-  EXPECT_EQ(Rotated({"a9.log", "a10.log"}, kHere, 11), (FormerNames{{"a10.log", "a9.log"}}));
-}
+const RotationCase kRotations[] = {
+    // The oldest within the count is dropped.
+    {"a.log a1.log a2.log a3.log", kHere, 3, "a1.log=a.log a2.log=a1.log a3.log=a3.log "},
+    {"a.log a2.log", kHere, 3, "a1.log=a.log "},
+    {"a.log", kHere, 1, "a.log=a.log "},
+    {"a.log", kHere, kLeast, "a.log=a.log "},
+    {"a9.log a10.log", kHere, 11, "a10.log=a9.log ", false},
+    // Of any count, only files that are there cost a step.
+    {"a.log", kHere, 101, "a1.log=a.log "},
+    {"a1.log", kHere, 101, "a2.log=a1.log ", false},
+    {"a.log a6.log a2147483646.log a2147483647.log a2147483648.log a2x.log", kHere, kMost,
+     "a1.log=a.log a2147483647.log=a2147483647.log a2147483648.log=a2147483648.log a2x.log=a2x.log "
+     "a7.log=a6.log "},
+    // The names are made of stem and folder.
+    {"a.txt a1.log", {"", "a.txt", '/'}, 3, "a.txt=a.txt a2.log=a1.log "},
+    {"a a.log", {"", "a", '/'}, 2, "a=a a1.log=a.log "},
+    {"a.b.log", {"", "a.b.log", '/'}, 2, "a.b1.log=a.b.log "},
+    {"C:\\l\\a.log a.log", {"C:\\l", "a.log", '\\'}, 2, "C:\\l\\a1.log=C:\\l\\a.log a.log=a.log "},
+    // It goes on when a rename fails.
+    {"a.log a1.log a2.log", kHere, 4, "a1.log=a.log a3.log=a2.log ", true, 2},
+    {"a.log", kHere, 2, "a.log=a.log ", false, 1},
+};
 
-TEST(Rotation, OfAnyCountTakesStepsForFilesThatAreThere) {
-  EXPECT_EQ(Rotated({"a.log"}, kHere, std::numeric_limits<std::int32_t>::min()),
-            (FormerNames{{"a.log", "a.log"}}));
-  EXPECT_EQ(Rotated({"a.log", "a6.log", "a2147483646.log", "a2147483647.log", "a2x.log"}, kHere,
-                    std::numeric_limits<std::int32_t>::max()),
-            (FormerNames{{"a1.log", "a.log"},
-                         {"a7.log", "a6.log"},
-                         {"a2147483647.log", "a2147483647.log"},
-                         {"a2x.log", "a2x.log"}}));
-}
-
-TEST(Rotation, MakesTheNamesOfStemAndFolder) {
-  EXPECT_EQ(Rotated({"a.txt", "a1.log"}, {"", "a.txt", '/'}, 3),
-            (FormerNames{{"a.txt", "a.txt"}, {"a2.log", "a1.log"}}));
-  EXPECT_EQ(Rotated({"a", "a.log"}, {"", "a", '/'}, 2),
-            (FormerNames{{"a", "a"}, {"a1.log", "a.log"}}));
-  EXPECT_EQ(Rotated({"a.b.log"}, {"", "a.b.log", '/'}, 2), (FormerNames{{"a.b1.log", "a.b.log"}}));
-  EXPECT_EQ(Rotated({"C:\\l\\a.log", "a.log"}, {"C:\\l", "a.log", '\\'}, 2),
-            (FormerNames{{"C:\\l\\a1.log", "C:\\l\\a.log"}, {"a.log", "a.log"}}));
-}
-
-TEST(Rotation, GoesOnWhenARenameFails) {
-  EXPECT_EQ(Rotated({"a.log", "a1.log", "a2.log"}, kHere, 4, 2),
-            (FormerNames{{"a1.log", "a.log"}, {"a3.log", "a2.log"}}));
+TEST(Rotation, MovesEachFileOneGenerationOn) {
+  for (const RotationCase& rotation : kRotations) {
+    SCOPED_TRACE(rotation.before);
+    ScriptedFiles files;
+    int calls = 0;
+    int renames = 0;
+    files.answer = [&](const FileCall& call) -> std::optional<std::int64_t> {
+      if (++calls > 100) throw std::length_error("a rotation without an end");
+      const bool isRename = call.kind == FileCall::Kind::kRename;
+      return isRename && ++renames == rotation.failingRename ? std::optional(-1) : std::nullopt;
+    };
+    std::istringstream names(rotation.before);
+    for (std::string name; names >> name;) files.SetContent(name, name);
+    EXPECT_EQ(RotateFiles(files, rotation.place, rotation.fileCount), rotation.isMoved);
+    std::string after;
+    for (const auto& [name, former] : files.Contents()) after += name + "=" + former + " ";
+    EXPECT_EQ(after, rotation.after);
+  }
 }
 
 using RotationOfALog = LogFixture;
 
 TEST_F(RotationOfALog, FollowsEachLineThatPassesTheLimit) {
-  m_log->SetDirectory("d");
+  m_log->KeepDirectory("d");
+  m_log->SetDirectory("not this");
   m_log->SetRotation(10, 3);
-  for (const char* const line : {"0", "1", "2"}) m_log->Write(line);
+  Write({"0", "1", "2"});
   EXPECT_EQ(m_log->Flush(), 0U);
-  EXPECT_THAT(m_files.Names(), testing::ElementsAre("d/t1.log", "d/t2.log"));
+  EXPECT_EQ(m_files.Contents().size(), 2U);
   EXPECT_THAT(Records("d/t1.log"), testing::ElementsAre("2"));
+  EXPECT_THAT(Records("d/t2.log"), testing::ElementsAre("1"));
 }
 
 }  // namespace

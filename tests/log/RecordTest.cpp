@@ -1,4 +1,7 @@
 #include "log/RecordFormat.h"
+
+#include <cstdio>
+
 #include "tests/log/LogFixture.h"
 
 namespace tlk::test {
@@ -26,43 +29,85 @@ TEST_F(Record, BearsItsMarkAndTheTextOfItsModuleUpToTheThreshold) {
     m_log->LogNormal(level, kText, "S", -1, "a");
     m_log->LogWarning(&m_module, level, kText, "a/S", 2, "a");
     m_log->LogWarning(level, kText, "S", 2, "a");
-    m_log->LogError(&m_module, level, kText, "S", 3, "a");
+    m_log->LogError(&m_module, level, kText, "C:\\src\\S", 3, "a");
     m_log->LogError(level, kText, "S", 3, "a");
   }
+  m_log->Write("finished");
   EXPECT_THAT(Written(), ElementsAre("N <a> (S - 1)", "N a (S - -1)", "W <a> (a/S - 2)",
-                                     "W a (S - 2)", "E <a> (S - 3)", "E a (S - 3)"));
-}
-
-TEST_F(Record, IsStampedWithTimeAndThread) {
-  m_surroundings.SetNow({2026, 1, 2, 3, 4, 5, 6});
-  m_log->LogNormal(0, kText, "C:\\src\\Tlkc", 68, "Disconnect requested.");
-  m_log->Write("bare");
-  ASSERT_EQ(m_log->Flush(), 0U);
-  const std::string stamp = "01/02/2026 03:04:05.006  (" +
-                            std::to_string(static_cast<std::int32_t>(m_sync.CurrentThreadId())) +
-                            ") ";
-  EXPECT_THAT(Lines("t.log"),
-              ElementsAre(stamp + "N Disconnect requested. (Tlkc - 68)", stamp + "bare"));
+                                     "W a (S - 2)", "E <a> (S - 3)", "E a (S - 3)", "finished"));
+  const auto thread = static_cast<std::int32_t>(m_sync.CurrentThreadId());
+  EXPECT_THAT(m_files.Contents()["t.log"],
+              testing::StartsWith("11/16/2026 00:00:00.000  (" + std::to_string(thread) + ") N "));
 }
 
 TEST_F(Record, TakesItsFormatFromTheTable) {
-  m_strings.texts[{nullptr, 1}] = "%S at %d of %u";
   m_strings.texts[{nullptr, kPlainTextMessage}] = "not this";
   m_strings.texts[{&m_module, kPlainTextMessage}] = "%s, twice %s";
-  m_log->LogError(0, 1, "S", 1, L"Type", -5, 7U);
-  m_log->LogError(0, 1, "S", 1, L"\x20AC cannot be converted", -5, 7U);
-  m_log->LogNormal(&m_module, 0, 9999, "S", 1, "never seen");
   m_log->LogNormal(0, kPlainTextMessage, "S", 1, "100%s");
   m_log->LogNormal(&m_module, 0, kPlainTextMessage, "S", 1, "a", "b");
+  m_log->LogNormal(&m_module, 0, 9999, "S", 1, "never seen");
   EXPECT_THAT(Written(),
-              ElementsAre("E Type at -5 of 7 (S - 1)", testing::EndsWith(" (S - 1)"),
-                          "N Unknown message (S - 1)", "N 100%s (S - 1)", "N a, twice b (S - 1)"));
+              ElementsAre("N 100%s (S - 1)", "N a, twice b (S - 1)", "N Unknown message (S - 1)"));
 }
 
-TEST_F(Record, IsCutBehind8192Characters) {
+struct FormatCase {
+  std::string format;
+  std::string message;
+};
+
+class RecordOfFormat : public Record, public testing::WithParamInterface<FormatCase> {};
+
+TEST_P(RecordOfFormat, HoldsItsValues) {
+  m_strings.texts[{nullptr, kText}] = GetParam().format;
+  m_log->LogError(0, kText, "S", 1, L"Type", -5, 7U);
+  EXPECT_THAT(Written(), ElementsAre("E " + GetParam().message + " (S - 1)"));
+}
+
+const FormatCase kFormats[] = {
+    {"%S at %d of %u", "Type at -5 of 7"},
+    {"x", "x"},
+    {"xs", "xs"},
+    {"%%", "%"},
+    {"%S!", "Type!"},
+    {std::string(8191, 'x') + "y", std::string(8191, 'x')},
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, RecordOfFormat, testing::ValuesIn(kFormats));
+
+TEST_F(Record, IsCutBehind8192CharactersOrBeforeWhatCannotBeConverted) {
+  m_strings.texts[{nullptr, 1}] = "%S";
   const std::string most(8192, 'x');
-  m_log->LogNormal(0, kText, "S", 1, (most + "y").c_str());
-  EXPECT_THAT(Written(), ElementsAre("N " + most + " (S - 1)"));
+  for (const std::string& text : {most + "y", most})
+    m_log->LogNormal(0, kText, "S", 1, text.c_str());
+  m_log->LogNormal(0, 1, "S", 1, L"\x20AC");
+  EXPECT_THAT(Written(), ElementsAre("N " + most + " (S - 1)", "N " + most + " (S - 1)",
+                                     testing::EndsWith(" (S - 1)")));
+}
+
+TEST(RecordTime, IsThatOfTheClockCutBehind50Characters) {
+  const auto stamp = [](const LocalTime& now) {
+    return std::string(RecordStamp(now, 7, "E ").View());
+  };
+  for (int n = 0; n < 100; ++n) {
+    char usual[64];
+    std::snprintf(usual, sizeof usual, "%02d/%02d/99%02d %02d:%02d:%02d.%02d0  (7) E ", n, n, n, n,
+                  n, n, n);
+    EXPECT_EQ(stamp({9900 + n, n, n, n, n, n, 10 * n}), usual);
+  }
+  const std::pair<LocalTime, std::string> unusual[] = {
+      {{999, 1, 2, 3, 4, 5, 6}, "01/02/999 03:04:05.006"},
+      {{10000, 1, 2, 3, 4, 5, 6}, "01/02/10000 03:04:05.006"},
+      {{2026, 100, 2, 3, 4, 5, 6}, "100/02/2026 03:04:05.006"},
+      {{2026, 1, 100, 3, 4, 5, 6}, "01/100/2026 03:04:05.006"},
+      {{2026, 1, 2, 100, 4, 5, 6}, "01/02/2026 100:04:05.006"},
+      {{2026, 1, 2, 3, 100, 5, 6}, "01/02/2026 03:100:05.006"},
+      {{2026, 1, 2, 3, 4, 100, 6}, "01/02/2026 03:04:100.006"},
+      {{2026, 1, 2, 3, 4, 5, 1000}, "01/02/2026 03:04:05.1000"},
+      {{2026, 1, 2, 3, 4, 5, -1}, "01/02/2026 03:04:05.-001"},
+      {{2026, -1999999999, -1999999999, -1999999999, -1999999999, 5, 6},
+       "-1999999999/-1999999999/2026 -1999999999:-19999999"},
+  };
+  for (const auto& [now, text] : unusual) EXPECT_EQ(stamp(now), text + "  (7) E ");
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 // Wine does: a lost file is eighty. A busy machine covers more, so one round of them is enough
 // there. With a label for a fourth argument it is one of the two.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -39,26 +40,20 @@ int Write(const std::string& label, int lines) {
   std::_Exit(log.Flush() == 0 ? 0 : 1);
 }
 
-/// How often each line is there, without its time and thread.
-std::map<std::string, int> CountLines() {
+/// How many lines are not there exactly once, and how many are there that nobody wrote.
+int CountFaults(int lines) {
   std::map<std::string, int> counts;
+  for (const char* label : {"first", "second"})
+    for (int n = 0; n < lines; ++n) counts[label + std::to_string(n)] = -1;
   for (const auto& entry : fs::directory_iterator(kFolder)) {
     std::ifstream file(entry.path());
     for (std::string line; std::getline(file, line);) {
       if (line.ends_with('\r')) line.pop_back();
-      ++counts[line.substr(line.rfind(' ') + 1)];
+      ++counts[line.substr(line.rfind(' ') + 1)];  // Without time and thread.
     }
   }
-  return counts;
-}
-
-/// How many lines are not there exactly once.
-int FaultsOf(std::map<std::string, int> counts, int lines) {
-  int faults = 0;
-  for (const char* label : {"first", "second"})
-    for (int n = 0; n < lines; ++n) faults += counts[label + std::to_string(n)] != 1;
   counts.erase(std::string(28, '-'));  // The queue may have been full now and then.
-  return faults + static_cast<int>(counts.size()) - 2 * lines;
+  return static_cast<int>(std::ranges::count_if(counts, [](auto& c) { return c.second != 0; }));
 }
 
 bool WriteTogether(const std::string& command, int lines, int covered) {
@@ -69,7 +64,7 @@ bool WriteTogether(const std::string& command, int lines, int covered) {
   const int status = std::system((command + " first").c_str());
   if (second.get() != 0 || status != 0) return std::puts("a process failed"), false;
   const auto files = std::distance(fs::directory_iterator(kFolder), fs::directory_iterator());
-  const int faults = FaultsOf(CountLines(), lines);
+  const int faults = CountFaults(lines);
   std::printf("%d lines in %d files, %d lost, torn or doubled\n", 2 * lines,
               static_cast<int>(files), faults);
   return faults <= covered && files > lines / 500;

@@ -4,6 +4,7 @@
 #include "tests/scripted/ScriptedSurroundings.h"
 #include "tests/scripted/ScriptedSynchronisation.h"
 #include "tests/thread/Waiting.h"
+#include "thread/Deadline.h"
 #include "thread/ThreadLayer.h"
 #include "thread/ZLocker.h"
 #include "thread/ZMutex.h"
@@ -26,23 +27,53 @@ TEST_F(ZSemaphoreTest, ServesWhoeverCameFirst) {
   ZSemaphore semaphore("semaphore", 2);
   auto timed = StartWaiter(semaphore, 1, [&] { return semaphore.Wait(9, 5'000); });
   auto first = StartWaiter(semaphore, 2, [&] { return semaphore.Wait(3, kForever); });
-  auto second = StartWaiter(semaphore, 3, [&] { return semaphore.Wait(1, kForever); });
+  auto between = StartWaiter(semaphore, 3, [&] { return semaphore.Wait(9, 5'000); });
+  auto second = StartWaiter(semaphore, 4, [&] { return semaphore.Wait(1, kForever); });
   EXPECT_EQ(semaphore.Wait(1, -1), kTimedOut);  // Two are there, but not for whoever comes last.
   EXPECT_TRUE(semaphore.Signal(1) && !semaphore.Signal(ZSemaphore::kMaxCount - 2));
   clock.Sleep(6);
-  EXPECT_TRUE(timed.get() == kTimedOut && first.get() == kAcquired);
+  EXPECT_TRUE(timed.get() == kTimedOut && between.get() == kTimedOut && first.get() == kAcquired);
   EXPECT_TRUE(semaphore.Signal(ZSemaphore::kMaxCount) && second.get() == kAcquired);
   EXPECT_TRUE(!semaphore.Signal(2) && semaphore.Wait(ZSemaphore::kMaxCount - 1, 0) == kAcquired);
 }
 
 TEST_F(ZSemaphoreTest, WaitsInStepsWhereTheSystemRefusesEvents) {
   ZSemaphore semaphore("semaphore", 0);
-  system.partsToRefusal = 1;
-  EXPECT_EQ(semaphore.Wait(1, 1'500), kTimedOut);
-  EXPECT_EQ(clock.Sleeps(), std::vector<std::uint32_t>(3, 1));
-  system.partsToRefusal = 1;
+  for (const std::int64_t limit : {1, 1'500}) {
+    system.anyCall.Fail(1);
+    EXPECT_EQ(semaphore.Wait(1, limit), kTimedOut);
+  }
+  EXPECT_EQ(clock.Sleeps(), std::vector<std::uint32_t>(2 + 3, 1));
+  system.anyCall.Fail(1);
   auto waiter = StartWaiter(semaphore, 1, [&] { return semaphore.Wait(1, kForever); });
   EXPECT_TRUE(semaphore.Signal(1) && waiter.get() == kAcquired);
+}
+
+TEST_F(ZSemaphoreTest, HasLimitsThatTheClockDoesNotCutShort) {
+  const std::int64_t now = ZThread::TickMicroseconds();
+  const struct {
+    std::int64_t limit;
+    std::int64_t left;
+    std::uint32_t milliseconds;
+  } cases[] = {
+      {-1, 0, 0},
+      {0, 0, 0},
+      {1, 1'001, 2},
+      {1'000, 2'000, 2},
+      {1'001, 2'001, 3},
+      {kForever - now - 1'001, kForever - now - 1, kNoLimit - 1},
+      {kForever, kForever, kNoLimit},
+  };
+  for (const auto& [limit, left, milliseconds] : cases) {
+    EXPECT_EQ(Deadline(limit).MicrosecondsLeft(), left);
+    EXPECT_EQ(Deadline(limit).MillisecondsLeft(), milliseconds);
+  }
+  const Deadline late(1);
+  const Deadline later(1'000);
+  clock.Sleep(1);
+  EXPECT_EQ(late.MillisecondsLeft(), 1U);
+  clock.Sleep(1);
+  EXPECT_EQ(later.MillisecondsLeft(), 0U);
 }
 
 // What the mutex protects is plain, so that the thread sanitizer sees what the locks do.
@@ -71,10 +102,10 @@ TEST(LocksTest, EndWhileLimitsRunOutAndUnitsCome) {
       ++results[static_cast<int>(gone->Wait(n + 1, n == 2 ? kForever : n * 500 + 500))];
     };
     std::jthread waiters([&] { RunOnThreads(3, wait); });
-    ExpectSoon([&] {
+    EXPECT_TRUE(Eventually([&] {
       const int ended = results[2];
       return ended + semaphore->Waiters() == 3;
-    });
+    }));
     std::this_thread::sleep_for(std::chrono::microseconds(round % 50 * 60));
     semaphore->Signal(2);
     semaphore.reset();
@@ -95,7 +126,7 @@ TEST(ZMutexTest, IsHandedOverWithAllHoldsOfItsOwner) {
     EXPECT_TRUE(mutex.ReleaseFully() == 2 && mutex.Reacquire(0) == kAcquired && !mutex.IsHeld());
     EXPECT_TRUE(mutex.Reacquire(2) == kAcquired && mutex.IsHeld());
   }
-  EXPECT_TRUE(mutex.ReleaseFully() == 2 && mutex.Reacquire(1) == kAcquired);
+  EXPECT_TRUE(mutex.ReleaseFully() == 2 && mutex.Reacquire(1) == kAcquired && mutex.IsHeld());
   RunOnThreads(1, [&](int) { mutex.Release(); });  // Nobody asks whose it is.
   EXPECT_TRUE(!mutex.IsHeld() && mutex.Acquire(0) == kAcquired);
 }
@@ -108,6 +139,9 @@ TEST(ZMutexCompositeTest, GivesBackWhatItHasWhenALockRunsOutOrIsDestroyed) {
   RunOnThreads(1, [&](int) { EXPECT_EQ(all.Acquire(1'000), kTimedOut); });
   EXPECT_TRUE(all.Acquire() == kAcquired && all.IsHeld() && first.IsHeld());
   all.Release();
+  ZMutexComposite none("none", {});
+  EXPECT_TRUE(none.Acquire(0) == kAcquired && !none.IsHeld());
+  EXPECT_FALSE(Elsewhere([&] { return all.IsHeld(); }));
   auto composite = StartWaiter(gone, 1, [&] { return all.Acquire(3'600'000'000); });
   auto quiet = StartWaiter(gone, 2, [&] { return ZLocker(gone).HoldsLock(); });
   auto throwing = StartWaiter(gone, 3, [&] { ZLocker(gone, OnFailure::kThrow); });

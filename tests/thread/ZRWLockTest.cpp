@@ -1,5 +1,7 @@
 #include "thread/ZRWLock.h"
 
+#include <string>
+
 #include "tests/thread/Waiting.h"
 #include "thread/ZLocker.h"
 #include "thread/ZThread.h"
@@ -12,38 +14,67 @@ struct ZRWLockTest : testing::Test {
   std::unique_ptr<ZRWLock> lock = std::make_unique<ZRWLock>();
   ZRWLock::Read& read = lock->ReadSide();
   ZRWLock::Write& write = lock->WriteSide();
+
+  /// What the calling thread holds.
+  [[nodiscard]] std::string Held() const {
+    return std::string(read.IsHeld() ? "read " : "") + (write.IsHeld() ? "write" : "");
+  }
 };
 
-TEST_F(ZRWLockTest, LetsInAWriterAndThenAtOnceTheReadersBehindIt) {
-  int written = 0;
-  std::atomic<int> inside = 0;
-  std::vector<std::future<void>> waiters;
-  EXPECT_EQ(read.Acquire(), kAcquired);
-  waiters.push_back(StartWaiter(*lock, 1, [&] {
-    ZLocker writer(write);
-    EXPECT_TRUE(ZLocker(read).HoldsLock() && writer.Acquire() == kAcquired && read.IsHeld());
-    ++written;
-  }));
-  for (int n = 2; n <= 4; ++n) {
-    waiters.push_back(StartWaiter(*lock, n, [&] {
-      const ZLocker reader(read);
-      ++inside;
-      ExpectSoon([&] { return inside == 3; });
-      EXPECT_TRUE(written == 1 && read.IsHeld() && !write.IsHeld());
-    }));
+// Taken once, it is told by one word; taken twice, by its fields, and still when it is given back.
+TEST_F(ZRWLockTest, IsHeldByItsThreadUntilEachHoldIsGivenBack) {
+  for (const bool isWritten : {false, true, false}) {
+    ZMutexBase& side = isWritten ? static_cast<ZMutexBase&>(write) : read;
+    const std::string held = isWritten ? "read write" : "read ";
+    EXPECT_EQ(Held(), "");
+    for (ZMutexBase* const again : {&side, static_cast<ZMutexBase*>(&read)}) {
+      EXPECT_EQ(side.Acquire(), kAcquired);
+      EXPECT_EQ(Held(), held);
+      EXPECT_EQ(again->Acquire(), kAcquired);
+      EXPECT_EQ(Held(), held);
+      EXPECT_EQ(Elsewhere([&] { return Held(); }), "");
+      again->Release();
+      EXPECT_EQ(Held(), held);
+      read.Release();  // Whichever side is released.
+    }
   }
-  EXPECT_TRUE(ZLocker(read).HoldsLock() && written == 0);  // Reading already, it need not wait.
-  read.Release();
+}
+
+TEST_F(ZRWLockTest, LetsInAWriterAndThenAtOnceTheReadersBehindIt) {
+  for (const int readers : {3, 0, 1, 3}) {
+    int written = 0;
+    std::atomic<int> inside = 0;
+    std::vector<std::future<void>> waiters;
+    EXPECT_EQ(read.Acquire(), kAcquired);
+    waiters.push_back(StartWaiter(*lock, 1, [&] {
+      ZLocker writer(write);
+      EXPECT_TRUE(ZLocker(read).HoldsLock() && writer.Acquire() == kAcquired);
+      EXPECT_EQ(Held(), "read write");
+      ++written;
+    }));
+    for (int n = 1; n <= readers; ++n) {
+      waiters.push_back(StartWaiter(*lock, n + 1, [&] {
+        const ZLocker reader(read);
+        ++inside;
+        EXPECT_TRUE(Eventually([&] { return inside == readers; }));
+        EXPECT_EQ(written, 1);
+        EXPECT_EQ(Held(), "read ");
+      }));
+    }
+    EXPECT_TRUE(ZLocker(read).HoldsLock() && written == 0);  // Reading already, it need not wait.
+    EXPECT_EQ(Held(), "read ");
+    read.Release();
+  }
 }
 
 // Such a writer protects no data from those who read, which the thread sanitizer would rightly call
 // a race. So this test touches none, and the stress test below sets its writers no limit.
 TEST_F(ZRWLockTest, IsTakenByAWriterWhoseLimitRunsOut) {
-  EXPECT_TRUE(ZLocker(write).HoldsLock());
   const ZLocker reader(read);
-  RunOnThreads(1, [&](int) { EXPECT_TRUE(ZLocker(read).HoldsLock()); });
-  RunOnThreads(1, [&](int) { EXPECT_TRUE(write.Acquire(1'000) == kAcquired && write.IsHeld()); });
-  EXPECT_TRUE(read.IsHeld() && !write.IsHeld());
+  EXPECT_TRUE(Elsewhere([&] { return ZLocker(read).HoldsLock(); }));
+  EXPECT_EQ(Elsewhere([&] { return write.Acquire(1'000) == kAcquired ? Held() : ""; }),
+            "read write");
+  EXPECT_EQ(Held(), "read ");
 }
 
 TEST_F(ZRWLockTest, ThrowsToThoseWhoWaitWhenItIsDestroyed) {
