@@ -18,48 +18,38 @@ class Life : public LogFixture {
     m_sync.WaitForThreads();
   }
 
-  /// What the writer thread calls.
-  struct Hook {
-    Life& life;
-    const char* name;
-    int change;  ///< Of the number of threads that run.
-
-    static void Call(void* context, const char* category, const char* name) {
-      const Hook& hook = *static_cast<Hook*>(context);
-      hook.life.m_calls.push_back(hook.name + std::string(" ") + category + " " + name);
-      hook.life.m_running += hook.change;
-      EXPECT_TRUE(Eventually([&] { return hook.life.m_mayRun.load(); }));
-    }
-  };
-
   void SetHooks() {
-    EXPECT_TRUE(m_log->SetThreadStartHook(&Hook::Call, &m_start));
-    EXPECT_TRUE(m_log->SetThreadEndHook(&Hook::Call, &m_end));
+    const auto count = [](void* calls, const char* category, const char* name) {
+      *static_cast<std::atomic<int>*>(calls) += category + std::string(name) == "SystemWriteLog";
+    };
+    EXPECT_TRUE(m_log->SetThreadStartHook(count, &m_starts));
+    EXPECT_TRUE(m_log->SetThreadEndHook(count, &m_ends));
   }
 
-  /// A writer whose first wait ends like this, with a line queued and a flush waiting.
-  void ExpectEnd(WaitResult wait, std::uint32_t flushed, const Strings& written) {
+  /// A writer whose first wait ends like this, with a line queued and a flush waiting, and the
+  /// next.
+  void ExpectEnd(WaitResult wait, std::uint32_t flushed, const std::string& written, int ends) {
     SetHooks();
-    m_mayRun = false;
+    m_sync.eitherWaits.areHeld = true;
     m_sync.eitherWaits.Give(wait, 1);
-    m_log->Write("a");
+    Write("1");
     auto flush = std::async(std::launch::async, [this] { return m_log->Flush(); });
     EXPECT_TRUE(AreWaiting(1));
-    m_mayRun = true;
+    m_sync.eitherWaits.areHeld = false;
     EXPECT_EQ(flush.get(), flushed);
     m_sync.WaitForThreads();
-    EXPECT_EQ(Records(), written);
-    m_log->Write("b");
-    EXPECT_THAT(Written(), ElementsAre("a", "b"));
+    EXPECT_EQ(Letters(), written);
+    Write("2");
+    Flush();
+    EXPECT_EQ(Letters(), "12");
     EndLog();
+    EXPECT_EQ(m_starts, 2);
+    EXPECT_EQ(m_ends, ends);
     EXPECT_THAT(m_surroundings.Sleeps(), ElementsAre(1000U));  // The log's second for its writer.
   }
 
-  Strings m_calls;
-  std::atomic<int> m_running{0};
-  std::atomic<bool> m_mayRun{true};
-  Hook m_start{*this, "start", 1};
-  Hook m_end{*this, "end", -1};
+  std::atomic<int> m_starts{0};
+  std::atomic<int> m_ends{0};
 };
 
 class LifeWithoutPart : public Life, public testing::WithParamInterface<int> {};
@@ -81,57 +71,66 @@ TEST_P(LifeWithoutPart, IsAnnouncedAndLeavesALogThatDoesNothing) {
   }
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "Unable to create " + part + " - QNLogger\n");
   // What was dropped does not turn up in another log either.
-  m_log->Write("next");
-  EXPECT_THAT(Written(), ElementsAre("next"));
+  Write("1");
+  Flush();
+  EXPECT_EQ(Letters(), "1");
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, LifeWithoutPart, testing::Range(1, 6));
 
 TEST_F(Life, AWriterWhoseWaitFailsEndsWithoutItsHookAndIsReplaced) {
-  ExpectEnd(WaitResult::kFailed, 0xFFFFFFFF, {});
-  EXPECT_THAT(m_calls,
-              ElementsAre("start System WriteLog", "start System WriteLog", "end System WriteLog"));
+  ExpectEnd(WaitResult::kFailed, 0xFFFFFFFF, "", 1);
 }
 
 TEST_F(Life, AWriterThatIsToldToEndWritesWhatIsQueuedAndIsReplaced) {
-  ExpectEnd(WaitResult::kSecondSignalled, 0, {"a"});
-  EXPECT_EQ(m_calls.size(), 4U);
+  ExpectEnd(WaitResult::kSecondSignalled, 0, "1", 2);
 }
 
 TEST_F(Life, AFailingLockLosesNoLine) {
   m_sync.mutexWaits.Give(WaitResult::kFailed, 2);  // Producer's, writer's.
-  m_log->Write("a");
+  Write("1");
   EXPECT_TRUE(Eventually([this] { return m_sync.mutexWaits.left == 0; }));
-  EXPECT_THAT(Records(), IsEmpty());
-  m_log->Write("b");
-  EXPECT_THAT(Written(), ElementsAre("a", "b"));
+  EXPECT_EQ(Letters(), "");
+  Write("2");
+  Flush();
+  EXPECT_EQ(Letters(), "12");
+}
+
+TEST_F(Life, AThreadThatIsRefusedIsAskedForWithTheNextLine) {
+  m_sync.refusesThreads = true;
+  Write("12");
+  Flush();
+  m_sync.refusesThreads = false;
+  Write("3");
+  Flush();
+  EXPECT_EQ(Letters(), "123");
 }
 
 TEST_F(Life, AWriterRestsAndTheNextLineStartsAnother) {
   SetHooks();
   for (int round = 0; round < 200; ++round) {
-    std::thread other([this] { m_log->Write("b"); });
-    m_log->Write("a");
+    std::thread other([this] { Write("2"); });
+    Write("1");
     m_log->Rest();
     other.join();
     m_log->Rest();
-    EXPECT_EQ(m_running, 0);
+    EXPECT_EQ(m_starts, m_ends);
     m_sync.WaitForThreads();
   }
-  EXPECT_EQ(Records().size(), 400);
+  EXPECT_EQ(Letters().size(), 400);
   EndLog();
   EXPECT_THAT(m_surroundings.Sleeps(), IsEmpty());  // No writer, so nobody to wait for.
 }
 
 TEST_F(Life, AWriterThatIsStillBusyHoldsNobodyUpAndWritesTheRestWithoutTheLog) {
-  WriteAndStop("a");
-  Write({"b", "c"});
+  WriteAndStop("1");
+  Write("23");
   m_sync.eventWaits.Give(WaitResult::kTimedOut, 2);
   m_sync.threadWaits.Give(WaitResult::kTimedOut, 1);
   m_log->Rest();
   m_log->Rest();
   EndLog();
-  EXPECT_THAT(Records(), ElementsAre("a", "b", "c"));
+  EXPECT_EQ(Letters(), "123");
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include <optional>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "log/QNLogger.h"
@@ -23,8 +22,6 @@
 
 namespace tlk::test {
 
-using Strings = std::vector<std::string>;
-
 /// A log that echoes nothing, on a scripted platform.
 class LogFixture : public testing::Test {
  protected:
@@ -34,28 +31,34 @@ class LogFixture : public testing::Test {
       if (call.kind != FileCall::Kind::kAppend) return std::nullopt;
       const int line = ++m_arrivals;
       EXPECT_TRUE(Eventually([&] { return m_permits >= line; }));
-      return m_answer ? m_answer(line) : std::nullopt;
+      return line >= m_badLines.first && line <= m_badLines.last ? m_badLines.result : std::nullopt;
     };
   }
 
-  void Write(const Strings& records) {
-    for (const std::string& record : records) m_log->Write(record);
+  /// Writes a record of each letter, whose stored line is sixty bytes long.
+  void Write(std::string_view letters) const {
+    const std::size_t length = 32 - std::to_string(m_thread).size();
+    for (const char letter : letters) m_log->Write(std::string(length, letter));
   }
 
   /// The lines of a file without their times and threads.
-  [[nodiscard]] Strings Records(const std::string& path = "t.log") const {
+  [[nodiscard]] std::vector<std::string> Records(const std::string& path = "t.log") const {
     std::istringstream content(m_files.Contents()[path]);
-    Strings records;
+    std::vector<std::string> records;
     for (std::string line; std::getline(content, line);)
       records.push_back(line.starts_with('-') ? line : line.substr(line.find(") ") + 2));
     return records;
   }
 
-  /// The records of the log once all are written.
-  [[nodiscard]] Strings Written() {
-    EXPECT_EQ(m_log->Flush(), 0U);
-    return Records();
+  /// The first letters of the records; for the markers of the queue those of their names.
+  [[nodiscard]] std::string Letters(const std::string& path = "t.log") const {
+    std::string letters;
+    for (const std::string& record : Records(path))
+      letters += record[record.find_first_not_of("- ")];
+    return letters;
   }
+
+  void Flush() { EXPECT_EQ(m_log->Flush(), 0U); }
 
   /// Lets the writer write so many lines and stop before the next one.
   void StopBehind(int lines) {
@@ -64,9 +67,9 @@ class LogFixture : public testing::Test {
   }
 
   /// Gives a new log its first line, before which the writer stops.
-  void WriteAndStop(const std::string& record) {
+  void WriteAndStop(std::string_view letter) {
     m_permits = 0;
-    m_log->Write(record);
+    Write(letter);
     StopBehind(0);
   }
 
@@ -80,14 +83,21 @@ class LogFixture : public testing::Test {
     return Eventually([&] { return m_arrivals == lines && m_sync.eitherWaits.going == 1; });
   }
 
+  /// Appends that give a result and write nothing.
+  struct {
+    int first = 0;
+    int last = 0;
+    std::optional<std::int64_t> result = append_result::kNotOpened;
+  } m_badLines;
+
   static constexpr int kAllLines = std::numeric_limits<int>::max();
   std::atomic<int> m_arrivals{0};
   std::atomic<int> m_permits{kAllLines};  ///< How many lines the writer may write.
-  std::function<std::optional<std::int64_t>(int)> m_answer;  ///< Of the append of that number.
   ScriptedStringTable m_strings;
   ScriptedSurroundings m_surroundings;
   ScriptedFiles m_files;
   ScriptedSynchronisation m_sync;  // Waits for the writer, which uses the others.
+  const std::int32_t m_thread = static_cast<std::int32_t>(m_sync.CurrentThreadId());
   const Platform m_platform{SystemPlatform().text, m_strings, m_sync, m_surroundings, m_files};
   std::unique_ptr<QNLogger> m_log = std::make_unique<QNLogger>("t.log", 4, m_platform);
 };

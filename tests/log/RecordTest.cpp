@@ -1,6 +1,7 @@
 #include "log/RecordFormat.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "tests/log/LogFixture.h"
 
@@ -13,15 +14,16 @@ constexpr std::uint32_t kText = 101;
 
 class Record : public LogFixture {
  protected:
-  Record() {
-    m_strings.texts[{nullptr, kText}] = "%s";
-    m_strings.texts[{&m_module, kText}] = "<%s>";
+  void SetText(ModuleHandle module, std::uint32_t number, const std::string& text) {
+    m_strings.texts[{module, number}] = text;
   }
 
   const int m_module = 0;
 };
 
 TEST_F(Record, BearsItsMarkAndTheTextOfItsModuleUpToTheThreshold) {
+  SetText(nullptr, kText, "%s");
+  SetText(&m_module, kText, "<%s>");
   m_log->SetLevel(2);
   EXPECT_EQ(m_log->GetLevel(), 2);
   for (const std::int32_t level : {2, 3}) {
@@ -33,55 +35,36 @@ TEST_F(Record, BearsItsMarkAndTheTextOfItsModuleUpToTheThreshold) {
     m_log->LogError(level, kText, "S", 3, "a");
   }
   m_log->Write("finished");
-  EXPECT_THAT(Written(), ElementsAre("N <a> (S - 1)", "N a (S - -1)", "W <a> (a/S - 2)",
+  Flush();
+  EXPECT_THAT(Records(), ElementsAre("N <a> (S - 1)", "N a (S - -1)", "W <a> (a/S - 2)",
                                      "W a (S - 2)", "E <a> (S - 3)", "E a (S - 3)", "finished"));
-  const auto thread = static_cast<std::int32_t>(m_sync.CurrentThreadId());
-  EXPECT_THAT(m_files.Contents()["t.log"],
-              testing::StartsWith("11/16/2026 00:00:00.000  (" + std::to_string(thread) + ") N "));
+  EXPECT_THAT(m_files.Contents()["t.log"], testing::StartsWith("11/16/2026 00:00:00.000  (" +
+                                                               std::to_string(m_thread) + ") N "));
 }
 
-TEST_F(Record, TakesItsFormatFromTheTable) {
-  m_strings.texts[{nullptr, kPlainTextMessage}] = "not this";
-  m_strings.texts[{&m_module, kPlainTextMessage}] = "%s, twice %s";
-  m_log->LogNormal(0, kPlainTextMessage, "S", 1, "100%s");
-  m_log->LogNormal(&m_module, 0, kPlainTextMessage, "S", 1, "a", "b");
-  m_log->LogNormal(&m_module, 0, 9999, "S", 1, "never seen");
-  EXPECT_THAT(Written(),
-              ElementsAre("N 100%s (S - 1)", "N a, twice b (S - 1)", "N Unknown message (S - 1)"));
-}
-
-struct FormatCase {
-  std::string format;
-  std::string message;
-};
-
-class RecordOfFormat : public Record, public testing::WithParamInterface<FormatCase> {};
-
-TEST_P(RecordOfFormat, HoldsItsValues) {
-  m_strings.texts[{nullptr, kText}] = GetParam().format;
-  m_log->LogError(0, kText, "S", 1, L"Type", -5, 7U);
-  EXPECT_THAT(Written(), ElementsAre("E " + GetParam().message + " (S - 1)"));
-}
-
-const FormatCase kFormats[] = {
-    {"%S at %d of %u", "Type at -5 of 7"},
-    {"x", "x"},
-    {"xs", "xs"},
-    {"%%", "%"},
-    {"%S!", "Type!"},
-    {std::string(8191, 'x') + "y", std::string(8191, 'x')},
-};
-
-INSTANTIATE_TEST_SUITE_P(Each, RecordOfFormat, testing::ValuesIn(kFormats));
-
-TEST_F(Record, IsCutBehind8192CharactersOrBeforeWhatCannotBeConverted) {
-  m_strings.texts[{nullptr, 1}] = "%S";
-  const std::string most(8192, 'x');
-  for (const std::string& text : {most + "y", most})
-    m_log->LogNormal(0, kText, "S", 1, text.c_str());
-  m_log->LogNormal(0, 1, "S", 1, L"\x20AC");
-  EXPECT_THAT(Written(), ElementsAre("N " + most + " (S - 1)", "N " + most + " (S - 1)",
-                                     testing::EndsWith(" (S - 1)")));
+TEST_F(Record, TakesItsFormatFromTheTableAndIsCut) {
+  const std::string whole(8192, 'x');
+  const std::string format = whole.substr(1);
+  SetText(nullptr, kPlainTextMessage, "not this");
+  SetText(&m_module, kPlainTextMessage, "%s, twice %s");
+  m_log->LogError(0, kPlainTextMessage, "S", 1, "100%s");
+  m_log->LogError(&m_module, 0, kPlainTextMessage, "S", 1, "a", "b");
+  m_log->LogError(&m_module, 0, 9999, "S", 1, "never seen");
+  for (const std::string& text : {whole, whole + "y"})
+    m_log->LogError(0, kPlainTextMessage, "S", 1, text.c_str());
+  for (const char* const text : {"%S at %d of %u", "x", "xs", "%%", "%S!", whole.c_str()}) {
+    SetText(nullptr, kText, text);
+    m_log->LogError(0, kText, "S", 1, L"Type", -5, 7U);
+  }
+  SetText(nullptr, kText, "%S");
+  m_log->LogError(0, kText, "S", 1, L"\x20AC cannot be converted");
+  Flush();
+  std::vector<std::string> messages;
+  for (const std::string& record : Records())
+    messages.push_back(record.substr(2, record.size() - 2 - std::strlen(" (S - 1)")));
+  EXPECT_THAT(messages,
+              ElementsAre("100%s", "a, twice b", "Unknown message", whole, whole, "Type at -5 of 7",
+                          "x", "xs", "%", "Type!", format, testing::_));
 }
 
 TEST(RecordTime, IsThatOfTheClockCutBehind50Characters) {

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -20,8 +21,9 @@ struct Waits {
   }
 
   WaitResult result = WaitResult::kFailed;
-  std::atomic<int> left{0};   ///< How many are given the result.
-  std::atomic<int> going{0};  ///< How many threads wait.
+  std::atomic<int> left{0};          ///< How many are given the result.
+  std::atomic<int> going{0};         ///< How many threads wait.
+  std::atomic<bool> areHeld{false};  ///< Whether none begins.
 };
 
 /// The system's synchronisation, with faults on request. Faults are set before the calls that they
@@ -131,6 +133,7 @@ class ScriptedSynchronisation final : public Synchronisation {
   template <typename Wait>
   WaitResult Do(Waits& waits, Wait wait) {
     if (anyCall.IsThis()) return WaitResult::kFailed;
+    while (waits.areHeld) std::this_thread::yield();
     ++waits.going;
     const WaitResult result = waits.left > 0 && waits.left-- > 0 ? waits.result : wait();
     --waits.going;
