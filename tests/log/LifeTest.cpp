@@ -58,17 +58,15 @@ TEST_P(LifeWithoutPart, IsAnnouncedAndLeavesALogThatDoesNothing) {
   const std::string part = GetParam() == 1 ? "mutex" : "event " + std::to_string(GetParam() - 1);
   m_sync.anyCall.Fail(GetParam());
   testing::internal::CaptureStdout();
-  {
-    QNLogger log("unusable.log", 4, m_platform);
-    log.LogNormal(0, 115, "S", 1, "dropped");
-    EXPECT_EQ(log.Flush(), 0U);
-    LineList lines{"kept"};
-    log.CopyLineList(lines);
-    EXPECT_THAT(lines, ElementsAre("kept"));  // The list of the process is empty.
-    log.GetLineList(lines);
-    EXPECT_THAT(lines, IsEmpty());
-    EXPECT_EQ(m_sync.ThreadsMade(), 0U);
-  }
+  QNLogger log("unusable.log", 4, m_platform);
+  log.LogNormal(0, 115, "S", 1, "dropped");
+  EXPECT_EQ(log.Flush(), 0U);
+  LineList lines{"kept"};
+  log.CopyLineList(lines);
+  EXPECT_THAT(lines, ElementsAre("kept"));  // The list of the process is empty.
+  log.GetLineList(lines);
+  EXPECT_THAT(lines, IsEmpty());
+  EXPECT_EQ(m_sync.ThreadsMade(), 0U);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "Unable to create " + part + " - QNLogger\n");
   // What was dropped does not turn up in another log either.
   Write("1");

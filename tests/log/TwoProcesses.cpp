@@ -25,17 +25,12 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kFolder = "two-processes";
-constexpr int kMaxFileSize = 5000;
-constexpr int kLinesInAFile = 80;  // At least.
 
-/// How many generations hold all lines of both.
-int FileCount(int lines) { return 2 * lines / kLinesInAFile + 2; }
-
-int Write(const std::string& label, int lines) {
+void Write(const std::string& label, int lines) {
   auto& log = *new QNLogger("shared.log", 4);  // Not destroyed: that would take a second.
   log.SetDirectory(kFolder);
   log.SetConsoleEcho(false);
-  log.SetRotation(kMaxFileSize, FileCount(lines));
+  log.SetRotation(5000, 2 * lines / 80 + 2);  // Files enough, of eighty lines at least.
   for (int n = 0; n < lines; ++n) log.Write(label + std::to_string(n));
   std::_Exit(log.Flush() == 0 ? 0 : 1);
 }
@@ -59,15 +54,15 @@ int CountFaults(int lines) {
 bool WriteTogether(const std::string& command, int lines, int covered) {
   fs::remove_all(kFolder);
   fs::create_directory(kFolder);
-  auto second =
-      std::async(std::launch::async, [&] { return std::system((command + " second").c_str()); });
-  const int status = std::system((command + " first").c_str());
-  if (second.get() != 0 || status != 0) return std::puts("a process failed"), false;
+  const auto run = [&](const char* label) { return std::system((command + label).c_str()); };
+  auto second = std::async(std::launch::async, run, " second");
+  const bool areDone = run(" first") == 0 && second.get() == 0;
   const auto files = std::distance(fs::directory_iterator(kFolder), fs::directory_iterator());
   const int faults = CountFaults(lines);
   std::printf("%d lines in %d files, %d lost, torn or doubled\n", 2 * lines,
               static_cast<int>(files), faults);
-  return faults <= covered && files > lines / 500;
+  fs::remove_all(kFolder);
+  return areDone && faults <= covered && files > lines / 500;
 }
 
 }  // namespace
@@ -77,13 +72,12 @@ int main(int count, char** arguments) {
   using namespace tlk::test;
   if (count < 4) return 2;
   const int lines = std::atoi(arguments[1]);
-  if (count > 4) return Write(arguments[4], lines);
+  if (count > 4) Write(arguments[4], lines);
   const int rounds = std::atoi(arguments[2]);
   const int covered = std::atoi(arguments[3]);
   const std::string command = std::string(arguments[0]) + " " + arguments[1] + " 1 0";
   int whole = 0;
   for (int round = 0; round < rounds && (covered == 0 || whole == 0); ++round)
     whole += WriteTogether(command, lines, covered);
-  std::filesystem::remove_all(kFolder);
   return whole == (covered == 0 ? rounds : 1) ? 0 : 1;
 }

@@ -15,8 +15,8 @@ namespace tlk::test {
 
 /// The waits for things of one kind. Some may be given a result instead of being let wait.
 struct Waits {
-  void Give(WaitResult newResult, int waits) {
-    result = newResult;
+  void Give(WaitResult given, int waits) {
+    result = given;
     left = waits;
   }
 

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 #include <thread>
 #include <utility>
@@ -38,12 +37,7 @@ TYPED_TEST(ZRefLife, EndsTheObjectWithItsLastReferenceOnWhateverThread) {
     EXPECT_EQ(third->References(), 2);
     first = {};
     EXPECT_EQ(third->References(), 1);
-    std::array<std::jthread, 4> threads;
-    for (std::jthread& thread : threads) {
-      thread = std::jthread([mine = third] {
-        for (int n = 0; n < 10'000; ++n) EXPECT_GT(ZRef<TypeParam>(mine)->References(), 1);
-      });
-    }
+    std::jthread([mine = third] { EXPECT_EQ(mine->References(), 2); }).join();
     EXPECT_EQ(ends, 0);
   }
   EXPECT_EQ(ends, 1);
