@@ -23,7 +23,6 @@ struct RotationCase {
 };
 
 const LogPlace kHere{"", "a.log", '/'};
-const LogPlace kThere{"C:\\l", "a.log", '\\'};
 
 const RotationCase kRotations[] = {
     // The oldest within the count is dropped.
