@@ -25,7 +25,8 @@ need_build_tools() {
 }
 
 need_test_tools() {
-  need_build_tools && need libgtest-dev libgmock-dev libexpat1-dev valgrind iproute2
+  need_build_tools && need libgtest-dev libgmock-dev libexpat1-dev valgrind iproute2 \
+    python3
 }
 
 need_fuzz_tools() {
@@ -41,7 +42,7 @@ need_bench_tools() {
 # What builds for Windows, and Wine, with the locales it takes code pages from.
 need_windows_tools() {
   need_build_tools && need g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools \
-    wine64 wine libwine-dev xvfb googletest locales python3
+    wine64 wine libwine-dev xvfb googletest locales
 }
 
 # quietly LOG COMMAND [ARGUMENT...]: keeps what a command says in a file, and shows it if it fails.
