@@ -2,44 +2,30 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/tools/Frames.h"
-
 namespace tlk::serve {
 namespace {
 
-const std::string kIndented =
-    "<TLK_Message Length=\"0000000\" xmlns=\"\" Type=\"T\">\r\n\t<From Id=\"-1\"/>\r\n\t"
-    "<To Id=\"0\"/>\r\n\t<Data>\r\n\t\t<a/>\r\n\t</Data>\r\n</TLK_Message>\r\n";
-
-TEST(Indentation, GoesAndItsLengthWithIt) {
-  const auto plain = Message("T", "<Data><a/></Data>");
-  const auto indented = Stamped(kIndented);
-  EXPECT_EQ(WithoutIndentation(indented), plain);
-  EXPECT_EQ(WithoutIndentation(plain), plain);
-  EXPECT_EQ(WithoutIndentation(indented + indented), plain + plain);
-  EXPECT_EQ(WithoutIndentation("Sent. " + indented + "\n (x)", kRecordIndentation),
-            "Sent. " + plain + "\n (x)");
-  EXPECT_EQ(
-      WithoutIndentation(R"(d="<a>\x0D\x0A\x09<b/>\x0D\x0A</a>\x0D\x0A" c=2)", kQuotedIndentation),
-      R"(d="<a><b/></a>" c=2)");
+TEST(Indentation, GoesFromBetweenTwoTagsAndBehindTheLast) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"<m>\r\n\t<a x='1'/>\r\n\t<b>\r\n\t\t<c/>\r\n\t</b>\r\n</m>\r\n",
+       "<m><a x='1'/><b><c/></b></m>"},
+      {"<m>\r\n<!-- c -->\r\n\t<?p i?>\r\n\t<![CDATA[c]]>\r\n\t</m>\r\n\t",
+       "<m><!-- c --><?p i?><![CDATA[c]]></m>"},
+      {"\r\n<a/>\r\n", "\r\n<a/>"},
+  };
+  for (const auto& [text, bare] : cases) {
+    EXPECT_EQ(WithoutIndentation(text), bare);
+    EXPECT_EQ(WithoutIndentation(bare), bare);
+  }
 }
 
 TEST(Indentation, IsNothingElse) {
-  for (const char* text :
+  for (const char* const text :
        {"", "\r\n", "\r\n<a/>", "<a>\n<b/></a>", "<a> \r\n<b/></a>", "<a>\r\n <b/></a>",
         "<a>\t<b/></a>", "<a>\r\n\tx<b/></a>", "<a>x\r\n<b/></a>", "<a>\r\n\r\n<b/></a>",
         "<a/>\r\n\n", "<!--<a>\r\n\t<b/>-->", "<a><![CDATA[<b>\r\n</b>]]></a>", "<?p <a>\r\n<b> ?>",
         "<!--<a>\r\n<b>", "<TLK_Message Length=\"00"}) {
     EXPECT_EQ(WithoutIndentation(text), text);
-  }
-  EXPECT_EQ(WithoutIndentation(R"("<a>\\x0D\\x0A<b/>\x0D\x0Ax")", kQuotedIndentation),
-            R"("<a>\\x0D\\x0A<b/>\x0D\x0Ax")");
-}
-
-TEST(Indentation, LeavesAStampThatCannotHaveCountedIt) {
-  for (const std::string digits : {"0000001", "12ab567", "-000098"}) {
-    const auto message = "<TLK_Message Length=\"" + digits + "\">";
-    EXPECT_EQ(WithoutIndentation(message + "\r\n\t<a/>"), message + "<a/>");
   }
 }
 

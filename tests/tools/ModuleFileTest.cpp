@@ -4,55 +4,31 @@
 
 #include <filesystem>
 #include <fstream>
-#include <string>
 
 namespace tlk::doctor {
 namespace {
 
-/// A file that goes with its object.
-class TemporaryFile {
- public:
-  explicit TemporaryFile(const std::string& content) {
-    std::ofstream(m_path, std::ios::binary) << content;
-  }
-  ~TemporaryFile() { std::filesystem::remove(m_path); }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-  [[nodiscard]] const std::filesystem::path& Path() const { return m_path; }
-
- private:
-  const std::filesystem::path m_path =
-      std::filesystem::temp_directory_path() / "tlk-module-test.dll";
-};
-
-std::string ModuleHead(char magic) {
-  std::string head("MZ");
-  head.resize(0x3C, '\0');
-  head += std::string("\x44\0\0\0....PE\0\0", 12) + std::string(20, '.') + '\x0B' + magic;
-  return head;
-}
-
 TEST(ModuleFile, KnowsAModuleOfEitherBitnessByItsHead) {
-  const std::string cut = ModuleHead('\x02');
-  struct {
-    std::string content;
-    FileKind kind;
-  } const cases[] = {
-      {ModuleHead('\x01'), FileKind::k32Bit},
-      {ModuleHead('\x02'), FileKind::k64Bit},
-      {ModuleHead('\x03'), FileKind::kNoModule},
-      {cut.substr(0, cut.size() - 1), FileKind::kNoModule},
-      {cut.substr(0, 0x3E), FileKind::kNoModule},
-      {"", FileKind::kNoModule},
+  const std::string head = "MZ" + std::string(0x3A, '\0') +
+                           std::string("\x44\0\0\0....PE\0\0", 12) + std::string(20, '.') + '\x0B';
+  const std::pair<std::string, FileKind> cases[] = {
+      {head + '\x01', FileKind::k32Bit},
+      {head + '\x02', FileKind::k64Bit},
+      {head + '\x03', FileKind::kNoModule},
+      {head, FileKind::kNoModule},
+      {head.substr(0, 0x3E), FileKind::kNoModule},
       {"some text", FileKind::kNoModule},
+      {"", FileKind::kNoModule},
   };
-  for (const auto& one : cases) {
-    const TemporaryFile file(one.content);
-    EXPECT_EQ(InspectFile(file.Path()), one.kind) << one.content.size();
+  const auto folder = std::filesystem::temp_directory_path();
+  const auto path = folder / "tlk-module-test.dll";
+  for (const auto& [content, kind] : cases) {
+    std::ofstream(path, std::ios::binary) << content;
+    EXPECT_EQ(InspectFile(path), kind) << content.size();
   }
-  EXPECT_EQ(InspectFile("no such file.dll"), FileKind::kMissing);
-  EXPECT_EQ(InspectFile(std::filesystem::temp_directory_path()), FileKind::kMissing);
+  std::filesystem::remove(path);
+  EXPECT_EQ(InspectFile(path), FileKind::kMissing);
+  EXPECT_EQ(InspectFile(folder), FileKind::kMissing);
 }
 
 }  // namespace

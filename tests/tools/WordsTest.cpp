@@ -18,9 +18,7 @@ TEST(SplitWords, ReadsPlainAndQuotedWords) {
       {"\t send  T\t<a/> ", {"send", "T", "<a/>"}},
       {R"(<a>"1"</a> C:\new)", {R"(<a>"1"</a>)", R"(C:\new)"}},
       {R"("a b" "")", {"a b", ""}},
-      {R"("\"\\\n\r\t\xfF\x41B")",
-       {"\"\\\n\r\t\xFF"
-        "AB"}},
+      {R"("\"\\\n\r\t\xfF\x41B")", {"\"\\\n\r\t\xFF" + std::string("AB")}},
       {R"(send "T)", {"send"}, "open quote"},
       {R"("T\")", {}, "open quote"},
       {R"("a"b)", {}, "no blank behind a closing quote"},

@@ -191,10 +191,10 @@ void ScriptPlayer::ExpectStamped(const Words& words) {
   RequireSame(ReceiveMessage(), Stamped(words[1]));
 }
 
-/// The next message, as it would be without indentation.
+/// The next message, as it would be without indentation, which its stamp has counted.
 std::string ScriptPlayer::ReceiveMessage() {
   auto frame = Peer().ReceiveFrame();
-  return m_indented ? WithoutIndentation(frame) : frame;
+  return m_indented ? Stamped(WithoutIndentation(frame)) : frame;
 }
 
 void ScriptPlayer::ExpectType(const Words& words) {
