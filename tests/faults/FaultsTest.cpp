@@ -7,7 +7,6 @@
 // messages come in empty or not at all, and no keep-alive timer with a connection, all without a
 // word.
 
-#include <cstdio>
 #include <tuple>
 
 #include "tests/faults/Stage.h"
@@ -18,23 +17,12 @@ namespace {
 // No ASCII, and well-formed in each of the code pages.
 const std::string kFirst = Frame("Hello", "<Data><to>everybody, \xC3\xA9</to></Data>");
 
-const std::string kManyElements = [] {
-  std::string elements;
-  for (int i = 0; i < 1000; ++i) elements += "<e/>";
-  return elements;
-}();
-
 struct Conversation {
   const char* name;
   void (*run)(Stage& stage);
 };
 
 constexpr Conversation kConversations[] = {
-    {"connect by address",
-     [](Stage& stage) {
-       stage.Connect();
-       stage.Disconnect();
-     }},
     {"connect by name",
      [](Stage& stage) {
        stage.sockets.hostAddress = 0x0100007F;
@@ -73,7 +61,9 @@ constexpr Conversation kConversations[] = {
        stage.sockets.Arrive(Frame("Reply", "<Data><what was='asked'/></Data>"));
        stage.Request();
        // A declaration that Data inherits is written into it, on a copy.
-       stage.Arrive(Frame("Event\" xmlns:p=\"urn:p", "<Data><p:a/>" + kManyElements + "</Data>"));
+       std::string elements = "<p:a/>";
+       for (int i = 0; i < 1000; ++i) elements += "<e/>";
+       stage.Arrive(Frame("Event\" xmlns:p=\"urn:p", "<Data>" + elements + "</Data>"));
      }},
     {"peer closes",
      [](Stage& stage) {
@@ -121,23 +111,17 @@ bool Shows(const Outcome& outcome, const char* text) {
   return outcome.shown.find(text) != std::string::npos;
 }
 
-// What the DOM refuses is missing in a message; that one came of it is all there is to see.
-bool IsAllThere(const Outcome& outcome, const Outcome& ideal, Kind kind) {
-  if (kind != kDom) return outcome.host == ideal.host && outcome.sent == ideal.sent;
-  return outcome.host.size() >= ideal.host.size() && outcome.sent.empty() == ideal.sent.empty();
-}
-
 void CheckTold(const Outcome& outcome, const Outcome& ideal, Kind kind) {
   const bool isTold = outcome.refusals > ideal.refusals || outcome.ends > ideal.ends ||
                       outcome.errors > ideal.errors || Shows(outcome, "Failed to");
-  const bool isLogWhole = outcome.records >= ideal.records || Shows(outcome, "Unable to");
-  EXPECT_TRUE(isTold || IsAllThere(outcome, ideal, kind));
-  EXPECT_TRUE(isTold || isLogWhole);
+  EXPECT_TRUE(isTold || outcome.records >= ideal.records || Shows(outcome, "Unable to"));
+  const bool isSame = outcome.host == ideal.host && outcome.sent == ideal.sent;
+  // What the DOM refuses is missing in a message; that one came of it is all there is to see.
+  const bool isThere =
+      outcome.host.size() >= ideal.host.size() && outcome.sent.empty() == ideal.sent.empty();
+  EXPECT_TRUE(isTold || isSame || (kind == kDom && isThere));
   // A log that fails costs the host nothing.
-  if (kind == kFiles || kind == kThreads || kind == kWriterMemory) {
-    EXPECT_EQ(outcome.host, ideal.host);
-    EXPECT_EQ(outcome.sent, ideal.sent);
-  }
+  EXPECT_TRUE(isSame || (kind != kFiles && kind != kThreads && kind != kWriterMemory));
 }
 
 Outcome Play(const std::string& codePage, const Conversation& conversation, const Fault& fault) {
@@ -149,30 +133,27 @@ Outcome Play(const std::string& codePage, const Conversation& conversation, cons
   return outcome;
 }
 
-// Whether the fault came at all.
-bool BringsFault(const std::string& codePage, const Conversation& conversation,
-                 const Outcome& ideal, const Fault& fault) {
-  const Outcome outcome = Play(codePage, conversation, fault);
-  CheckTold(outcome, ideal, fault.kind);
-  return outcome.hasFailed;
-}
-
 class Faults : public testing::TestWithParam<std::tuple<std::string, Way>> {};
 
 TEST_P(Faults, LeaveADefinedStateAndTellTheHost) {
   const auto [codePage, way] = GetParam();
-  const auto [what, kind, how] = way;
+  int faults = 0;
   for (const Conversation& conversation : kConversations) {
     const Outcome ideal = Play(codePage, conversation, {});
-    int nth = 0;
-    for (bool hasFailed = true; hasFailed && !HasFailure();) {
-      SCOPED_TRACE(std::string(conversation.name) + ", call " + std::to_string(++nth));
+    bool hasFailed = true;
+    for (int nth = 1; hasFailed && !HasFailure(); ++nth) {
+      SCOPED_TRACE(std::string(conversation.name) + ", call " + std::to_string(nth));
       const long before = LiveAllocations();
-      hasFailed = BringsFault(codePage, conversation, ideal, {kind, how, nth});
+      {
+        const Outcome outcome = Play(codePage, conversation, {way.kind, way.how, nth});
+        CheckTold(outcome, ideal, way.kind);
+        hasFailed = outcome.hasFailed;
+      }
       EXPECT_EQ(LiveAllocations(), before);
+      if (hasFailed) ++faults;
     }
-    std::printf("[   POINTS ] %s: %s: %d\n", conversation.name, what, nth - 1);
   }
+  EXPECT_GT(faults, 40);
 }
 
 INSTANTIATE_TEST_SUITE_P(EachFails, Faults,

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
-#include <type_traits>
 #include <utility>
 
 #include "log/LogQueue.h"
@@ -13,14 +11,13 @@
 #include "platform/posix/PosixAnsiText.h"
 #include "tests/control/ControlFixture.h"
 #include "tests/log/LogFixture.h"
-#include "tests/scripted/FailingPorts.h"
 #include "tests/scripted/ScarceMemory.h"
 #include "tests/scripted/ScriptedDom.h"
 #include "tests/scripted/ScriptedSynchronisation.h"
 
 namespace tlk::test {
 
-enum Kind : std::size_t { kMemory, kWriterMemory, kSockets, kFiles, kDom, kThreads, kNothing };
+enum Kind { kMemory, kWriterMemory, kSockets, kFiles, kDom, kThreads, kNothing };
 
 /// What fails: the nth call of a kind. `how` is the number it fails with, or, of memory, how often
 /// it is refused.
@@ -46,23 +43,26 @@ struct Outcome {
 /// new.
 class Stage final : public ITlkcEvents {
  public:
-  Stage(const std::string& codePage, const Fault& fault) : m_text(codePage) {
+  Stage(const std::string& codePage, const Fault& fault) : m_fault(fault), m_text(codePage) {
     pugi::set_memory_management_functions(AllocateScarce, FreeScarce);
     testing::internal::CaptureStdout();
-    if (fault.kind <= kWriterMemory) m_limits[fault.kind].Set(fault.nth - 1, fault.how);
-    if (fault.kind >= kSockets && fault.kind < kNothing) CallOf(fault.kind).Fail(fault.nth);
-    m_sockets.error = fault.how;
-    m_files.appendResult = fault.how;
+    m_files.FailWhen([this](const FileCall& call) { return FailsOrIsNoted(call); }, fault.how);
+    sockets.anyError = fault.how;
+    if (fault.kind <= kWriterMemory) {
+      m_limits[fault.kind].Set(fault.nth - 1, fault.how);
+    } else {
+      Counter().Fail(fault.nth);
+    }
     m_strings.texts[{m_strings.TheModule(), 101}] = "%s";
     m_log = std::make_unique<QNLogger>("TLK_Client.log", 4, m_platform);
     const auto limitWriter = [](void* limit, const char* /*category*/, const char* /*name*/) {
-      SetMemoryLimit(static_cast<MemoryLimit*>(limit));
+      t_memoryLimit = static_cast<MemoryLimit*>(limit);
     };
     m_log->SetThreadStartHook(limitWriter, &m_limits[kWriterMemory]);
     m_log->SetRotation(400, 4);   // Within each conversation.
     m_log->SetMaxQueueSize(400);  // It holds producers back.
     DomFactory& dom = fault.kind == kDom ? static_cast<DomFactory&>(m_dom) : m_realDom;
-    const ControlPorts ports{m_sockets, m_window, m_platform, dom, m_gate, *m_log};
+    const ControlPorts ports{sockets, m_window, m_platform, dom, m_gate, *m_log};
     m_control = std::make_unique<OpenControl>(ports, *this);
   }
 
@@ -128,29 +128,29 @@ class Stage final : public ITlkcEvents {
   // A writer that met the fault may have stopped at it; the next line makes it go on.
   Outcome Heal() {
     m_log->Write(kLastLine);
-    EXPECT_TRUE(Eventually([this] { return HasFailed() || m_files.hasLastLine; }));
+    EXPECT_TRUE(Eventually([this] { return HasFailed() || m_hasLastLine; }));
     m_outcome.hasFailed = HasFailed();
     for (MemoryLimit& limit : m_limits) limit.Set(-1, 0);
-    for (const Kind kind : {kSockets, kFiles, kDom, kThreads}) CallOf(kind).Fail(0);
+    Counter().Fail(0);
     m_log->SetConsoleEcho(false);
     m_log->Write(kLastLine);
     m_log->Rest();
     m_outcome.shown = testing::internal::GetCapturedStdout();
     m_outcome.sent = std::exchange(sockets.sent, "");
-    m_outcome.records = m_files.records;
-    m_outcome.errors = m_files.errorRecords;
+    m_outcome.records = m_records;
+    m_outcome.errors = m_errorRecords;
     return m_outcome;
   }
 
   void CheckState() const {
     EXPECT_EQ(m_control->m_status, m_announced);
     EXPECT_EQ(sockets.OpenCount(), m_control->m_socket == kInvalidSocket ? 0U : 1U);
+    const std::string last = m_outcome.host.empty() ? "" : m_outcome.host.back();
     // Only an unknown name leaves a socket behind.
-    const bool isUnknown = !m_outcome.host.empty() && m_outcome.host.back() == "connect 0";
+    const bool isUnknown = last == "connect 0";
     EXPECT_TRUE(m_control->m_socket == kInvalidSocket || IsConnected() || isUnknown);
     // A request leaves the timer alone, also when it ends the connection.
-    const bool isAsked = !m_outcome.host.empty() && m_outcome.host.back().starts_with("request");
-    EXPECT_EQ(m_window.Runs(kKeepAliveTimer), IsConnected() || isAsked);
+    EXPECT_EQ(m_window.Runs(kKeepAliveTimer), IsConnected() || last.starts_with("request"));
   }
 
   // What is left of an incomplete message may cost the first of two connections.
@@ -169,21 +169,32 @@ class Stage final : public ITlkcEvents {
   }
 
  private:
-  NthCall& CallOf(Kind kind) {
-    return *std::array{&m_sockets.anyCall, &m_files.anyCall, &m_dom.script.anyCall,
-                       &m_threads.anyCall}[kind - kSockets];
+  static constexpr const char* kLastLine = "The end";
+
+  // The counter of the calls that fail; when memory does, or nothing, it has nothing to count.
+  NthCall& Counter() {
+    if (m_fault.kind == kSockets) return sockets.anyCall;
+    if (m_fault.kind == kDom) return m_dom.script.anyCall;
+    return m_fault.kind == kThreads ? m_threads.anyCall : m_fileCall;
   }
 
   bool HasFailed() {
-    const auto hasCome = [this](Kind kind) { return CallOf(kind).HasCome(); };
     return m_limits[kMemory].hasRefused || m_limits[kWriterMemory].hasRefused ||
-           std::ranges::any_of(std::array{kSockets, kFiles, kDom, kThreads}, hasCome);
+           Counter().HasCome();
+  }
+
+  bool FailsOrIsNoted(const FileCall& call) {
+    if (m_fileCall.IsThis()) return true;
+    if (call.kind != FileCall::Kind::kAppend) return false;
+    if (call.argument.find(") E ") != std::string::npos) ++m_errorRecords;
+    if (!call.argument.starts_with("-")) ++m_records;  // No marker.
+    if (call.argument.ends_with(kLastLine)) m_hasLastLine = true;
+    return false;
   }
 
   template <typename Call>
-  std::invoke_result_t<Call> Do(Call call) {
-    const LimitedMemory limited(&m_limits[kMemory]);
-    return call();
+  auto Do(Call call) -> decltype(call()) {
+    return Within(m_limits[kMemory], call);
   }
 
   void Note(const std::string& what, ResultCode result) {
@@ -208,16 +219,19 @@ class Stage final : public ITlkcEvents {
     m_outcome.host.push_back("message " + ToNarrow(type) + " " + ToNarrow(message));
   }
 
+  const Fault m_fault;
   const PosixAnsiText m_text;
   Outcome m_outcome;
   std::array<MemoryLimit, 2> m_limits;
+  NthCall m_fileCall;
+  std::atomic<int> m_records{0};
+  std::atomic<int> m_errorRecords{0};
+  std::atomic<bool> m_hasLastLine{false};
   TLK_ConnStatusEnum m_announced = TLK_Not_Connected;
-  FailingSockets m_sockets{sockets};
   ScriptedWindow m_window;
   ScriptedStringTable m_strings;
   ScriptedSurroundings m_surroundings;
-  ScriptedFiles m_realFiles;
-  FailingFiles m_files{m_realFiles};
+  ScriptedFiles m_files;
   ScriptedSynchronisation m_threads;
   const Platform m_platform{m_text, m_strings, m_threads, m_surroundings, m_files};
   SystemDomFactory m_realDom{m_text};

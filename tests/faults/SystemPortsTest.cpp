@@ -1,6 +1,5 @@
 // Memory runs out under a control on the system's own sockets, timers and loop.
 
-#include <cstdio>
 #include <pugixml.hpp>
 #include <vector>
 
@@ -39,19 +38,13 @@ class System final : public ITlkcEvents {
 
 class SystemPorts : public testing::TestWithParam<int> {
  protected:
-  template <typename Call>
-  void Scarcely(Call call) {
-    const LimitedMemory limited(&m_limit);
-    call();
-  }
-
   // Nobody reads what is sent here, so most of it stays behind the port, even when it is closed.
   void LeaveUnread(Sockets& sockets, ControlWindow& window) {
     LoopbackPeer peer;
     static const std::string much(std::size_t{6} << 20, 'x');
     const SocketHandle socket = sockets.Open();
     ASSERT_EQ(sockets.Connect(socket, peer.Address()), 0);
-    Scarcely([&] {
+    Within(m_limit, [&] {
       if (sockets.RequestNotifications(socket, window, 1, socket_event::kAll) == 0)
         static_cast<void>(sockets.Send(socket, much));
       sockets.Close(socket);
@@ -61,11 +54,11 @@ class SystemPorts : public testing::TestWithParam<int> {
   // The host gets four messages, or is told that something failed.
   void Converse(System& system) {
     LoopbackPeer peer;
-    Scarcely([&] { m_isTold = !system.Connect(peer); });
+    Within(m_limit, [&] { m_isTold = !system.Connect(peer); });
     if (m_isTold) return;
     peer.Accept();
     for (const char* const type : {"One", "Two", "Three"}) peer.Send(Frame(type, "<Data/>"));
-    Scarcely([&] {
+    Within(m_limit, [&] {
       for (int i = 0; i < 9; ++i) system.loop.DispatchOnce(1);
       m_isTold = system.control.SendTLKMsg(u"Chat", u"<a/>") != kResultOk;
     });
@@ -74,7 +67,7 @@ class SystemPorts : public testing::TestWithParam<int> {
     peer.Send(Frame("Reply", "<Data/>") + Frame("Four", "<Data/>"));
     std::u16string type;
     std::u16string data;
-    Scarcely([&] { system.control.SendReceiveTlkMsg(u"Ask", u"", &type, &data, 1000); });
+    Within(m_limit, [&] { system.control.SendReceiveTlkMsg(u"Ask", u"", &type, &data, 1000); });
     m_isTold = !system.IsConnected();
   }
 
@@ -109,7 +102,7 @@ TEST_P(SystemPorts, LoseNothingSilentlyWhenMemoryRunsOut) {
     m_limit.Set(allowed, GetParam());
     std::unique_ptr<System> system;
     try {
-      Scarcely([&] { system = std::make_unique<System>(); });
+      Within(m_limit, [&] { system = std::make_unique<System>(); });
     } catch (const std::bad_alloc&) {
       continue;
     }
@@ -122,7 +115,7 @@ TEST_P(SystemPorts, LoseNothingSilentlyWhenMemoryRunsOut) {
     system.reset();
     EXPECT_TRUE(allowed < 0 || LiveAllocations() == before);
   }
-  std::printf("[   POINTS ] system ports: %d\n", allowed - 1);
+  EXPECT_GT(allowed, 50);
 }
 
 INSTANTIATE_TEST_SUITE_P(Refused, SystemPorts, testing::Values(1, kEveryTime));

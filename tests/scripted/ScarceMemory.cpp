@@ -3,32 +3,30 @@
 #include <algorithm>
 #include <cstdlib>
 #include <new>
-#include <utility>
 
 namespace tlk::test {
 namespace {
 
-thread_local MemoryLimit* t_limit = nullptr;
 std::atomic<long> s_live{0};
 
 bool IsRefused() {
-  if (t_limit == nullptr || t_limit->left < 0) return false;
-  if (t_limit->left > 0) {
-    --t_limit->left;
+  MemoryLimit* const limit = t_memoryLimit;
+  if (limit == nullptr || limit->left < 0) return false;
+  if (limit->left > 0) {
+    --limit->left;
     return false;
   }
-  const bool isRefused = t_limit->refusals > 0;
-  if (isRefused) {
-    --t_limit->refusals;
-    t_limit->hasRefused = true;
-  }
+  const bool isRefused = limit->refusals > 0;
+  if (isRefused) --limit->refusals;
+  limit->hasRefused = limit->hasRefused || isRefused;
   return isRefused;
 }
 
-void* AllocateScarceAt(std::size_t size, std::size_t alignment) {
+template <typename Allocate>
+void* Give(Allocate allocate) {
   if (IsRefused()) return nullptr;
   ++s_live;
-  return std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+  return allocate();
 }
 
 void* OrThrow(void* memory) {
@@ -38,14 +36,9 @@ void* OrThrow(void* memory) {
 
 }  // namespace
 
-MemoryLimit* SetMemoryLimit(MemoryLimit* limit) { return std::exchange(t_limit, limit); }
-
-bool WasRefused() { return t_limit != nullptr && t_limit->hasRefused; }
-
+// No larger than asked for, so that a sanitizer sees who reads behind it.
 void* AllocateScarce(std::size_t size) {
-  if (IsRefused()) return nullptr;
-  ++s_live;
-  return std::malloc(std::max<std::size_t>(size, 1));
+  return Give([&] { return std::malloc(std::max<std::size_t>(size, 1)); });
 }
 
 void FreeScarce(void* memory) {
@@ -57,16 +50,18 @@ long LiveAllocations() { return s_live; }
 
 }  // namespace tlk::test
 
-void* operator new(std::size_t size) { return tlk::test::OrThrow(tlk::test::AllocateScarce(size)); }
+using namespace tlk::test;
+
+void* operator new(std::size_t size) { return OrThrow(AllocateScarce(size)); }
 void* operator new(std::size_t size, std::align_val_t alignment) {
-  return tlk::test::OrThrow(tlk::test::AllocateScarceAt(size, static_cast<std::size_t>(alignment)));
+  const auto step = static_cast<std::size_t>(alignment);
+  const std::size_t whole = (size + step - 1) / step * step;
+  return OrThrow(Give([&] { return std::aligned_alloc(step, whole); }));
 }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return tlk::test::AllocateScarce(size);
+  return AllocateScarce(size);
 }
-void operator delete(void* memory) noexcept { tlk::test::FreeScarce(memory); }
-void operator delete(void* memory, std::size_t) noexcept { tlk::test::FreeScarce(memory); }
-void operator delete(void* memory, std::align_val_t) noexcept { tlk::test::FreeScarce(memory); }
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-  tlk::test::FreeScarce(memory);
-}
+void operator delete(void* memory) noexcept { FreeScarce(memory); }
+void operator delete(void* memory, std::size_t) noexcept { FreeScarce(memory); }
+void operator delete(void* memory, std::align_val_t) noexcept { FreeScarce(memory); }
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { FreeScarce(memory); }

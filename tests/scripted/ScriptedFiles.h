@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/Files.h"
+#include "tests/scripted/MemoryLimit.h"
 
 namespace tlk::test {
 
@@ -45,6 +46,7 @@ class ScriptedFiles final : public Files {
   }
 
   [[nodiscard]] std::int64_t AppendLine(const std::string& path, std::string_view line) override {
+    const PlentyOfMemory plenty;
     if (const auto result = Ask({FileCall::Kind::kAppend, path, std::string(line)})) return *result;
     const std::lock_guard lock(m_mutex);
     return static_cast<std::int64_t>(m_contents[path].append(line).append("\n").size());
@@ -69,12 +71,14 @@ class ScriptedFiles final : public Files {
   }
 
   bool Remove(const std::string& path) override {
+    const PlentyOfMemory plenty;
     if (Ask({FileCall::Kind::kRemove, path})) return false;
     const std::lock_guard lock(m_mutex);
     return m_contents.erase(path) == 1;
   }
 
   bool Rename(const std::string& from, const std::string& to) override {
+    const PlentyOfMemory plenty;
     if (Ask({FileCall::Kind::kRename, from, to})) return false;
     const std::lock_guard lock(m_mutex);
     if (m_contents.contains(to)) return false;

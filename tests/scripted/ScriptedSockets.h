@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <set>
 #include <string>
@@ -9,6 +10,8 @@
 #include <vector>
 
 #include "platform/Sockets.h"
+#include "tests/scripted/MemoryLimit.h"
+#include "tests/scripted/NthCall.h"
 
 namespace tlk::test {
 
@@ -35,6 +38,9 @@ class ScriptedSockets final : public Sockets {
   [[nodiscard]] bool IsOpen(SocketHandle socket) const { return m_open.contains(socket); }
   [[nodiscard]] std::size_t OpenCount() const { return m_open.size(); }
 
+  /// Of all calls, of whatever kind; the one that is to fail fails with `anyError`.
+  NthCall anyCall;
+  int anyError = 0;
   /// Address that host names have; unset, no name is known.
   std::optional<std::uint32_t> hostAddress;
   /// Called with the name of each call on a socket, before it has an effect.
@@ -49,6 +55,7 @@ class ScriptedSockets final : public Sockets {
   bool blocking = true;
 
   SocketHandle Open() override {
+    const PlentyOfMemory plenty;
     if (Next("Open") != 0) return kInvalidSocket;
     m_open.insert(++m_lastHandle);
     blocking = true;
@@ -61,6 +68,7 @@ class ScriptedSockets final : public Sockets {
   }
 
   int Send(SocketHandle socket, std::string_view bytes) override {
+    const PlentyOfMemory plenty;
     if (Answer("Send", socket) != 0) return kSocketError;
     if (!m_takes.empty()) {
       bytes = bytes.substr(0, m_takes.front());
@@ -71,6 +79,7 @@ class ScriptedSockets final : public Sockets {
   }
 
   int Receive(SocketHandle socket, std::span<char> buffer, int size) override {
+    const PlentyOfMemory plenty;
     if (Answer("Receive", socket, {size}) != 0) return kSocketError;
     const auto room = static_cast<std::size_t>(size);
     if (size < 0 || room > buffer.size()) return FailWith(socket_error::kFault);
@@ -87,7 +96,9 @@ class ScriptedSockets final : public Sockets {
   }
 
   int Close(SocketHandle socket) override {
-    return m_open.erase(socket) == 1 ? 0 : FailWith(socket_error::kNotASocket);
+    const bool wasOpen = m_open.erase(socket) == 1;  // Whatever it answers then.
+    if (anyCall.IsThis()) return FailWith(anyError);
+    return wasOpen ? 0 : FailWith(socket_error::kNotASocket);
   }
 
   int EnableKeepAlive(SocketHandle socket) override { return Answer("EnableKeepAlive", socket); }
@@ -107,10 +118,13 @@ class ScriptedSockets final : public Sockets {
   }
 
   std::uint32_t ParseAddress(const char* text) override {
+    if (anyCall.IsThis()) return kNoAddress;
     return std::string_view(text) == "127.0.0.1" ? 0x0100007F : kNoAddress;
   }
 
   std::optional<std::uint32_t> ResolveHost(const char* name) override {
+    const PlentyOfMemory plenty;
+    if (anyCall.IsThis()) return std::nullopt;
     lookedUp = name;
     return hostAddress;
   }
@@ -132,6 +146,7 @@ class ScriptedSockets final : public Sockets {
   }
 
   int Next(std::string_view call) {
+    if (anyCall.IsThis()) return FailWith(anyError);
     auto& errors = m_errors[call];
     if (errors.empty()) return 0;
     const int error = errors.front();
@@ -140,7 +155,8 @@ class ScriptedSockets final : public Sockets {
   }
 
   int Answer(std::string_view call, SocketHandle socket,
-             const std::vector<std::int64_t>& numbers = {}) {
+             std::initializer_list<std::int64_t> numbers = {}) {
+    const PlentyOfMemory plenty;
     onCall(call);
     const int scripted = Next(call);
     if (!IsOpen(socket)) return scripted == 0 ? FailWith(socket_error::kNotASocket) : scripted;

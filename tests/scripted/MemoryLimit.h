@@ -1,0 +1,52 @@
+#pragma once
+
+#include <atomic>
+#include <utility>
+
+/// How much memory a thread may have. It counts where ScarceMemory.cpp is part of the program.
+namespace tlk::test {
+
+/// How often may still be asked for memory (negative for as often as one likes), and how often it
+/// is refused then, before there is plenty again.
+struct MemoryLimit {
+  std::atomic<int> left{-1};
+  std::atomic<int> refusals{0};
+  std::atomic<bool> hasRefused{false};
+
+  void Set(int allowed, int refused) {
+    hasRefused = false;
+    refusals = refused;
+    left = allowed;
+  }
+};
+
+inline constexpr int kEveryTime = 1 << 30;
+
+/// The calling thread's limit, null for none.
+inline thread_local MemoryLimit* t_memoryLimit = nullptr;
+
+/// A limit of the calling thread, for a scope.
+class LimitedMemory {
+ public:
+  explicit LimitedMemory(MemoryLimit* limit) : m_before(std::exchange(t_memoryLimit, limit)) {}
+  ~LimitedMemory() { t_memoryLimit = m_before; }
+  LimitedMemory(const LimitedMemory&) = delete;
+  LimitedMemory& operator=(const LimitedMemory&) = delete;
+
+ private:
+  MemoryLimit* const m_before;
+};
+
+/// Makes a call within a limit.
+template <typename Call>
+auto Within(MemoryLimit& limit, Call call) {
+  const LimitedMemory limited(&limit);
+  return call();
+}
+
+/// Lifts the limit for a scope: what a test does inside the product's calls.
+struct PlentyOfMemory : LimitedMemory {
+  PlentyOfMemory() : LimitedMemory(nullptr) {}
+};
+
+}  // namespace tlk::test
