@@ -1,5 +1,5 @@
-"""What the builds may write differently. "What the two builds write differently" in docs/messages.md
-tells of each rule, with an example."""
+# What the builds may write differently. "What the two builds write differently" in docs/messages.md
+# tells of each rule, with an example.
 
 import re
 from itertools import zip_longest
@@ -12,8 +12,8 @@ CREATED = re.compile(r'<TLK_Message Length="\d+" xmlns="[^"]*" Type=')
 STAMP = re.compile(r'(?<= Length=")(?!0{7})\d{7}(?=")')
 
 
+# The first lines of two answers that differ by more than the rules allow, or None.
 def first_difference(native, windows):
-    """The first lines of two answers that differ by more than the rules allow, or None."""
     before = ""
     for lines in zip_longest(native, windows, fillvalue="(nothing)"):
         if lines[0] != lines[1] and not alike(before, *lines):
@@ -38,8 +38,8 @@ def alike(before, native, windows):
     return kept[0] == kept[1]
 
 
+# The text of a node; where blanks stand in it, xml tells.
 def without_blanks(text):
-    """The text of a node; where blanks stand in it, xml tells."""
     return re.sub("[ \t\r\n]", "", text)
 
 
@@ -59,8 +59,8 @@ def settled_on_windows(text):
     return settled(parts)
 
 
+# Texts and markup as one text, where no prefix is declared again as what it stands for.
 def settled(parts):
-    """Texts and markup as one text, where no prefix is declared again as what it stands for."""
     scopes = [{}]
     for at, tag in enumerate(parts):
         if at % 2 == 0 or tag[1] in "!?":
@@ -78,8 +78,8 @@ def settled(parts):
     return "".join(parts)
 
 
+# Windows writes so what it has loaded; never the root of a message that was created.
 def declarations_first(tag):
-    """Windows writes so what it has loaded; never the root of a message that was created."""
     if CREATED.match(tag):
         return tag
     attributes = ATTRIBUTE.findall(tag)
