@@ -31,10 +31,10 @@ struct Fault {
 struct Outcome {
   Timeline host;     ///< Events, and what calls gave.
   std::string sent;  ///< What the server got.
-  int ends = 0;      ///< How often the host was told of an end.
-  int refusals = 0;  ///< How often a call told of a failure, or nothing was done unconnected.
-  int records = 0;   ///< In the log; `errors` of them tell of one.
-  int errors = 0;
+  /// How often a call or a record told of a failure, or an event of an end, and how often nothing
+  /// was done because there was no connection.
+  int told = 0;
+  int records = 0;         ///< In the log.
   std::string shown;       ///< On standard output.
   bool hasFailed = false;  ///< Whether the call that was to fail was made.
 };
@@ -82,20 +82,20 @@ class Stage final : public ITlkcEvents {
 
   void Connect(std::u16string_view server = u"127.0.0.1") {
     std::int32_t value = 0;
-    const auto result = Do([&] { return m_control->Connect(server, 1371, &value); });
-    if (value == 0) ++m_outcome.refusals;
+    const auto result = Within(m_memory, [&] { return m_control->Connect(server, 1371, &value); });
+    if (value == 0) ++m_outcome.told;
     Note("connect " + std::to_string(value), result);
   }
 
   void Disconnect() {
-    Note("disconnect", Do([&] { return m_control->Disconnect(); }));
+    Note("disconnect", Within(m_memory, [&] { return m_control->Disconnect(); }));
   }
 
   // After a send that would have blocked, the system tells of room.
   void Send(std::u16string_view type) {
     if (IsTooLate()) return;
     constexpr std::u16string_view kData = u"<Text>more than a few bytes, \u00E9</Text>";
-    Note("send", Do([&] { return m_control->SendTLKMsg(type, kData); }));
+    Note("send", Within(m_memory, [&] { return m_control->SendTLKMsg(type, kData); }));
     for (int i = 0; i < 3; ++i) Notify(socket_event::kWrite);
   }
 
@@ -103,8 +103,8 @@ class Stage final : public ITlkcEvents {
     if (IsTooLate()) return;
     std::u16string type;
     std::u16string data;
-    const auto result =
-        Do([&] { return m_control->SendReceiveTlkMsg(u"Ask", u"<A/>", &type, &data, 100); });
+    const auto result = Within(
+        m_memory, [&] { return m_control->SendReceiveTlkMsg(u"Ask", u"<A/>", &type, &data, 100); });
     Note("request " + ToNarrow(type) + " " + ToNarrow(data), result);
   }
 
@@ -115,12 +115,13 @@ class Stage final : public ITlkcEvents {
   }
 
   void IdleForAMinute() {
-    Do([this] { return m_window.Advance(60000), 0; });
+    Within(m_memory, [this] { m_window.Advance(60000); });
     Notify(socket_event::kWrite);
   }
 
   void Notify(std::uint32_t event, int error = 0) {
-    if (!IsTooLate()) Do([&] { return m_window.Notify(m_control->m_socket, event, error); });
+    if (!IsTooLate())
+      Within(m_memory, [&] { return m_window.Notify(m_control->m_socket, event, error); });
   }
 
   ScriptedSockets sockets;
@@ -138,7 +139,7 @@ class Stage final : public ITlkcEvents {
     m_outcome.shown = testing::internal::GetCapturedStdout();
     m_outcome.sent = std::exchange(sockets.sent, "");
     m_outcome.records = m_records;
-    m_outcome.errors = m_errorRecords;
+    m_outcome.told += m_errorRecords;
     return m_outcome;
   }
 
@@ -192,25 +193,20 @@ class Stage final : public ITlkcEvents {
     return false;
   }
 
-  template <typename Call>
-  auto Do(Call call) -> decltype(call()) {
-    return Within(m_limits[kMemory], call);
-  }
-
   void Note(const std::string& what, ResultCode result) {
     m_outcome.host.push_back(what + (result == kResultOk ? "" : " failed"));
-    if (result != kResultOk) ++m_outcome.refusals;
+    if (result != kResultOk) ++m_outcome.told;
   }
 
   bool IsTooLate() {
-    if (!IsConnected()) ++m_outcome.refusals;
+    if (!IsConnected()) ++m_outcome.told;
     return !IsConnected();
   }
 
   void ConnStatusChanged(TLK_ConnStatusEnum status) override {
     const PlentyOfMemory plenty;
     m_announced = status;
-    if (status == TLK_Not_Connected) ++m_outcome.ends;
+    if (status == TLK_Not_Connected) ++m_outcome.told;
     m_outcome.host.push_back("status " + std::to_string(status));
   }
 
@@ -223,6 +219,7 @@ class Stage final : public ITlkcEvents {
   const PosixAnsiText m_text;
   Outcome m_outcome;
   std::array<MemoryLimit, 2> m_limits;
+  MemoryLimit& m_memory = m_limits[kMemory];
   NthCall m_fileCall;
   std::atomic<int> m_records{0};
   std::atomic<int> m_errorRecords{0};
