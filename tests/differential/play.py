@@ -14,7 +14,6 @@ import signal
 import subprocess
 import sys
 import tempfile
-import time
 
 import rules
 import sequences
@@ -28,17 +27,9 @@ MARK = 'parse "<m Type=\'sequence {0}\'/>"\ntype\n'
 MARK_SEEN = re.compile(r'^parse loaded\ntype 0 "sequence \d+"\n', re.MULTILINE)
 
 
-# What a program says to each sequence, as lines, and how it ended if that was too soon.
-def answers_of(program, played):
-    until = time.monotonic() + SECONDS_PER_BATCH
-    answers = []
-    while len(answers) < len(played) and time.monotonic() < until:
-        answers += run(program, played[len(answers):], until)
-    return answers + [["not played for lack of time"]] * (len(played) - len(answers))
-
-
-# The same for as many as the program gets through in one process.
-def run(program, played, until):
+# What a program says to each sequence, as lines, and how it ended if that was too soon: then those
+# behind it were not played.
+def play(program, played):
     script = "".join(MARK.format(number) + text for number, text in enumerate(played))
     environment = dict(os.environ, TLK_CODE_PAGE="1252", LC_ALL="C")
     with tempfile.TemporaryFile() as commands, tempfile.TemporaryFile() as said:
@@ -47,26 +38,25 @@ def run(program, played, until):
         with subprocess.Popen([*program, "message"], stdin=commands, stdout=said, env=environment,
                               stderr=subprocess.STDOUT, start_new_session=True) as process:
             try:
-                status = process.wait(max(1, until - time.monotonic()))
+                status = process.wait(SECONDS_PER_BATCH)
             except subprocess.TimeoutExpired:
                 status = "none, for lack of time"
             with contextlib.suppress(ProcessLookupError):
                 os.killpg(process.pid, signal.SIGKILL)
         said.seek(0)
         output = said.read().decode("latin-1").replace("\r\n", "\n")
-    before, *answers = MARK_SEEN.split(output)
+    before, *answers = [answer.splitlines() for answer in MARK_SEEN.split(output)]
     if not answers:
         sys.exit(f"{program[0]} does not work: status {status}\n{before}")
-    answers = [answer.splitlines() for answer in answers]
-    if status != 0 or len(answers) < len(played):
+    if status != 0:
         answers[-1].append(f"ended with status {status}")
-    return answers
+    return answers + [["not played"]] * (len(played) - len(answers))
 
 
 # For each sequence the first lines that differ, or None.
 def differences(programs, played):
     with concurrent.futures.ThreadPoolExecutor() as pool:
-        native, windows = pool.map(lambda program: answers_of(program, played), programs)
+        native, windows = pool.map(lambda program: play(program, played), programs)
     return list(map(rules.first_difference, native, windows))
 
 

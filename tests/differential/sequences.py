@@ -176,12 +176,12 @@ class Sequence:
     def piece(self, depth, scope):
         if depth == 0 or self.chance(50):
             return self.made("{TEXT}")
-        deep = "<d>" * 40 + "<Ink/>" + "</d>" * 40
-        return deep if self.chance(3) else self.tagged(self.pick(NAMES), scope, depth - 1)
+        if self.chance(3):
+            return "<d>" * 40 + "<Ink/>" + "</d>" * 40
+        return self.tagged(self.pick(NAMES), scope, depth - 1)
 
 
 # A word as the commands take it.
 def quote(word):
-    escaped = "".join(c if " " <= c <= "~" and c not in '"\\' else
-                      "\\" + c if c in '"\\' else f"\\x{ord(c):02X}" for c in word)
-    return f'"{escaped}"' if escaped != word or " " in word or not word else word
+    escaped = re.sub(r'["\\]', r"\\\g<0>", word)
+    return '"' + re.sub("[^ -~]", lambda c: f"\\x{ord(c[0]):02X}", escaped) + '"'

@@ -7,7 +7,7 @@ namespace tlk::doctor {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
+using testing::Pointwise;
 using testing::StartsWith;
 
 Finding Nothing(const char* hive, int view) {
@@ -53,32 +53,38 @@ TEST(Judgement, AsksForOneSoundRegistrationAndNoMore) {
                           StartsWith("machine hive, 32-bit view: TlkC2.Tlkc means no class")));
 }
 
+MATCHER(SaysOfTheUser, "") {
+  const auto& [said, misfit] = arg;
+  return said.starts_with("user hive, ") && said.find(misfit) != said.npos;
+}
+
 TEST(Judgement, TellsEachMisfitAndWhereItIs) {
   struct {
     void (*spoil)(Finding& found);
-    const char* misfit;
+    std::vector<const char*> misfits;
   } const cases[] = {
-      {[](Finding& r) { r.independentName = "Other"; }, "does not call itself TlkC2.Tlkc"},
-      {[](Finding& r) { r.currentName = r.name = ""; }, "name of the current version"},
-      {[](Finding& r) { r.name = "TlkC2.Tlkc.2"; }, "name of the current version"},
-      {[](Finding& r) { r.currentClassId = "{B}"; }, "name of the current version"},
-      {[](Finding& r) { r.module = {}; }, "has no module"},
-      {[](Finding& r) { r.module.kind = FileKind::kMissing; }, "module is not there"},
-      {[](Finding& r) { r.module.kind = FileKind::kNoModule; }, "not a program file"},
-      {[](Finding& r) { r.module.kind = FileKind::k32Bit; }, "serves no 64-bit program"},
-      {[](Finding& r) { r.threadingModel = "Both"; }, "threading model is not Apartment"},
-      {[](Finding& r) { r.libraryId = ""; }, "type library is not registered"},
-      {[](Finding& r) { std::swap(r.library32, r.library64); }, "type library is not registered"},
-      {[](Finding& r) { r.library64.kind = FileKind::kMissing; }, "library's file is not there"},
+      {[](Finding& r) { r.independentName = "Other"; }, {"does not call itself TlkC2.Tlkc"}},
+      {[](Finding& r) { r.currentName = r.name = ""; }, {"name of the current version"}},
+      {[](Finding& r) { r.name = "TlkC2.Tlkc.2"; }, {"name of the current version"}},
+      {[](Finding& r) { r.currentClassId = "{B}"; }, {"name of the current version"}},
+      {[](Finding& r) { r.module = {}; }, {"has no module"}},
+      {[](Finding& r) { r.module.kind = FileKind::kMissing; }, {"module is not there"}},
+      {[](Finding& r) { r.module.kind = FileKind::kNoModule; }, {"not a program file"}},
+      {[](Finding& r) { r.module.kind = FileKind::k32Bit; }, {"serves no 64-bit program"}},
+      {[](Finding& r) { r.threadingModel = "Both"; }, {"threading model is not Apartment"}},
+      {[](Finding& r) { r.libraryId = ""; }, {"type library is not registered"}},
+      {[](Finding& r) { std::swap(r.library32, r.library64); }, {"type library is not registered"}},
+      {[](Finding& r) { r.library64.kind = FileKind::kMissing; }, {"library's file is not there"}},
       {[](Finding& r) { (r = Sound("user", 32)).module.kind = FileKind::k64Bit; },
-       "serves no 32-bit program"},
+       {"serves no 32-bit program"}},
+      {[](Finding& r) { r.independentName = "TLKC2.TLKC"; }, {}},
+      {[](Finding& r) { r.currentClassId = "{a}"; }, {}},
+      {[](Finding& r) { r.threadingModel = "apartment"; }, {}},
   };
   for (const auto& one : cases) {
     Finding spoilt = Sound("user", 64);
     one.spoil(spoilt);
-    EXPECT_THAT(Judge({Sound("machine", 64), spoilt}),
-                ElementsAre(AllOf(StartsWith("user hive, "), HasSubstr("-bit view: "),
-                                  HasSubstr(one.misfit))));
+    EXPECT_THAT(Judge({Sound("machine", 64), spoilt}), Pointwise(SaysOfTheUser(), one.misfits));
   }
 }
 
@@ -89,14 +95,6 @@ TEST(Judgement, NotesWhatIsHiddenAndWhatIsShared) {
               ElementsAre(StartsWith("machine hive, 32-bit view: has the names alone"),
                           StartsWith("user hive, 64-bit view: hides the machine's registration"),
                           StartsWith("user hive, 32-bit view: shares the names")));
-}
-
-TEST(Judgement, ComparesAsTheSystemDoes) {
-  Finding found = Sound("machine", 64);
-  found.threadingModel = "apartment";
-  found.currentClassId = "{a}";
-  found.independentName = "TLKC2.TLKC";
-  EXPECT_THAT(Judge({found}), ElementsAre());
 }
 
 }  // namespace

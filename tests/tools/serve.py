@@ -116,7 +116,7 @@ class Serve(unittest.TestCase):
     def test_relays_to_everybody_else(self):
         self.start("--relay")
         first, second, third = (self.connect() for _ in range(3))
-        self.expect_lines("client 1 c", "client 2 c", "client 3 c")
+        self.expect_lines("client 1 connected", "client 2 connected", "client 3 connected")
         self.send(first, message("News", "<Data><a/></Data>") + message("Keep Connection Alive"))
         self.expect(second, message("News", "<Data><a/></Data>", 1, 2))
         self.expect(third, message("News", "<Data><a/></Data>", 1, 3))
