@@ -10,7 +10,7 @@
 namespace tlk {
 namespace {
 
-// Waiting for a line may end the session.
+// While it waits for a line, events are delivered, and a handler may quit: hence the second look.
 void RunLines(LineReader lines, CommandSession& session, std::string_view prompt) {
   std::string line;
   while (!session.Ended()) {

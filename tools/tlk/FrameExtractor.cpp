@@ -78,8 +78,8 @@ bool FrameExtractor::Fail(std::string error, std::size_t position) {
   return false;
 }
 
-/// Moves what is left to the front only when that is little work for what it frees: many short
-/// messages in one read cost one move.
+/// Moves the rest to the front only when it is no longer than what has been taken: so many short
+/// messages in one read cost few moves.
 void FrameExtractor::Take(std::size_t count) {
   m_offset += count;
   m_taken += count;

@@ -35,8 +35,8 @@ class FrameExtractor {
   /// What is wrong with the stream; empty while nothing is.
   [[nodiscard]] const std::string& Error() const { return m_error; }
 
-  /// Where in the stream the fault lies: at a byte of the stamp, or where the beginning of the
-  /// message is not that of a message.
+  /// Where in the stream the fault lies: at a byte of the stamp, or at the first byte that is not
+  /// what every message begins with.
   [[nodiscard]] std::uint64_t ErrorOffset() const { return m_errorOffset; }
 
   /// Where in the stream the next message begins, or the faulty one.

@@ -2,7 +2,7 @@
 
 namespace tlk {
 
-// A folder can be opened on some systems, but not read.
+// Some systems open a folder like a file; only the attempt to read it then fails.
 bool OpenToRead(const std::string& path, std::ifstream& file) {
   file.open(path, std::ios::binary);
   if (!file.is_open() || (file.peek(), file.bad())) return false;

@@ -19,8 +19,8 @@ class OwnOutput {
   OwnOutput& operator=(const OwnOutput&) = delete;
 
   /// Writes a line, adding its end, and returns when the system has it. One thread at a time. When
-  /// nobody reads the output any more there is nothing left to work for: says so on standard error
-  /// and ends the program with status `kStatusOutputLost`.
+  /// nobody reads the output any more, says so on standard error and ends the program with status
+  /// `kStatusOutputLost`.
   void Line(std::string_view line);
 
   /// Writes a text as it is, otherwise like `Line`.

@@ -24,7 +24,8 @@ constexpr WordForm kPath = Text("XPATH");
 constexpr WordForm kName = Text("NAME");
 constexpr WordForm kForm{.name = "FORM", .kind = WordKind::kChoice, .choices = {"text", "xml"}};
 
-// What no operation writes: a text that still holds it afterwards was left alone.
+// Given to an operation as its output. No operation writes it, so when it is still there
+// afterwards the operation has written nothing, and nothing is shown.
 constexpr std::string_view kUnwritten("\0", 1);
 
 std::string Shown(int result) { return std::to_string(result); }

@@ -14,7 +14,7 @@ namespace {
 constexpr std::string_view kRootTag = kMessageOpening.substr(0, kMessageOpening.find(' '));
 constexpr std::string_view kBlanks = " \t\r\n";
 
-/// Where a message does not begin with its root, if so.
+/// The first byte that is not that of the root's opening tag; none when the message begins with it.
 std::optional<std::size_t> FindStrayByte(std::string_view frame) {
   const std::size_t matched = MatchOpening(frame);
   const bool isRoot = matched > kRootTag.size() ||

@@ -10,7 +10,7 @@
 
 namespace tlk::message {
 
-/// All that messages are built and read with on this thread. It leaves no record.
+/// The DOM, the gate and the rest that the codec needs, for this thread. Nothing is logged.
 struct Workshop {
   std::unique_ptr<DomFactory> dom = NewSystemDom();
   XmlGate gate{SystemPlatform().text};

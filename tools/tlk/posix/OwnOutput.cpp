@@ -27,7 +27,7 @@ void SendStandardOutputToStandardError() {
   }
 }
 
-/// A descriptor that does not block may be full for a while; a closed one is not worth a wait.
+/// Waits until a descriptor that does not block has room again; false when that cannot be.
 bool WaitForRoom(int descriptor) {
   pollfd waited{descriptor, POLLOUT, 0};
   return ::poll(&waited, 1, -1) != -1 || errno == EINTR;

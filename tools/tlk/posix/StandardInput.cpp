@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kReadSize = 65536;
 
-/// A descriptor that does not block may hold nothing for a while.
+/// Waits until a descriptor that does not block holds something; false when that cannot be.
 bool WaitForBytes() {
   pollfd input{STDIN_FILENO, POLLIN, 0};
   return poll(&input, 1, -1) != -1 || errno == EINTR;

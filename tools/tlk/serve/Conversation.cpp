@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kBlanks = " \t\r";
 constexpr std::string_view kFill = "$FILL:";
 
-/// Longer fills than a message can hold are slips of the pen.
+/// No message can hold more, so a longer fill is a mistake in the file.
 constexpr std::size_t kMaxFill = 9999999;
 
 std::string_view Trim(std::string_view text) {

@@ -97,7 +97,7 @@ std::string Messages::Readdress(std::string_view frame, std::int32_t from, std::
   TLK_XMLBuilder builder(m_codec, frame);
   builder.SetNodeAttribute(kFrom, "Id", std::to_string(from));
   builder.SetNodeAttribute(kTo, "Id", std::to_string(to));
-  // The new ids may be longer or shorter, but the stamp must be as wide as when it was measured.
+  // The new ids may be longer or shorter, so the message is measured and stamped anew.
   return StampAndSerialise(builder);
 }
 

@@ -12,7 +12,7 @@
 
 namespace tlk::serve {
 
-/// A conversation went otherwise than its script says. Never leaves the player.
+/// A conversation went otherwise than its script says. The player catches it and reports it.
 class ScriptFailure : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -86,7 +86,7 @@ class ScriptPeer {
 
   ScriptWait& m_wait;
   asio::ip::tcp::socket m_socket;
-  std::string m_received;  ///< Bytes that nothing has asked for yet.
+  std::string m_received;  ///< Bytes that came and that no command has taken yet.
   std::size_t m_pieceSize = 0;
   std::chrono::milliseconds m_piecePause{0};
 };

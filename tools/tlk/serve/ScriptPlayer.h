@@ -39,10 +39,10 @@ namespace tlk::serve {
 /// messages, and each message is compared as it would be without.
 ///
 /// Words are split and quoted as on the console of a host. No command waits longer than the
-/// conversation's limit. For each a line is written when its turn comes.
+/// conversation's limit. A line is written for each before it is carried out.
 class ScriptPlayer {
  public:
-  /// Both must outlive the player. `indented` says that the clients' messages are.
+  /// Both must outlive the player. `indented` says that the clients indent their messages.
   ScriptPlayer(const Conversation& conversation, const LineWriter& writeLine,
                bool indented = false);
 

@@ -107,7 +107,7 @@ void AddOptions(CLI::App& serve, ServeOptions& options) {
       ->needs(script);
 }
 
-/// A script says itself what becomes of clients and messages.
+/// With a script, options that say what becomes of clients and messages would have no effect.
 void RefuseBesideScript(const CLI::App& serve) {
   for (const char* name : {"--relay", "--for", "--clients", "--max-length", "--max-queue"}) {
     if (serve.count(name) > 0) throw CLI::ExcludesError("--script", name);

@@ -78,7 +78,7 @@ void Server::OnAccepted(const asio::error_code& error, Socket socket) {
   Accept();
 }
 
-/// An accept that fails for want of descriptors would fail again at once.
+/// Accepting fails when there is no free descriptor, and would fail again at once: hence the pause.
 void Server::AcceptLater() {
   m_acceptPause.expires_after(kAcceptPause);
   m_acceptPause.async_wait([this](const asio::error_code& error) {
@@ -107,7 +107,7 @@ void Server::Answer(Connection& from, const std::string& frame, std::string_view
   }
 }
 
-/// A client that is refused while this runs leaves the table, so it walks a copy.
+/// Sending can refuse a client, which takes it out of `m_clients`; so this walks a copy.
 void Server::Relay(const Connection& from, const std::string& frame) {
   const auto clients = m_clients;
   for (const auto& [id, client] : clients) {
@@ -115,7 +115,7 @@ void Server::Relay(const Connection& from, const std::string& frame) {
   }
 }
 
-/// New ids can make a message longer than a stamp can say.
+/// A message of nearly the greatest length can exceed it once its ids have been replaced.
 void Server::Send(Connection& to, std::string frame) {
   if (frame.size() > kMaxMessageLength) {
     WriteClientLine(to, "not sent: " + std::to_string(frame.size()) + " bytes are too many");
@@ -131,7 +131,7 @@ void Server::OnEnd(Connection& connection, const std::string& how) {
   if (m_gone == m_options.clients) Close();
 }
 
-/// Ends everything that is under way, whereupon there is nothing left to run.
+/// Cancels every pending operation. `m_io.run()` returns when the last of them is done.
 void Server::Close() {
   asio::error_code ignored;
   m_acceptor.close(ignored);

@@ -16,7 +16,7 @@
 namespace tlk {
 namespace {
 
-// A console takes no more at a time on older systems.
+// The most that a console of older systems takes at a time.
 constexpr std::size_t kMostAtOnce = 16384;
 
 [[noreturn]] void EndWithoutOutput(int error) {

@@ -8,7 +8,8 @@ namespace {
 constexpr int kWidth = 320;
 constexpr int kHeight = 200;
 
-/// The container library of the system. It has registered a window class, so it stays loaded.
+/// The container library of the system. The window class that it registers needs its code, so it
+/// stays loaded.
 class ContainerLibrary {
  public:
   ContainerLibrary() {

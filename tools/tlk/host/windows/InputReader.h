@@ -9,7 +9,7 @@ namespace tlk::host {
 
 /// Reads standard input on a thread of its own, because the system cannot wait for a pipe and for
 /// messages at once. It reads one piece ahead. The thread may stay in its read when the reader
-/// ends, and ends with the program then: it touches nothing but what it shares with nobody else.
+/// ends, and ends with the program then: it holds all that it uses itself.
 class InputReader {
  public:
   InputReader();
