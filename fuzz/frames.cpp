@@ -30,7 +30,8 @@ class Reading final : public ITlkcEvents {
   Outcome WhenNotified() {
     while (m_sockets.HasArrivals() && m_control.m_status == TLK_Connected)
       m_ports.window.Notify(m_control.m_socket, socket_event::kRead);
-    return WithEnd();
+    m_outcome.push_back(m_end);
+    return m_outcome;
   }
 
   // A request takes the answer to a keep-alive as well, and a message that is not well-formed as an
@@ -42,8 +43,8 @@ class Reading final : public ITlkcEvents {
       m_control.SendReceiveTlkMsg(u"T", u"<q/>", &type, &data, 1000);
       if (type != u"Keep Connection Alive Response") TlkMsgRecieved(type, data);
     }
-    if (m_end == "10060") m_end.clear();
-    return WithEnd();
+    m_outcome.push_back(m_end == "10060" ? "" : m_end);
+    return m_outcome;
   }
 
  private:
@@ -53,11 +54,6 @@ class Reading final : public ITlkcEvents {
     if (type.empty() && data.empty()) return;
     m_outcome.push_back(std::to_string(m_control.m_clientId));
     for (const auto& text : {type, data}) m_outcome.emplace_back(text.begin(), text.end());
-  }
-
-  Outcome WithEnd() {
-    m_outcome.push_back(m_end);
-    return m_outcome;
   }
 
   // The reason of the end is a number, whichever reader tells it: that of an error, or a bad

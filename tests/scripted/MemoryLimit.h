@@ -6,17 +6,19 @@
 /// How much memory a thread may have. It counts where ScarceMemory.cpp is part of the program.
 namespace tlk::test {
 
-/// How often may still be asked for memory (negative for as often as one likes), and how often it
-/// is refused then, before there is plenty again.
+/// How often memory may be asked for (negative for as often as one likes), and how often it is
+/// refused then, before there is plenty again.
 struct MemoryLimit {
-  std::atomic<int> left{-1};
+  std::atomic<int> asked{0};
+  std::atomic<int> allowed{-1};
   std::atomic<int> refusals{0};
   std::atomic<bool> hasRefused{false};
 
-  void Set(int allowed, int refused) {
+  void Set(int newAllowed, int refused) {
     hasRefused = false;
     refusals = refused;
-    left = allowed;
+    asked = 0;
+    allowed = newAllowed;
   }
 };
 

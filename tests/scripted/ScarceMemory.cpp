@@ -11,13 +11,9 @@ std::atomic<long> s_live{0};
 
 bool IsRefused() {
   MemoryLimit* const limit = t_memoryLimit;
-  if (limit == nullptr || limit->left < 0) return false;
-  if (limit->left > 0) {
-    --limit->left;
-    return false;
-  }
-  const bool isRefused = limit->refusals > 0;
-  if (isRefused) --limit->refusals;
+  if (limit == nullptr || limit->allowed < 0) return false;
+  const int beyond = limit->asked++ - limit->allowed;
+  const bool isRefused = beyond >= 0 && beyond < limit->refusals;
   limit->hasRefused = limit->hasRefused || isRefused;
   return isRefused;
 }
@@ -57,9 +53,6 @@ void* operator new(std::size_t size, std::align_val_t alignment) {
   const auto step = static_cast<std::size_t>(alignment);
   const std::size_t whole = (size + step - 1) / step * step;
   return OrThrow(Give([&] { return std::aligned_alloc(step, whole); }));
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return AllocateScarce(size);
 }
 void operator delete(void* memory) noexcept { FreeScarce(memory); }
 void operator delete(void* memory, std::size_t) noexcept { FreeScarce(memory); }

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-# serve.py TLK: what `tlk serve` answers and refuses, what it says of it, and why it fails by a script.
+# serve.py TLK: what `tlk serve` answers and refuses, what it says of it, and why it fails by a
+# script; and how it talks with a console.
 
 import contextlib
 import socket
@@ -144,6 +145,20 @@ class Serve(unittest.TestCase):
             while True:
                 self.send(deaf, message("Flood", f"<Data>{'x' * 60000}</Data>"))
         self.expect(self.connect(message("Hello")), message("Hello", "", 0, 2))
+
+    # While its input is open and still.
+    def test_a_console_hears_of_a_message_and_ends(self):
+        self.start()
+        console = subprocess.Popen([TLK, "host", "--quiet"], encoding="latin-1",
+                                   stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        self.addCleanup(console.communicate)
+        console.stdin.write("on message quit\r\n"
+                            f"connect 127.0.0.1 {self.port}\nsend Hello <a/>\n")
+        console.stdin.flush()
+        self.assertEqual(console.wait(20), 0)
+        self.assertEqual(console.stdout.readlines()[2:], [
+            "send hr=0x00000000\n",
+            'event TlkMsgRecieved type="Hello" data="<Data><a/></Data>"\n'])
 
     def test_stops_on_a_signal_with_clients_connected(self):
         self.start()
