@@ -31,10 +31,10 @@ struct Fault {
 struct Outcome {
   Timeline host;     ///< Events, and what calls gave.
   std::string sent;  ///< What the server got.
-  /// How often a call or a record told of a failure, or an event of an end, and how often nothing
-  /// was done because there was no connection.
-  int told = 0;
-  int records = 0;         ///< In the log.
+  int ends = 0;      ///< How often the host was told of an end.
+  int refusals = 0;  ///< How often a call told of a failure, or nothing was done unconnected.
+  int records = 0;   ///< In the log; `errors` of them tell of one.
+  int errors = 0;
   std::string shown;       ///< On standard output.
   bool hasFailed = false;  ///< Whether the call that was to fail was made.
 };
@@ -83,7 +83,7 @@ class Stage final : public ITlkcEvents {
   void Connect(std::u16string_view server = u"127.0.0.1") {
     std::int32_t value = 0;
     const auto result = Within(m_memory, [&] { return m_control->Connect(server, 1371, &value); });
-    if (value == 0) ++m_outcome.told;
+    if (value == 0) ++m_outcome.refusals;
     Note("connect " + std::to_string(value), result);
   }
 
@@ -139,7 +139,7 @@ class Stage final : public ITlkcEvents {
     m_outcome.shown = testing::internal::GetCapturedStdout();
     m_outcome.sent = std::exchange(sockets.sent, "");
     m_outcome.records = m_records;
-    m_outcome.told += m_errorRecords;
+    m_outcome.errors = m_errorRecords;
     return m_outcome;
   }
 
@@ -195,18 +195,18 @@ class Stage final : public ITlkcEvents {
 
   void Note(const std::string& what, ResultCode result) {
     m_outcome.host.push_back(what + (result == kResultOk ? "" : " failed"));
-    if (result != kResultOk) ++m_outcome.told;
+    if (result != kResultOk) ++m_outcome.refusals;
   }
 
   bool IsTooLate() {
-    if (!IsConnected()) ++m_outcome.told;
+    if (!IsConnected()) ++m_outcome.refusals;
     return !IsConnected();
   }
 
   void ConnStatusChanged(TLK_ConnStatusEnum status) override {
     const PlentyOfMemory plenty;
     m_announced = status;
-    if (status == TLK_Not_Connected) ++m_outcome.told;
+    if (status == TLK_Not_Connected) ++m_outcome.ends;
     m_outcome.host.push_back("status " + std::to_string(status));
   }
 
