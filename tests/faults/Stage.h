@@ -46,7 +46,9 @@ class Stage final : public ITlkcEvents {
   Stage(const std::string& codePage, const Fault& fault) : m_fault(fault), m_text(codePage) {
     pugi::set_memory_management_functions(AllocateScarce, FreeScarce);
     testing::internal::CaptureStdout();
-    m_files.FailWhen([this](const FileCall& call) { return FailsOrIsNoted(call); }, fault.how);
+    m_files.answer = [this](const FileCall& call) {
+      return FailsOrIsNoted(call) ? std::optional<std::int64_t>(m_fault.how) : std::nullopt;
+    };
     sockets.anyError = fault.how;
     if (fault.kind <= kWriterMemory) {
       m_limits[fault.kind].Set(fault.nth - 1, fault.how);

@@ -18,9 +18,9 @@ namespace {
 template <typename Work>
 void InChild(const Work& work, MemoryLimit* limit = nullptr) {
   std::fflush(nullptr);
-  SetMemoryLimit(limit);
+  t_memoryLimit = limit;
   const pid_t child = fork();
-  SetMemoryLimit(nullptr);
+  t_memoryLimit = nullptr;
   if (child == 0) {
     alarm(30);
     work();

@@ -13,7 +13,7 @@
 #include <stdexcept>
 
 #include "control/NativeControl.h"
-#include "tests/conversations/Program.h"
+#include "tests/soak/Program.h"
 
 /// Present where a sanitizer has put a heap of its own.
 extern "C" std::size_t AllocatedBytes() __asm__("__sanitizer_get_current_allocated_bytes")

@@ -17,9 +17,9 @@ TEST(ZRWLockWithoutMemory, StaysAsItIsAndIsTakenAgainLater) {
     ASSERT_EQ(side.Acquire(), LockResult::kAcquired);
     MemoryLimit none;
     none.Set(0, kEveryTime);
-    SetMemoryLimit(&none);
+    t_memoryLimit = &none;
     EXPECT_THROW(static_cast<void>(side.Acquire()), std::bad_alloc);
-    SetMemoryLimit(nullptr);
+    t_memoryLimit = nullptr;
     EXPECT_TRUE(side.IsHeld());
     EXPECT_EQ(read.Acquire(), LockResult::kAcquired);
     read.Release();

@@ -10,6 +10,9 @@ namespace tlk {
 /// status in `exitStatus`.
 void AddCommands(CLI::App& app, int& exitStatus);
 
+/// Adds to a subcommand the options that this build alone has.
+void AddSystemOptions(CLI::App& command);
+
 /// How this build is used: lines of examples.
 extern const char* const kExamples;
 

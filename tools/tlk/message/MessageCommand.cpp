@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "tools/tlk/Commands.h"
 #include "tools/tlk/InputFile.h"
 #include "tools/tlk/OwnOutput.h"
 #include "tools/tlk/StandardInput.h"
@@ -136,7 +137,7 @@ void AddMessageCommand(CLI::App& app, int& exitStatus) {
                        "Check the bytes of a captured stream instead; - for standard input")
           ->type_name("FILE")
           ->excludes(script);
-  message::AddSystemOptions(*command);
+  AddSystemOptions(*command);
   command->footer(kMessageHelp);
   command->callback([options, check, &exitStatus] {
     exitStatus = check->empty() ? Converse(options->script) : Check(options->checked);

@@ -2,6 +2,7 @@
 
 #include "tools/tlk/host/HostCommand.h"
 #include "tools/tlk/message/MessageCommand.h"
+#include "tools/tlk/posix/CodePage.h"
 #include "tools/tlk/serve/ServeCommand.h"
 
 namespace tlk {
@@ -18,5 +19,7 @@ void AddCommands(CLI::App& app, int& exitStatus) {
   AddMessageCommand(app, exitStatus);
   AddServeCommand(app, exitStatus);
 }
+
+void AddSystemOptions(CLI::App& command) { AddCodePageOption(command); }
 
 }  // namespace tlk

@@ -19,4 +19,6 @@ void AddCommands(CLI::App& app, int& exitStatus) {
   AddDoctorCommand(app, exitStatus);
 }
 
+void AddSystemOptions(CLI::App& /*command*/) {}
+
 }  // namespace tlk

@@ -34,6 +34,4 @@ std::unique_ptr<DomFactory> NewSystemDom() {
   return std::make_unique<ApartmentDom>(SystemPlatform().text);
 }
 
-void AddSystemOptions(CLI::App& /*command*/) {}
-
 }  // namespace tlk::message
