@@ -1,8 +1,7 @@
-# What speaks with a peer, a user or a disk.
+# What speaks with a peer or a disk.
 find_package(GTest REQUIRED)
 foreach(target frames connection)
   tlkc2_add_fuzzer(${target}
     SOURCES ${target}.cpp LINK tlkc2_control tlkc2_scripted GTest::gtest)
 endforeach()
-tlkc2_add_fuzzer(commands SOURCES commands.cpp LINK tlkc2_tool_host)
 tlkc2_add_fuzzer(rotation SOURCES rotation.cpp LINK tlkc2_log tlkc2_scripted)
