@@ -35,7 +35,7 @@ void ReportRefusal(const Codec& codec, const char* source, const Failure& failur
   ReportFailureInWords(codec, source, failure, kDomOk, reason.data());
 }
 
-// The code that goes with the reason is that of asking for it, not that of the parse.
+// The code in the record is the result of asking for the reason, not of the parse.
 void ReportParseError(const Codec& codec, const char* source, const Failure& failure,
                       DomDocument& document) {
   std::string reason;

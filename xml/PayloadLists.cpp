@@ -69,8 +69,8 @@ int TLK_XMLBuilder::AddToList(const PayloadList& kind, std::span<const DomAttrib
   return 0;
 }
 
-// An element of a payload. That it cannot be made is reported twice: as for any element, then as
-// what it was to be.
+// Adds an element of a payload. A failure is recorded twice, as logs have always had it: once for
+// any element, once for this one.
 DomNode TLK_XMLBuilder::AddPart(DomNode parent, std::string_view name, const Failure& failure,
                                 std::span<const DomAttribute> attributes) {
   DomNode part = nullptr;

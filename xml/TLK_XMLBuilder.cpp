@@ -121,7 +121,8 @@ int TLK_XMLBuilder::SetNodeAttribute(std::string_view path, std::string_view nam
   DomResult result = Noted(m_document->AsElement(node, element));
   if (result == kDomOk) {
     result = SetAttribute(element, name, value);
-    // Whatever else becomes of an attribute has always passed for success.
+    // A name that cannot be set is the one failure that is told; others have always passed for
+    // success.
     if (result != kDomBadArgument) return 0;
   }
   Report(failures::kSetNodeAttribute, result);
@@ -153,7 +154,8 @@ int TLK_XMLBuilder::AppendData(std::string_view payload) {
   return 0;
 }
 
-// The short way. Whatever is in its way, the other one meets it too, and reports it.
+// Reads the payload into the document without a document of its own. A failure is not reported:
+// the caller then takes the long way, which meets it again and reports it.
 bool TLK_XMLBuilder::AppendInPlace(DomNode data, std::string_view payload) {
   if (!m_document->ReadsInPlace() || !m_codec.gate.Pass(payload, m_codec.maxDepth).Passed())
     return false;
@@ -230,7 +232,7 @@ DomResult TLK_XMLBuilder::SelectSingleNode(std::string_view path, DomNode& node)
   return Selected(path, SelectFirst(m_document.get(), path, node));
 }
 
-// What a path selects nothing by is passed over, but that the DOM cannot tell is said.
+// A path that selects nothing is passed over; one that this DOM cannot answer is reported.
 DomResult TLK_XMLBuilder::Selected(std::string_view path, DomResult result) {
   if (result == kDomNotImplemented)
     ReportFailure(m_codec, failures::kSource, failures::kPath, result, path);

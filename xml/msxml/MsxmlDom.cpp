@@ -42,7 +42,7 @@ bool IsBlankText(IXMLDOMNode* node) {
          value.Text().find_first_not_of(u" \t\r\n") == std::u16string_view::npos;
 }
 
-// The text is characters already, whatever encoding its declaration names.
+// The text consists of characters, so an encoding that its declaration names must not be believed.
 std::u16string_view WithoutDeclaration(std::u16string_view text) {
   XmlDeclaration<char16_t> declaration(text.data(), text.data() + text.size());
   if (!declaration.Present() || !declaration.Read()) return text;
@@ -91,7 +91,7 @@ Bstr MsxmlDocument::Value(std::string_view narrow) {
   return Bstr(m_wide);
 }
 
-// All or nothing.
+// Writes `narrow` only when all of the text could be converted.
 void MsxmlDocument::Narrow(std::u16string_view wide, std::string& narrow) const {
   std::string converted;
   m_codePage.Narrow(wide, converted);

@@ -51,15 +51,15 @@ bool FindInTag(std::u16string_view tag, std::u16string_view name, std::u16string
   });
 }
 
-// Whether a declaration of the default is shown among the attributes. Versions that show only what
-// was set as one, which settles no name, are those that need help with the others.
+// Whether this DOM shows a declaration of the default namespace among the attributes. Some versions
+// show only one that was set as an attribute; it does not change the namespace of the element.
 bool ShowsDefault(IXMLDOMElement* element) {
   Variant shown;
   return element->getAttribute(Bstr(kDefaultDeclaration).Get(), shown.Put()) == S_OK;
 }
 
-// Whether an element settles what the default namespace is, which it then gives as it would be
-// written: by being in it, or with a name that has a prefix, by a declaration.
+// Whether the default namespace is decided at this element, and which it is, as it would be
+// written: that of the element when its name has no prefix, else one that it declares.
 bool SettlesDefault(IXMLDOMElement* element, std::u16string& written) {
   if (TextOf<IXMLDOMNode>(element, &IXMLDOMNode::get_prefix).empty()) {
     written = EscapedValue(TextOf<IXMLDOMNode>(element, &IXMLDOMNode::get_namespaceURI));
@@ -136,7 +136,7 @@ bool FindPrefix(IXMLDOMElement* element, std::u16string_view prefix, std::u16str
 
 bool FindOwnDeclaration(IXMLDOMElement* element, std::u16string_view name,
                         std::u16string& written) {
-  // A copy of its tag alone would have those, too, that its names inherit.
+  // The tag alone, written by itself, would also declare what the element's names inherit.
   return FindInTag(XmlOf(element), name, written);
 }
 

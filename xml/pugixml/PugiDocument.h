@@ -26,7 +26,7 @@ class PugiDocument : public DomDocument {
   PugiDocument(const PugiDocument&) = delete;
   PugiDocument& operator=(const PugiDocument&) = delete;
 
-  // This DOM does nothing else.
+  // This DOM loads nothing in the background, validates nothing and has no other paths.
   DomResult SetAsync(bool /*on*/) override { return kDomOk; }
   DomResult SetValidateOnParse(bool /*on*/) override { return kDomOk; }
   DomResult SetResolveExternals(bool /*on*/) override { return kDomOk; }

@@ -52,7 +52,7 @@ void PugiDocument::ForgetNodes() {
   m_store->declarations.Forget();
 }
 
-// Plain success, or nothing for a text that cannot be parsed.
+// Gives `kDomOk`, or `kDomNothing` for a text that cannot be parsed.
 DomResult PugiDocument::Parse(std::string_view text) {
   std::string& source = m_store->source;
   m_store->text.SourceToTree(text, source);

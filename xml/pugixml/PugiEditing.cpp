@@ -15,7 +15,7 @@
 namespace tlk {
 namespace {
 
-// From the inside out, for pugixml calls itself for each level.
+// Removes the innermost nodes first: removing a whole tree, pugixml calls itself for each level.
 void RemoveTree(const pugi::xml_node& top) {
   pugi::xml_node node = top;
   for (bool isDone = false; !isDone;) {
@@ -27,7 +27,7 @@ void RemoveTree(const pugi::xml_node& top) {
   }
 }
 
-// Removes what stands behind a child, or all there is behind none, but for one node.
+// Removes the siblings behind `child`, or all children when there is no such child; `left` stays.
 void RemoveBehind(const pugi::xml_node& parent, const pugi::xml_node& child,
                   const pugi::xml_node& left) {
   pugi::xml_node node = IsNone(child) ? parent.first_child() : child.next_sibling();
@@ -160,7 +160,7 @@ DomResult PugiDocument::AddElement(DomNode parent, std::string_view name,
   });
 }
 
-// To an element that is being made, in no namespace.
+// For an element that is only being made: it is in no namespace yet.
 DomResult PugiDocument::AppendAttribute(pugi::xml_node element, const DomAttribute& attribute) {
   return Contained([&] {
     const std::string_view name = attribute.name;

@@ -112,7 +112,7 @@ Declarations InheritedDeclarations(const pugi::xml_node& element) {
 
 void KeepInNoNamespace(const pugi::xml_node& element) {
   if (IsInNoNamespace(element)) return;
-  // It would be written beside the one that it needs.
+  // A declaration that is only shown would be written as a second one.
   pugi::xml_node(element).remove_attribute(kShownDeclaration);
   Declare(element, {{kDefaultDeclaration, ""}});
 }

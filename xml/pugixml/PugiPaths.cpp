@@ -23,7 +23,8 @@ bool IsNamed(const pugi::xml_node& node, std::string_view name) {
 // The first element of a name that is in no namespace, found without looking upwards from each of
 // the others: there may be many, in the scope of many declarations.
 pugi::xml_node AnywhereInNone(const pugi::xml_node& root, std::string_view name) {
-  std::vector<pugi::xml_node> changes;  // those around the node that change whether it is in none
+  // The elements around the node that turn a default namespace on or off again.
+  std::vector<pugi::xml_node> changes;
   const auto isInNone = [&changes] { return changes.size() % 2 == 0; };
   const auto leave = [&changes](const pugi::xml_node& node) {
     if (!changes.empty() && IsSame(changes.back(), node)) changes.pop_back();
@@ -94,7 +95,8 @@ pugi::xml_node PugiChildren::Find(const pugi::xml_node& parent, std::string_view
   return known != m_firsts.end() ? known->second.child : PassUntil(name);
 }
 
-// The name is not known yet.
+// Goes on, behind the children that are known, to the first one of that name; remembers all on the
+// way.
 pugi::xml_node PugiChildren::PassUntil(std::string_view name) {
   pugi::xml_node child = IsNone(m_last) ? m_parent.first_child() : m_last.next_sibling();
   for (; !IsNone(child); child = child.next_sibling()) {

@@ -68,7 +68,7 @@ bool IsDoubtful(std::string_view xml) {
   return brackets.openOthers || brackets.opened != 0;
 }
 
-// Writes everything, at its leisure.
+// Writes what pugixml would write wrongly. It is slower.
 class Writer {
  public:
   Writer(std::string& utf8, std::size_t likelySize) : m_utf8(utf8), m_likelySize(likelySize) {}
@@ -113,7 +113,7 @@ class Writer {
     }
   }
 
-  // Its end, too, when nothing is in it.
+  // Writes the start tag, or the whole of an element that has nothing in it.
   void Tag(const pugi::xml_node& element, const Declarations& inherited) {
     Enclosed("<", element.name(), "");
     for (const pugi::xml_attribute& attribute : element.attributes()) {
@@ -136,7 +136,7 @@ class Writer {
     m_utf8.append(before).append(text).append(behind);
   }
 
-  // What a reader would take for markup, or for another blank.
+  // Escapes what a reader would take for markup, or for another blank than it is.
   void AppendEscaped(char c, bool isInValue) {
     switch (c) {
       case '&':
@@ -180,7 +180,7 @@ void AppendText(const pugi::xml_node& node, std::string& utf8) {
     if (IsText(in) || IsSame(in, node)) utf8 += in.value();
 }
 
-// pugixml writes faster than what is ours, short texts and long ones.
+// pugixml's own writer is the faster one: ours writes again what that may have written wrongly.
 void AppendXml(const pugi::xml_node& node, std::string& utf8, const Declarations& inherited,
                std::size_t likelySize) {
   const std::size_t before = utf8.size();
