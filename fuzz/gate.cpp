@@ -2,6 +2,7 @@
 // gate, on all that it lets in. An input is the choice of a code page and a text.
 
 #include <array>
+#include <numeric>
 #include <string>
 
 #include "fuzz/Fuzzing.h"
@@ -21,14 +22,20 @@ struct Page {
   PugiDomFactory dom{text};
 };
 
+std::u16string From(char16_t first) {
+  std::u16string upperHalf(128, first);
+  std::iota(upperHalf.begin(), upperHalf.end(), first);
+  return upperHalf;
+}
+
 // Single bytes, several bytes, all there are; and pages that no system has, with surrogates and
 // with what is no character at all.
 Page& ChosenPage(unsigned choice) {
   static const std::array<PosixAnsiText, 4> systems{PosixAnsiText("CP1252"),
                                                     PosixAnsiText("CP1251"), PosixAnsiText("CP932"),
                                                     PosixAnsiText("UTF-8")};
-  static const test::BytePage surrogates(0xD7C0);
-  static const test::BytePage last(0xFF80);
+  static const test::BytePage surrogates(From(0xD7C0));
+  static const test::BytePage last(From(0xFF80));
   static std::array<Page, 6> pages{Page{systems[0]}, Page{systems[1]},        Page{systems[2]},
                                    Page{systems[3]}, Page{surrogates, false}, Page{last, false}};
   return pages[choice % pages.size()];
