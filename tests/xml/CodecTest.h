@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,10 +19,6 @@
 #include "xml/TLK_XMLParser.h"
 
 namespace tlk {
-
-inline std::string Replaced(const std::string& text, const char* from, const std::string& to) {
-  return std::regex_replace(text, std::regex(from), to);
-}
 
 /// What stands in front of a separator and what behind it.
 inline std::pair<std::string, std::string> Halves(const std::string& text, char separator) {
@@ -51,23 +46,6 @@ class CodecTest : public testing::Test {
     action();
     return testing::internal::GetCapturedStdout();
   }
-
-  /// A builder with a fresh message, type "Chat", from 5 to 0.
-  std::unique_ptr<TLK_XMLBuilder> NewMessage() {
-    auto builder = std::make_unique<TLK_XMLBuilder>(m_codec);
-    EXPECT_EQ(builder->CreateMessage("Chat", 5, 0), 0);
-    return builder;
-  }
-
-  /// What would be sent.
-  static std::string WireOf(TLK_XMLBuilder& builder) {
-    std::string xml;
-    EXPECT_EQ(builder.GetXml(xml), 0);
-    return xml;
-  }
-
-  /// The same on every DOM.
-  static std::string XmlOf(TLK_XMLBuilder& builder) { return WithoutIndentation(WireOf(builder)); }
 
   DomThread m_domThread;
   const AnsiText& m_text = SystemPlatform().text;
