@@ -6,7 +6,6 @@
 #include <string>
 
 #include "platform/windows/Bstr.h"
-#include "tests/com/EventListener.h"
 #include "tests/com/LoadedModule.h"
 #include "tests/com/Site.h"
 
@@ -25,7 +24,7 @@ inline bool PumpUntil(const std::function<bool()>& holds) {
 
 /// A control on a site of its own.
 struct Embedded {
-  Embedded(const LoadedModule& module, HWND window) : site(window) {
+  explicit Embedded(const LoadedModule& module) {
     EXPECT_EQ(module.Create().QueryTo(control), S_OK);
     EXPECT_EQ(As<IPersistStreamInit>()->InitNew(), S_OK);
     EXPECT_EQ(As<IOleObject>()->SetClientSite(&site), S_OK);
@@ -64,21 +63,18 @@ struct Embedded {
     EXPECT_EQ(container->FindConnectionPoint(DIID__ITlkcEvents, point.Put()), S_OK);
     return point;
   }
-  DWORD Advise(EventListener& listener) const {
+  DWORD Advise(Site& listener) const {
     DWORD cookie = 0;
-    EXPECT_EQ(Events()->Advise(&listener, &cookie), S_OK);
+    EXPECT_EQ(Events()->Advise(static_cast<_ITlkcEvents*>(&listener), &cookie), S_OK);
     return cookie;
   }
 
-  [[nodiscard]] long ConnectTo(const LoopbackPeer& peer) const {
+  void Connect(LoopbackPeer& peer) {
+    EXPECT_EQ(Do(OLEIVERB_INPLACEACTIVATE), S_OK);
     const Bstr server(L"127.0.0.1");
     long connected = 7;
     EXPECT_EQ(control->Connect(server.Get(), ntohs(peer.Address().port), &connected), S_OK);
-    return connected;
-  }
-  void Connect(LoopbackPeer& peer) {
-    EXPECT_EQ(Do(OLEIVERB_INPLACEACTIVATE), S_OK);
-    EXPECT_EQ(ConnectTo(peer), 1);
+    EXPECT_EQ(connected, 1);
     peer.Accept();
   }
 
@@ -86,27 +82,22 @@ struct Embedded {
   ComPtr<ITlkc> control;
 };
 
-/// A whole message of the server, with an empty body.
+/// A whole message of the server, with a type of three letters and an empty body.
 inline std::string ServerMessage(const std::string& type) {
-  const std::string text =
-      "\" xmlns=\"\" Type=\"" + type + "\"><From Id=\"0\"/><To Id=\"7\"/><Data/></TLK_Message>";
-  const std::string length = std::to_string(28 + text.size());
-  return "<TLK_Message Length=\"" + std::string(7 - length.size(), '0') + length + text;
+  EXPECT_EQ(type.size(), 3U);
+  return R"(<TLK_Message Length="0000097" xmlns="" Type=")" + type +
+         R"("><From Id="0"/><To Id="7"/><Data/></TLK_Message>)";
 }
 
-/// A control of the module that lies beside the test, in a window.
+/// A control of the module that lies beside the test, in a window, and a sink of its events.
 class ContainerTest : public testing::Test {
  protected:
-  /// The container's, for all tests.
-  static inline const HWND m_window = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 400, 300,
-                                                      nullptr, nullptr, nullptr, nullptr);
-
   // Where a module that is loaded afterwards keeps its trace log.
-  const BOOL m_temporary = SetEnvironmentVariableW(L"TMP", FileBesideTest(L"").c_str());
+  const BOOL m_temporary = SetEnvironmentVariableW(L"TMP", FileBesideTest("").c_str());
   const Apartment m_apartment;
   const LoadedModule m_module{};
-  EventListener m_listener;
-  Embedded m_embedded{m_module, m_window};
+  Site m_listener;
+  Embedded m_embedded{m_module};
 };
 
 }  // namespace tlk

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <memory>
 
 #include "tests/com/ContainerFixture.h"
@@ -22,19 +21,22 @@ TEST_F(EventsTest, ConnectionPointsKeepTheirSinks) {
     EXPECT_EQ(found->GetConnectionInterface(&id), S_OK);
     EXPECT_TRUE(id == expected && found.Get() == point.Get());
   }
-  EXPECT_EQ(points->Next(1, point.Put(), nullptr), S_FALSE);
-  EXPECT_EQ(points->Reset(), S_OK);
-  EXPECT_EQ(points->Skip(2), S_OK);
-  EXPECT_EQ(points->Skip(1), S_FALSE);
-  EXPECT_EQ(container->FindConnectionPoint(IID_IDispatch, point.Put()), CONNECT_E_NOCONNECTION);
-
   const auto events = m_embedded.Events();
-  const DWORD cookies[] = {m_embedded.Advise(m_listener), m_embedded.Advise(m_listener)};
-  EXPECT_EQ(events->Unadvise(cookies[0]), S_OK);
-  EXPECT_EQ(events->Unadvise(cookies[0]), CONNECT_E_NOCONNECTION);
-  EXPECT_NE(m_embedded.Advise(m_listener), cookies[0]);
+  const DWORD first = m_embedded.Advise(m_listener);
   DWORD none = 1;
-  EXPECT_EQ(events->Advise(m_embedded.control.Get(), &none), CONNECT_E_CANNOTCONNECT);
+  const std::pair<HRESULT, HRESULT> calls[] = {
+      {points->Next(1, point.Put(), nullptr), S_FALSE},
+      {points->Reset(), S_OK},
+      {points->Skip(2), S_OK},
+      {points->Skip(1), S_FALSE},
+      {container->FindConnectionPoint(IID_IDispatch, point.Put()), CONNECT_E_NOCONNECTION},
+      {m_embedded.Advise(m_listener) == first, FALSE},
+      {events->Unadvise(first), S_OK},
+      {events->Unadvise(first), CONNECT_E_NOCONNECTION},
+      {m_embedded.Advise(m_listener) == first, FALSE},
+      {events->Advise(m_embedded.control.Get(), &none), CONNECT_E_CANNOTCONNECT}};
+  for (int number = 1; const auto& [result, expected] : calls)
+    EXPECT_EQ(result, expected) << number++;
   EXPECT_EQ(none, 0U);
 }
 
@@ -46,10 +48,11 @@ TEST_F(EventsTest, SinksMayComeAndGoInsideAnEvent) {
   } cases[] = {{1, false, "2120"}, {0, false, "1220"}, {2, false, "2200"},
                {2, true, "2202"},  {-1, true, "2221"}, {-1, false, "2220"}};
   for (const auto& [goes, comes, heard] : cases) {
-    std::array<EventListener, 4> sinks;
-    const Embedded embedded(m_module, m_window);
+    Site sinks[4];
+    const Embedded embedded(m_module);
     DWORD cookies[3];
     for (std::size_t i = 0; i < 3; ++i) cookies[i] = embedded.Advise(sinks[i]);
+    sinks[0].awaited = sinks[1].awaited = "status 0";
     sinks[0].answer = E_FAIL;
     sinks[1].during = [&, gone = goes, isNew = comes] {
       EXPECT_EQ(embedded.control->Disconnect(), S_OK) << "an event in the event is not raised";
@@ -58,36 +61,37 @@ TEST_F(EventsTest, SinksMayComeAndGoInsideAnEvent) {
     };
     for (int i = 0; i < 2; ++i) EXPECT_EQ(embedded.control->Disconnect(), S_OK);
     std::string times;
-    for (const auto& sink : sinks) times += std::to_string(std::ranges::count(sink.heard, '0'));
+    for (const auto& sink : sinks) times += std::to_string(std::ranges::count(sink.calls, '0'));
     EXPECT_EQ(times, heard) << goes << comes;
   }
 }
 
 TEST_F(EventsTest, AHandlerMayEndItAll) {
-  auto another = std::make_unique<Embedded>(m_module, m_window);
+  auto another = std::make_unique<Embedded>(m_module);
   const std::pair<std::function<void(Embedded&)>, std::string> cases[] = {
-      {[](Embedded& e) { e.control->Disconnect(); }, "status 0;"},
+      {[](Embedded& e) { e.control->Disconnect(); }, " status 0"},
       {[](Embedded& e) { e.As<IOleInPlaceObject>()->InPlaceDeactivate(); }, ""},
       {[](Embedded& e) { DestroyWindow(e.Window()); }, ""},
-      {[&](Embedded&) { another = nullptr; }, "Two <Data/>;"},
+      {[&](Embedded&) { another = nullptr; }, " Two <Data/>"},
       {[](Embedded& e) { e.Leave(); }, ""}};
   for (int number = 1; const auto& [act, heard] : cases) {
     SCOPED_TRACE(number++);
     LoopbackPeer peer;
-    Embedded embedded(m_module, m_window);
+    Embedded embedded(m_module);
     embedded.Advise(m_listener);
     embedded.Connect(peer);
     EXPECT_EQ(embedded.As<IOleControl>()->FreezeEvents(TRUE), S_OK);
+    m_listener.awaited = "One <Data/>";
     m_listener.during = [&, &action = act] { action(embedded); };
-    m_listener.heard.clear();
+    m_listener.calls.clear();
     peer.Send(ServerMessage("One") + ServerMessage("Two"));
-    EXPECT_TRUE(PumpUntil([&] { return m_listener.heard.size() >= 12 + heard.size(); }));
+    EXPECT_TRUE(PumpUntil([&] { return m_listener.calls.size() >= 11 + heard.size(); }));
     if (embedded.control) embedded.Leave();
     EXPECT_TRUE(PumpUntil([&] {
       WSASetLastError(0);
       return peer.ReadSome(9).empty() && WSAGetLastError() != WSAEWOULDBLOCK;
     })) << "the end of the connection";
-    EXPECT_EQ(m_listener.heard, "One <Data/>;" + heard);
+    EXPECT_EQ(m_listener.calls, "One <Data/>" + heard);
   }
 }
 

@@ -26,39 +26,31 @@ struct Outer final : OwnComponent<IUnknown> {
 
 using IdentityTest = ContainerTest;
 
-// From each interface to each other, and from there back to the one identity.
-void ExpectOneObject(IUnknown& identity) {
-  for (const IID& from : kInterfaces) {
-    for (const IID& to : kInterfaces) {
-      SCOPED_TRACE(testing::Message() << from.Data1 << " " << to.Data1);
-      ComPtr<IUnknown> start;
-      ComPtr<IUnknown> end;
-      ComPtr<IUnknown> same;
-      ASSERT_EQ(identity.QueryInterface(from, start.PutVoid()), S_OK);
-      ASSERT_EQ(start.QueryTo(end, to), S_OK);
-      ASSERT_EQ(end.QueryTo(same), S_OK);
-      EXPECT_EQ(same.Get(), &identity);
-    }
-  }
-  for (const IID& none : {DIID__ITlkcEvents, IID_IObjectSafety}) {
-    void* object = &identity;
-    EXPECT_EQ(identity.QueryInterface(none, &object), E_NOINTERFACE);
-    EXPECT_EQ(object, nullptr);
-  }
-}
-
-TEST_F(IdentityTest, IsOneObjectWithNobodyAroundIt) {
-  ExpectOneObject(*m_module.Create().Get());
-  EXPECT_EQ(m_module.Create()->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
-}
-
-TEST_F(IdentityTest, IsAPartOfAnObjectAroundIt) {
+TEST_F(IdentityTest, IsOneObjectAlsoWithAnObjectAroundIt) {
   Outer outer;
   outer.inner = m_module.Create(&outer);
-  ExpectOneObject(outer);
-  ComPtr<IUnknown> identity;
-  EXPECT_EQ(outer.inner.QueryTo(identity), S_OK);
-  EXPECT_EQ(identity.Get(), outer.inner.Get()) << "the outer object's own reference";
+  const auto alone = m_module.Create();
+  for (IUnknown* const identity : {alone.Get(), static_cast<IUnknown*>(&outer)}) {
+    for (const IID& part : kInterfaces) {
+      SCOPED_TRACE(part.Data1);
+      ComPtr<IUnknown> start;
+      ComPtr<ITlkc> control;
+      ComPtr<IUnknown> same;
+      ASSERT_EQ(identity->QueryInterface(part, start.PutVoid()), S_OK);
+      ASSERT_EQ(start.QueryTo(control), S_OK);
+      ASSERT_EQ(start.QueryTo(same), S_OK);
+      EXPECT_EQ(same.Get(), identity);
+    }
+    for (const IID& none : {DIID__ITlkcEvents, IID_IObjectSafety}) {
+      void* object = identity;
+      EXPECT_EQ(identity->QueryInterface(none, &object), E_NOINTERFACE);
+      EXPECT_EQ(object, nullptr);
+    }
+  }
+  ComPtr<IUnknown> own;
+  EXPECT_EQ(outer.inner.QueryTo(own), S_OK);
+  EXPECT_EQ(own.Get(), outer.inner.Get()) << "the outer object's own reference";
+  EXPECT_EQ(alone->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 }
 
 TEST_F(IdentityTest, SaysWhatItIsAndWhatItDoesNotDo) {
@@ -66,57 +58,85 @@ TEST_F(IdentityTest, SaysWhatItIsAndWhatItDoesNotDo) {
   const auto object = m_embedded.As<IOleObject>();
   const auto view = m_embedded.As<IViewObjectEx>();
   FORMATETC text{CF_TEXT, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
-  FORMATETC drawing{CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1, TYMED_MFPICT};
-  STGMEDIUM medium{};
-  DWORD asContent = 0;
-  DWORD asIcon = 1;
-  DWORD cookie = 0;
-  DWORD in = 9;
-  DWORD out = 9;
+  DWORD told[] = {9, 9, 9, 9};
   GUID events{};
   CAUUID pages{9, nullptr};
   LPOLESTR name = nullptr;
   const RECT bounds{10, 10, 20, 20};
   IAdviseSink* const sink = &m_embedded.site;
-  const std::pair<HRESULT, HRESULT> cases[] = {
+  const std::pair<HRESULT, HRESULT> calls[] = {
       {m_embedded.As<IProvideClassInfo2>()->GetGUID(1, &events), S_OK},
-      {object->GetMiscStatus(DVASPECT_CONTENT, &asContent), S_OK},
-      {object->GetMiscStatus(DVASPECT_ICON, &asIcon), S_OK},
+      {object->GetMiscStatus(DVASPECT_CONTENT, &told[0]), S_OK},
+      {object->GetMiscStatus(DVASPECT_ICON, &told[1]), S_OK},
       {object->GetUserType(USERCLASSTYPE_FULL, &name), S_OK},
       {object->Unadvise(99), OLE_E_NOCONNECTION},
       {m_embedded.As<ISpecifyPropertyPages>()->GetPages(&pages), S_OK},
       {view->SetAdvise(DVASPECT_ICON, 0, sink), DV_E_DVASPECT},
-      {view->QueryHitPoint(DVASPECT_CONTENT, &bounds, {10, 19}, 0, &in), S_OK},
-      {view->QueryHitPoint(DVASPECT_CONTENT, &bounds, {10, 20}, 0, &out), S_OK},
-      {data->GetData(&text, &medium), DV_E_FORMATETC},
-      {data->GetData(&drawing, &medium), S_OK},
-      {data->SetData(&text, nullptr, FALSE), E_NOTIMPL},
-      {data->DAdvise(&text, 0, sink, &cookie), DV_E_FORMATETC}};
-  for (const auto& [result, expected] : cases) EXPECT_EQ(result, expected);
+      {view->QueryHitPoint(DVASPECT_CONTENT, &bounds, {10, 19}, 0, &told[2]), S_OK},
+      {view->QueryHitPoint(DVASPECT_CONTENT, &bounds, {10, 20}, 0, &told[3]), S_OK},
+      {data->DAdvise(&text, 0, sink, &told[0]), DV_E_FORMATETC}};
+  for (const auto& [result, expected] : calls) EXPECT_EQ(result, expected);
   EXPECT_TRUE(events == DIID__ITlkcEvents && pages.cElems == 0);
-  EXPECT_TRUE(asContent == 131473 && asIcon == 0 && in == HITRESULT_HIT && out == 0);
+  EXPECT_THAT(told, testing::ElementsAre(131473, 0, HITRESULT_HIT, HITRESULT_OUTSIDE));
   EXPECT_STREQ(name, L"Tlkc Class");
-  EXPECT_EQ(medium.tymed, static_cast<DWORD>(TYMED_MFPICT));
   CoTaskMemFree(name);
+}
+
+TEST_F(IdentityTest, DrawsItsTextIntoItsBoundsAndNowhereElse) {
+  FORMATETC drawing{CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1, TYMED_MFPICT};
+  STGMEDIUM medium{};
+  ASSERT_EQ(m_embedded.As<IDataObject>()->GetData(&drawing, &medium), S_OK);
+  char records[512];
+  const auto* const picture = static_cast<METAFILEPICT*>(GlobalLock(medium.hMetaFilePict));
+  const UINT size = GetMetaFileBitsEx(picture->hMF, sizeof records, records);
+  EXPECT_NE(std::string(records, size).find("ATL 3.0 : Tlkc"), std::string::npos);
+  GlobalUnlock(medium.hMetaFilePict);
   ReleaseStgMedium(&medium);
+
+  const HDC device = CreateCompatibleDC(nullptr);
+  const HBITMAP bitmap = CreateBitmap(200, 100, 1, 32, nullptr);
+  SelectObject(device, bitmap);
+  for (const int scale : {20, -20}) {  // upside down
+    PatBlt(device, 0, 0, 200, 100, BLACKNESS);
+    SaveDC(device);
+    SetMapMode(device, MM_ANISOTROPIC);
+    SetWindowExtEx(device, 10, 10, nullptr);
+    SetViewportExtEx(device, 20, scale, nullptr);
+    SetViewportOrgEx(device, 10, 50, nullptr);
+    const RECTL bounds{35, -20, 45, 20};  // narrower than the text
+    EXPECT_EQ(m_embedded.As<IViewObject>()->Draw(DVASPECT_CONTENT, -1, nullptr, nullptr, nullptr,
+                                                 device, &bounds, nullptr, nullptr, 0),
+              S_OK);
+    RestoreDC(device, -1);
+    // Where the text's line is, only what lies outside is looked at.
+    for (int x = 0; x < 200; ++x) {
+      for (int y = 0; y < 100; ++y) {
+        const bool isOutside = x < 80 || x >= 100 || y < 10 || y >= 90;
+        const bool isPlain = x > 80 && x < 99 && y > 10 && y < 89 && (y < 35 || y > 65);
+        const COLORREF expected = isPlain ? 0xFFFFFF : isOutside ? 0 : GetPixel(device, x, y);
+        ASSERT_EQ(GetPixel(device, x, y), expected) << x << " " << y;
+      }
+    }
+  }
+  DeleteDC(device);
+  DeleteObject(bitmap);
 }
 
 TEST_F(IdentityTest, MeetsAContainerInOneCall) {
   const auto quick = m_embedded.As<IQuickActivate>();
-  Site site(m_window);
   QACONTAINER container{};
   QACONTROL control{};
   EXPECT_EQ(quick->QuickActivate(&container, &control), E_UNEXPECTED);
   container.cbSize = sizeof container;
   control.cbSize = sizeof control;
-  container.pClientSite = &site;
-  container.pUnkEventSink = &m_listener;
+  container.pClientSite = &m_listener;
+  container.pUnkEventSink = static_cast<_ITlkcEvents*>(&m_listener);
   EXPECT_EQ(quick->QuickActivate(&container, &control), S_OK);
   EXPECT_TRUE(control.dwMiscStatus == 131473 && control.dwViewStatus == VIEWSTATUS_OPAQUE);
   EXPECT_EQ(m_embedded.Events()->Unadvise(control.dwEventCookie), S_OK);
   ComPtr<IOleClientSite> found;
   EXPECT_EQ(m_embedded.As<IOleObject>()->GetClientSite(found.Put()), S_OK);
-  EXPECT_EQ(found.Get(), &site);
+  EXPECT_EQ(found.Get(), &m_listener);
   m_embedded.Leave();
 }
 

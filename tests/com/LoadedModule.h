@@ -5,17 +5,17 @@
 #include <ole2.h>
 #include <windows.h>
 
-#include <string>
+#include <filesystem>
 
 #include "platform/windows/ComPtr.h"
 
 namespace tlk {
 
 /// A file of the folder where the test program and the module lie.
-inline std::wstring FileBesideTest(const std::wstring& name) {
-  std::wstring path(32768, L'\0');
-  path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-  return path.substr(0, path.rfind(L'\\') + 1) + name;
+inline std::filesystem::path FileBesideTest(const char* name) {
+  wchar_t path[MAX_PATH];
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  return std::filesystem::path(path).replace_filename(name);
 }
 
 /// The single-threaded apartment in which a test runs.
@@ -26,7 +26,6 @@ struct Apartment {
 
 /// The module, loaded as it lies beside the test. In the end nothing may hold it.
 struct LoadedModule {
-  LoadedModule() : module(LoadLibraryW(FileBesideTest(L"TlkC2.dll").c_str())) {}
   ~LoadedModule() {
     EXPECT_EQ(Call("DllCanUnloadNow"), S_OK);
     FreeLibrary(module);
@@ -56,7 +55,7 @@ struct LoadedModule {
     return made;
   }
 
-  const HMODULE module;
+  const HMODULE module = LoadLibraryW(FileBesideTest("TlkC2.dll").c_str());
 };
 
 }  // namespace tlk

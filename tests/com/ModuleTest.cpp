@@ -6,50 +6,58 @@ namespace {
 
 class ModuleTest : public testing::Test {
  protected:
-  HRESULT CanUnload() { return m_module.Call("DllCanUnloadNow"); }
-
   const Apartment m_apartment;
-  const LoadedModule m_module;
 };
 
-TEST_F(ModuleTest, ServesOneClassPlainAndAggregated) {
+TEST_F(ModuleTest, ServesOneClassAndStaysForWhatHoldsIt) {
+  const LoadedModule module;
+  auto factory = module.Factory();
   ComPtr<IUnknown> object;
   void** const place = object.PutVoid();
-  const auto factory = m_module.Factory();
-  EXPECT_EQ(m_module.GetClassObject(IID_ITlkc, IID_IUnknown, place), CLASS_E_CLASSNOTAVAILABLE);
-  EXPECT_EQ(m_module.GetClassObject(CLSID_Tlkc, IID_IDispatch, place), E_NOINTERFACE);
-  EXPECT_EQ(m_module.GetClassObject(CLSID_Tlkc, IID_IUnknown, nullptr), E_POINTER);
-  EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
-  EXPECT_EQ(factory->CreateInstance(nullptr, CLSID_Tlkc, place), E_NOINTERFACE);
-  EXPECT_EQ(factory->CreateInstance(factory.Get(), IID_IDispatch, place), CLASS_E_NOAGGREGATION);
-  EXPECT_FALSE(object);
-  EXPECT_TRUE(m_module.Create() && m_module.Create(factory.Get()));
-}
-
-TEST_F(ModuleTest, StaysForWhatHoldsIt) {
-  EXPECT_EQ(CanUnload(), S_OK);
-  auto factory = m_module.Factory();
-  EXPECT_EQ(CanUnload(), S_FALSE) << "a class object";
+  const std::pair<HRESULT, HRESULT> calls[] = {
+      {module.GetClassObject(IID_ITlkc, IID_IUnknown, place), CLASS_E_CLASSNOTAVAILABLE},
+      {module.GetClassObject(CLSID_Tlkc, IID_IDispatch, place), E_NOINTERFACE},
+      {module.GetClassObject(CLSID_Tlkc, IID_IUnknown, nullptr), E_POINTER},
+      {factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER},
+      {factory->CreateInstance(nullptr, CLSID_Tlkc, place), E_NOINTERFACE},
+      {factory->CreateInstance(factory.Get(), IID_IDispatch, place), CLASS_E_NOAGGREGATION}};
+  for (const auto& [result, expected] : calls) EXPECT_EQ(result, expected);
+  EXPECT_EQ(module.Call("DllCanUnloadNow"), S_FALSE) << "a class object";
   EXPECT_EQ(factory->LockServer(TRUE), S_OK);
   factory = nullptr;
-  EXPECT_EQ(CanUnload(), S_FALSE) << "a lock";
-  auto control = m_module.Create();
-  EXPECT_EQ(m_module.Factory()->LockServer(FALSE), S_OK);
-  EXPECT_EQ(CanUnload(), S_FALSE) << "a control";
-  control = nullptr;
-  EXPECT_EQ(CanUnload(), S_OK);
+  EXPECT_EQ(module.Call("DllCanUnloadNow"), S_FALSE) << "a lock";
+  object = module.Create();
+  EXPECT_EQ(module.Factory()->LockServer(FALSE), S_OK);
+  EXPECT_EQ(module.Call("DllCanUnloadNow"), S_FALSE) << "a control";
 }
 
-TEST(ModuleLifeTest, AThousandLoadsLeaveNothingBehind) {
-  const Apartment apartment;
-  ProcessHoldings before;
-  for (int loads = 0; loads < 1000; ++loads) {
-    if (loads == 20) before = HoldingsNow();  // The first few only warm the process up.
-    const LoadedModule module;
-    EXPECT_TRUE(module.Create());
-  }
-  ExpectNothingLeftSince(before);
+TEST_F(ModuleTest, AThousandLoadsLeaveNothingBehind) {
+  ExpectToLeaveNothing([](int) { EXPECT_TRUE(LoadedModule().Create()); });
   EXPECT_EQ(GetModuleHandleW(L"TlkC2.dll"), nullptr);
+}
+
+// A program whose own manifest names the module is run with the samples (tests/embedding).
+TEST_F(ModuleTest, ItsManifestStandsInForTheRegistry) {
+  const std::wstring module = FileBesideTest("TlkC2.dll").wstring();
+  ACTCTXW host{};
+  host.cbSize = sizeof host;
+  host.dwFlags = ACTCTX_FLAG_RESOURCE_NAME_VALID;
+  host.lpSource = module.c_str();
+  host.lpResourceName = MAKEINTRESOURCEW(1);
+  const HANDLE context = CreateActCtxW(&host);
+  ULONG_PTR cookie = 0;
+  ASSERT_TRUE(ActivateActCtx(context, &cookie));
+  CLSID found{};
+  DWORD status = 0;
+  ComPtr<ITypeLib> library;
+  ComPtr<IUnknown> control;
+  EXPECT_EQ(CLSIDFromProgID(L"TlkC2.Tlkc.1", &found), S_OK);
+  EXPECT_EQ(OleRegGetMiscStatus(found, DVASPECT_CONTENT, &status), S_OK);
+  EXPECT_EQ(status, 131473U);
+  EXPECT_EQ(LoadRegTypeLib(LIBID_TLKC2Lib, 1, 0, 0, library.Put()), S_OK);
+  EXPECT_EQ(CoCreateInstance(found, nullptr, CLSCTX_INPROC, IID_IUnknown, control.PutVoid()), S_OK);
+  DeactivateActCtx(0, cookie);
+  ReleaseActCtx(context);
 }
 
 }  // namespace

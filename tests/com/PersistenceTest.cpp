@@ -23,36 +23,36 @@ TEST_F(PersistenceTest, ComesBackInItsSizeAndFromNothingElse) {
   ComPtr<IStorage> file;
   const DWORD mode = STGM_READWRITE | STGM_SHARE_EXCLUSIVE | STGM_DELETEONRELEASE;
   ASSERT_EQ(StgCreateDocfile(nullptr, mode, 0, file.Put()), S_OK);
-  EXPECT_EQ(storage->Load(file.Get()), STG_E_FILENOTFOUND);
-  EXPECT_EQ(stream->IsDirty(), S_FALSE);
-  SIZEL extent{9, 9};
-  ASSERT_EQ(object->SetExtent(DVASPECT_CONTENT, &extent), S_OK);
-  ASSERT_EQ(storage->Save(file.Get(), FALSE), S_OK);
-  EXPECT_EQ(storage->SaveCompleted(file.Get()), S_OK);
-  EXPECT_EQ(stream->IsDirty(), S_FALSE) << "the storage is now its own";
-  extent = {1234, 567};
-  ASSERT_EQ(object->SetExtent(DVASPECT_CONTENT, &extent), S_OK);
-  EXPECT_EQ(storage->SaveCompleted(file.Get()), S_OK) << "nothing was saved";
-  ASSERT_EQ(storage->Save(file.Get(), FALSE), S_OK);
-  EXPECT_EQ(storage->SaveCompleted(nullptr), S_OK);
-  EXPECT_EQ(stream->IsDirty(), S_OK) << "that was a copy";
-  ASSERT_EQ(stream->Save(saved.Get(), TRUE), S_OK);
-  EXPECT_EQ(stream->IsDirty(), S_FALSE);
-  ASSERT_EQ(saved->Seek({}, STREAM_SEEK_SET, nullptr), S_OK);
-  const std::vector<BYTE> smallest{1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
-  EXPECT_EQ(stream->Load(Stream(smallest).Get()), S_OK);
-  for (const bool fromStream : {true, false}) {
-    EXPECT_EQ(stream->InitNew(), S_OK);
-    EXPECT_EQ(fromStream ? stream->Load(saved.Get()) : storage->Load(file.Get()), S_OK);
-    for (const std::vector<BYTE>& foreign :
-         std::vector<std::vector<BYTE>>{{1, 0, 0, 0, 9, 0, 0, 0, 9, 0, 0},
-                                        std::vector<BYTE>(12, 2),
-                                        {1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 9, 0, 0, 0},
-                                        {1, 0, 0, 0, 9, 0, 0, 0, 0, 0, 0, 0x80}}) {
-      EXPECT_EQ(stream->Load(Stream(foreign).Get()), STG_E_OLDFORMAT);
-    }
+  const auto resize = [&](SIZEL extent) { return object->SetExtent(DVASPECT_CONTENT, &extent); };
+  const std::pair<HRESULT, HRESULT> calls[] = {
+      {storage->Load(file.Get()), STG_E_FILENOTFOUND},
+      {stream->IsDirty(), S_FALSE},
+      {resize({9, 9}), S_OK},
+      {storage->Save(file.Get(), FALSE), S_OK},
+      {storage->SaveCompleted(file.Get()), S_OK},
+      {stream->IsDirty(), S_FALSE},  // The storage is now its own.
+      {resize({1234, 567}), S_OK},
+      {storage->SaveCompleted(file.Get()), S_OK},  // Nothing was saved,
+      {storage->Save(file.Get(), FALSE), S_OK},
+      {storage->SaveCompleted(nullptr), S_OK},  // that was a copy,
+      {stream->IsDirty(), S_OK},                // and both are still to be saved.
+      {stream->Save(saved.Get(), TRUE), S_OK},
+      {stream->IsDirty(), S_FALSE},
+      {saved->Seek({}, STREAM_SEEK_SET, nullptr), S_OK},
+      {stream->Load(Stream({1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}).Get()), S_OK},
+      {stream->Load(saved.Get()), S_OK},
+      {stream->Load(Stream({1, 0, 0, 0, 9, 0, 0, 0, 9, 0, 0}).Get()), STG_E_OLDFORMAT},
+      {stream->Load(Stream({2, 0, 0, 0, 9, 0, 0, 0, 9, 0, 0, 0}).Get()), STG_E_OLDFORMAT},
+      {stream->Load(Stream({1, 0, 0, 0, 9, 0, 0, 128, 9, 0, 0, 0}).Get()), STG_E_OLDFORMAT},
+      {stream->Load(Stream({1, 0, 0, 0, 9, 0, 0, 0, 0, 0, 0, 128}).Get()), STG_E_OLDFORMAT}};
+  for (int number = 1; const auto& [result, expected] : calls)
+    EXPECT_EQ(result, expected) << number++;
+  for (const bool fromStorage : {false, true}) {
+    SIZEL extent{};
+    EXPECT_EQ(fromStorage ? storage->Load(file.Get()) : S_OK, S_OK);
     EXPECT_EQ(object->GetExtent(DVASPECT_CONTENT, &extent), S_OK);
     EXPECT_TRUE(extent.cx == 1234 && extent.cy == 567);
+    EXPECT_EQ(stream->InitNew(), S_OK);
   }
 }
 

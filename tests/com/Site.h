@@ -1,5 +1,7 @@
 #pragma once
 
+#include <TlkC2.h>
+#include <gtest/gtest.h>
 #include <ocidl.h>
 #include <olectl.h>
 
@@ -8,22 +10,42 @@
 #include <utility>
 
 #include "platform/windows/ComPtr.h"
-#include "tests/com/OwnComponent.h"
 
 namespace tlk {
 
-/// What a container shows a control, in one object.
-class Site final : public OwnComponent<IOleClientSite, IOleInPlaceSite, IOleInPlaceUIWindow,
-                                       IOleControlSite, IAdviseSink> {
+/// A component on the stack of a test: nobody may hold it in the end.
+template <typename... Interfaces>
+class OwnComponent : public Interfaces... {
  public:
-  explicit Site(HWND window) : m_window(window) {}
+  ~OwnComponent() { EXPECT_EQ(m_references, 1U); }
 
-  /// The control's calls since the last time, one blank between them.
-  std::string TakeCalls() { return std::exchange(m_calls, {}); }
+  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+    *object = nullptr;
+    ((iid == __uuidof(Interfaces) ? void(*object = static_cast<Interfaces*>(this)) : void()), ...);
+    if (*object == nullptr) return E_NOINTERFACE;
+    AddRef();
+    return S_OK;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
+  STDMETHODIMP_(ULONG) Release() override { return --m_references; }
 
-  std::string refused;                                  ///< The call that fails.
-  std::function<void(const std::string& call)> during;  ///< Runs inside each call.
-  ComPtr<IOleInPlaceActiveObject> active;               ///< What has the user's attention.
+ private:
+  ULONG m_references = 1;
+};
+
+/// What a container shows a control, and a sink of the control's events, in one object.
+class Site final : public OwnComponent<IOleClientSite, IOleInPlaceSite, IOleInPlaceUIWindow,
+                                       IOleControlSite, IAdviseSink, _ITlkcEvents> {
+ public:
+  /// The container's, for all sites.
+  static inline const HWND window = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 400, 300,
+                                                    nullptr, nullptr, nullptr, nullptr);
+
+  std::string calls;                       ///< The control's, one blank between them.
+  std::string awaited;                     ///< The call that is treated in a way of its own:
+  std::function<void()> during;            ///< this runs inside the first,
+  HRESULT answer = S_OK;                   ///< and this is the result of each.
+  ComPtr<IOleInPlaceActiveObject> active;  ///< What has the user's attention.
 
   STDMETHODIMP SaveObject() override { return Note("SaveObject"); }
   STDMETHODIMP GetMoniker(DWORD, DWORD, IMoniker**) override { return E_NOTIMPL; }
@@ -31,8 +53,8 @@ class Site final : public OwnComponent<IOleClientSite, IOleInPlaceSite, IOleInPl
   STDMETHODIMP ShowObject() override { return Note("ShowObject"); }
   STDMETHODIMP OnShowWindow(BOOL shown) override { return Note(shown ? "Shown" : "Unshown"); }
   STDMETHODIMP RequestNewObjectLayout() override { return E_NOTIMPL; }
-  STDMETHODIMP GetWindow(HWND* window) override {
-    *window = m_window;
+  STDMETHODIMP GetWindow(HWND* given) override {
+    *given = window;
     return Note("GetWindow");
   }
   STDMETHODIMP ContextSensitiveHelp(BOOL) override { return E_NOTIMPL; }
@@ -76,15 +98,28 @@ class Site final : public OwnComponent<IOleClientSite, IOleInPlaceSite, IOleInPl
   STDMETHODIMP_(void) OnSave() override { Note("OnSave"); }
   STDMETHODIMP_(void) OnClose() override { Note("OnClose"); }
 
- private:
-  HRESULT Note(const std::string& call) {
-    m_calls += (m_calls.empty() ? "" : " ") + call;
-    if (during) during(call);
-    return call == refused ? E_ABORT : S_OK;
+  STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+  STDMETHODIMP Invoke(DISPID event, REFIID reserved, LCID locale, WORD kind, DISPPARAMS* given,
+                      VARIANT* result, EXCEPINFO* exception, UINT* badArgument) override {
+    EXPECT_TRUE(reserved == IID_NULL && locale == 0x400 && kind == DISPATCH_METHOD && result &&
+                !exception && !badArgument);
+    EXPECT_TRUE(given->cArgs == static_cast<UINT>(event) && given->cNamedArgs == 0);
+    const VARIANT* const value = given->rgvarg;
+    EXPECT_EQ(value[0].vt, event == 1 ? VT_I4 : VT_BSTR);
+    if (event == 1) return Note("status " + std::to_string(value[0].lVal));
+    const std::wstring told = value[1].bstrVal + std::wstring(L" ") + value[0].bstrVal;
+    return Note({told.begin(), told.end()});
   }
 
-  const HWND m_window;
-  std::string m_calls;
+ private:
+  HRESULT Note(const std::string& call) {
+    calls += (calls.empty() ? "" : " ") + call;
+    if (call != awaited) return S_OK;
+    if (during) std::exchange(during, nullptr)();
+    return answer;
+  }
 };
 
 }  // namespace tlk
