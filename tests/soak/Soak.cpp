@@ -15,10 +15,6 @@
 #include "control/NativeControl.h"
 #include "tests/soak/Program.h"
 
-/// Present where a sanitizer has put a heap of its own.
-extern "C" std::size_t AllocatedBytes() __asm__("__sanitizer_get_current_allocated_bytes")
-    __attribute__((weak));
-
 namespace tlk {
 namespace {
 
@@ -27,7 +23,7 @@ namespace fs = std::filesystem;
 constexpr int kTurns = 5;   // Connections of a client in a wave.
 constexpr int kBurst = 10;  // The first message of a burst is a request.
 constexpr std::size_t kMaxHeapGrowth = 512 << 10;
-constexpr std::size_t kServerLimit = 20'000;
+constexpr int kServerLimit = 20'000;
 
 /// How a connection ends. The server closes it for a message beyond its limit, which resets it when
 /// there is more of the message to come.
@@ -62,14 +58,14 @@ class Client final : public ITlkcEvents {
     std::u16string data;
     (*m_control)->SendReceiveTlkMsg(Type(m_sent), Body(m_sent), &type, &data, 60'000);
     ++m_sent;
-    Take(type, data);
+    TlkMsgRecieved(type, data);
   }
 
   void End(Way way) {
     m_way = way;
     if (way == kDisconnect) (*m_control)->Disconnect();
-    if (way == kServerCloses) SendTooLong(kServerLimit + 2'000);
-    if (way == kServerResets) SendTooLong(5 * kServerLimit);
+    if (way == kServerCloses) (*m_control)->SendTLKMsg(u"Long", Text(kServerLimit + 2'000));
+    if (way == kServerResets) (*m_control)->SendTLKMsg(u"Long", Text(5 * kServerLimit));
     if (way != kControlDestroyed) return;
     m_control.reset();
     m_hasEnded = true;
@@ -88,19 +84,15 @@ class Client final : public ITlkcEvents {
   }
   // Mostly small; one of ten is larger, and one of a hundred large.
   static std::u16string Body(int number) {
-    const int size = number % 100 == 15 ? 15'000 : number % 10 == 3 ? 2'000 : number % 80;
+    return Text(number % 100 == 15 ? 15'000 : number % 10 == 3 ? 2'000 : number % 80);
+  }
+  static std::u16string Text(int size) {
     return u"<a>\u00e9&lt;" + std::u16string(static_cast<std::size_t>(size), u'x') + u"</a>";
   }
-  void SendTooLong(std::size_t size) {
-    (*m_control)->SendTLKMsg(u"Long", u"<a>" + std::u16string(size, u'x') + u"</a>");
-  }
 
-  void Take(std::u16string_view type, std::u16string_view data) {
+  void TlkMsgRecieved(std::u16string_view type, std::u16string_view data) override {
     m_isTrue &= type == Type(m_received) && data == u"<Data>" + Body(m_received) + u"</Data>";
     ++m_received;
-  }
-  void TlkMsgRecieved(std::u16string_view type, std::u16string_view data) override {
-    Take(type, data);
   }
   void ConnStatusChanged(TLK_ConnStatusEnum status) override {
     if (status == TLK_Connected) return;
@@ -126,13 +118,6 @@ struct Options {
   unsigned limit = 300;
 };
 
-/// Passes the server's first line on, and in the end its status.
-std::string ServerCommand(const Options& options) {
-  return "{ '" + options.tlk + "' serve --clients " + std::to_string(options.connections) +
-         " --for " + std::to_string(options.limit) + " --max-length " +
-         std::to_string(kServerLimit) + "; echo status $?; } 2>/dev/null | sed -un '1p; $p'";
-}
-
 struct Holdings {
   std::size_t heap;
   std::ptrdiff_t descriptors;
@@ -143,15 +128,19 @@ Holdings HoldingsNow() {
   const auto entries = [](const char* folder) {
     return std::distance(fs::directory_iterator(folder), {});
   };
-  const auto info = ::mallinfo2();
-  const bool isSanitized = AllocatedBytes != nullptr;
-  return {isSanitized ? AllocatedBytes() : info.uordblks + info.hblkhd, entries("/proc/self/fd"),
-          entries("/proc/self/task")};
+  const auto heap = ::mallinfo2();  // Nothing where a sanitizer has put a heap of its own.
+  return {heap.uordblks + heap.hblkhd, entries("/proc/self/fd"), entries("/proc/self/task")};
 }
 
 class Soak {
  public:
-  explicit Soak(const Options& options) : m_options(options), m_server(ServerCommand(options)) {
+  /// Passes the server's first line on, and in the end its status.
+  explicit Soak(const Options& options)
+      : m_options(options),
+        m_server("{ '" + options.tlk + "' serve --clients " + std::to_string(options.connections) +
+                 " --for " + std::to_string(options.limit) + " --max-length " +
+                 std::to_string(kServerLimit) +
+                 "; echo status $?; } 2>/dev/null | sed -un '1p; $p'") {
     TraceLog().SetConsoleEcho(false);
     TraceLog().SetMaxQueueSize(100'000);  // It keeps what room its lines once took.
   }
@@ -161,9 +150,8 @@ class Soak {
               m_options.messages % (2 * m_options.connections) == 0,
           "the numbers do not go into each other");
     m_server.ReadLine();
-    const auto colon = m_server.Output().find(':');
-    Check(colon != std::string::npos, "the server does not listen");
-    m_port = static_cast<std::uint16_t>(std::stoi(m_server.Output().substr(colon + 1)));
+    const std::string listening = m_server.Output();
+    m_port = static_cast<std::uint16_t>(std::stoi(listening.substr(listening.find(':') + 1)));
     const Holdings first = RunWave();
     while (m_connections < m_options.connections) {
       const Holdings now = RunWave();
@@ -178,8 +166,6 @@ class Soak {
  private:
   using Clients = std::list<Client>;
 
-  [[nodiscard]] int Each() const { return m_options.messages / 2 / m_options.connections; }
-
   Holdings RunWave() {
     Clients clients;
     for (int i = 0; i < m_options.atOnce; ++i) clients.emplace_back(m_loop, m_port);
@@ -188,22 +174,20 @@ class Soak {
     TraceLog().Flush();
     const Holdings now = HoldingsNow();
     std::printf("%5d connections %7d messages %4ld s: heap %zu, %td descriptors, %td threads\n",
-                m_connections, 2 * Each() * m_connections, std::time(nullptr) - m_start, now.heap,
+                m_connections, 2 * m_each * m_connections, std::time(nullptr) - m_start, now.heap,
                 now.descriptors, now.threads);
     return now;
   }
 
   void RunTurn(Clients& clients, int turn) {
     for (auto& client : clients) client.Connect();
-    for (int message = 0; message < Each(); ++message) {
+    for (int message = 0; message < m_each; ++message) {
       const bool isRequest = message % kBurst == 0;
       if (isRequest) Await(clients, &Client::IsAnswered);
       for (auto& client : clients) isRequest ? client.Request() : client.Send();
     }
     Await(clients, &Client::IsAnswered);
-    for (auto& client : clients) {
-      client.End(static_cast<Way>((m_connections++ + turn) % kWays));
-    }
+    for (auto& client : clients) client.End(static_cast<Way>((m_connections++ + turn) % kWays));
     Await(clients, &Client::HasEnded);
   }
 
@@ -212,6 +196,7 @@ class Soak {
   }
 
   const Options m_options;
+  const int m_each = m_options.messages / 2 / m_options.connections;
   const std::time_t m_start = std::time(nullptr);
   conversations::Program m_server;
   std::uint16_t m_port = 0;
