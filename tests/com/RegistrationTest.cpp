@@ -13,6 +13,7 @@ const std::string kClasses = "Software\\Classes\\";
 const std::string kClass = kClasses + "CLSID\\{152FDC3E-77C0-4E2B-957A-32C5CAE3B0CE}";
 const std::string kInterface = kClasses + "Interface\\{AEA070CC-49D3-4272-A0E2-F8F1B6BD30AA}";
 const std::string kTypeLibrary = kClasses + "TypeLib\\{C5A1C94B-80B9-4317-98BE-D528F13E2459}";
+const std::string kLibraryFile = kTypeLibrary + (kIs64Bit ? "\\1.0\\0\\win64" : "\\1.0\\0\\win32");
 
 /// A value with the module's path as "%MODULE%"; empty when there is none.
 std::string Value(HKEY hive, const std::string& key, const char* value = "") {
@@ -28,11 +29,9 @@ std::string Value(HKEY hive, const std::string& key, const char* value = "") {
 std::string Told(HKEY hive, const std::string& path, const std::string& indent = "") {
   HKEY key = nullptr;
   if (RegOpenKeyA(hive, path.c_str(), &key) != ERROR_SUCCESS) return {};
-  const std::string text = Value(hive, path);
+  std::string told = indent + path.substr(path.rfind('\\') + 1) + " '" + Value(hive, path) + "'\n";
   const std::string model = Value(hive, path, "ThreadingModel");
-  std::string told = indent + path.substr(path.rfind('\\') + 1) +
-                     (text.empty() ? "" : " = " + text) +
-                     (model.empty() ? "" : ", ThreadingModel = " + model) + "\n";
+  if (!model.empty()) told += indent + "  ThreadingModel '" + model + "'\n";
   char child[256];
   for (DWORD i = 0; RegEnumKeyA(key, i, child, 256) == ERROR_SUCCESS; ++i)
     told += Told(hive, path + "\\" + child, indent + "  ");
@@ -45,14 +44,12 @@ std::string Told(HKEY hive, const std::string& path, const std::string& indent =
 std::string State(HKEY hive) {
   std::ifstream file(TLKC2_REGISTRATION);
   const std::string all(std::istreambuf_iterator<char>(file), {});
-  std::string told =
-      "library " + Value(hive, kTypeLibrary + (kIs64Bit ? "\\1.0\\0\\win64" : "\\1.0\\0\\win32")) +
-      "\n";
+  std::string told = "library '" + Value(hive, kLibraryFile) + "'\n";
   for (const char* root : {"CLSID", "TlkC2.Tlkc", "TlkC2.Tlkc.1"})
     told += Told(hive, kClasses + root);
   if (told == all) return "all";
-  if (told == "library \nCLSID\n") return "none";
-  return told == "library \nCLSID\n" + all.substr(all.find("TlkC2.Tlkc =")) ? "names" : told;
+  if (told == "library ''\nCLSID ''\n") return "none";
+  return told == "library ''\nCLSID ''\n" + all.substr(all.find("TlkC2.Tlkc '")) ? "names" : told;
 }
 
 LSTATUS MakeKey(HKEY hive, const std::string& name, REGSAM view = 0, DWORD options = 0) {

@@ -18,34 +18,12 @@ std::string NameOf(ITypeInfo* type, MEMBERID member) {
   return Plain(name) + " '" + Plain(help) + "'";
 }
 
-ComPtr<ITypeInfo> Referred(ITypeInfo* type, HREFTYPE reference) {
-  ComPtr<ITypeInfo> referred;
-  EXPECT_EQ(type->GetRefTypeInfo(reference, referred.Put()), S_OK);
-  return referred;
-}
-
-std::string TypeName(ITypeInfo* type, const TYPEDESC& used) {
-  if (used.vt == VT_PTR) return TypeName(type, *used.lptdesc) + "*";
-  if (used.vt != VT_USERDEFINED) return std::to_string(used.vt);
-  return NameOf(Referred(type, used.hreftype).Get(), MEMBERID_NIL);
-}
-
-void TellFunction(ITypeInfo* type, UINT index, std::ostream& out) {
-  FUNCDESC* function = nullptr;
-  ASSERT_EQ(type->GetFuncDesc(index, &function), S_OK);
-  Bstr names[8];
-  static_assert(sizeof names == 8 * sizeof(BSTR));
-  UINT count = 0;
-  EXPECT_EQ(type->GetNames(function->memid, names[0].Put(), 8, &count), S_OK);
-  out << "  " << function->memid << " " << NameOf(type, function->memid) << " invoke "
-      << function->invkind;
-  for (SHORT i = 0; i < function->cParams; ++i) {
-    const ELEMDESC& parameter = function->lprgelemdescParam[i];
-    out << ", " << TypeName(type, parameter.tdesc) << " " << Plain(names[i + 1]) << " "
-        << parameter.paramdesc.wParamFlags;
-  }
-  out << " -> " << TypeName(type, function->elemdescFunc.tdesc) << "\n";
-  type->ReleaseFuncDesc(function);
+ComPtr<ITypeInfo> Implemented(ITypeInfo* type, UINT index) {
+  HREFTYPE reference = 0;
+  ComPtr<ITypeInfo> implemented;
+  EXPECT_EQ(type->GetRefTypeOfImplType(index, &reference), S_OK);
+  EXPECT_EQ(type->GetRefTypeInfo(reference, implemented.Put()), S_OK);
+  return implemented;
 }
 
 void TellType(ITypeInfo* type, std::ostream& out) {
@@ -53,10 +31,17 @@ void TellType(ITypeInfo* type, std::ostream& out) {
   ASSERT_EQ(type->GetTypeAttr(&seen), S_OK);
   out << "kind " << seen->typekind << " flags " << (seen->wTypeFlags & ~TYPEFLAG_FOLEAUTOMATION)
       << " " << NameOf(type, MEMBERID_NIL) << "\n";
-  HREFTYPE reference = 0;
-  const bool isDual = SUCCEEDED(type->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference));
-  const auto functions = isDual ? Referred(type, reference) : ComPtr<ITypeInfo>(type);
-  for (UINT i = 0; i < (isDual ? 5U : seen->cFuncs); ++i) TellFunction(functions.Get(), i, out);
+  const bool isDual = (seen->wTypeFlags & TYPEFLAG_FDUAL) != 0;
+  const auto functions = isDual ? Implemented(type, UINT_MAX) : ComPtr<ITypeInfo>(type);
+  for (MEMBERID id = 1;; ++id) {
+    Bstr names[8];
+    static_assert(sizeof names == 8 * sizeof(BSTR));
+    UINT count = 0;
+    if (FAILED(functions->GetNames(id, names[0].Put(), 8, &count))) break;
+    out << "  " << id << " " << NameOf(type, id);
+    for (UINT i = 1; i < count; ++i) out << " " << Plain(names[i]);
+    out << "\n";
+  }
   for (UINT i = 0; i < seen->cVars; ++i) {
     VARDESC* constant = nullptr;
     ASSERT_EQ(type->GetVarDesc(i, &constant), S_OK);
@@ -66,9 +51,7 @@ void TellType(ITypeInfo* type, std::ostream& out) {
   for (UINT i = 0; seen->typekind == TKIND_COCLASS && i < seen->cImplTypes; ++i) {
     INT flags = 0;
     EXPECT_EQ(type->GetImplTypeFlags(i, &flags), S_OK);
-    EXPECT_EQ(type->GetRefTypeOfImplType(i, &reference), S_OK);
-    out << "  implements " << NameOf(Referred(type, reference).Get(), MEMBERID_NIL) << " " << flags
-        << "\n";
+    out << "  " << flags << " " << NameOf(Implemented(type, i).Get(), MEMBERID_NIL) << "\n";
   }
   type->ReleaseTypeAttr(seen);
 }
