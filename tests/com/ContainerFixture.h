@@ -94,8 +94,7 @@ class ContainerTest : public testing::Test {
  protected:
   // Where a module that is loaded afterwards keeps its trace log.
   const BOOL m_temporary = SetEnvironmentVariableW(L"TMP", FileBesideTest("").c_str());
-  const Apartment m_apartment;
-  const LoadedModule m_module{};
+  const LoadedModule m_module;
   Site m_listener;
   Embedded m_embedded{m_module};
 };

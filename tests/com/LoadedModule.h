@@ -18,17 +18,14 @@ inline std::filesystem::path FileBesideTest(const char* name) {
   return std::filesystem::path(path).replace_filename(name);
 }
 
-/// The single-threaded apartment in which a test runs.
-struct Apartment {
-  Apartment() { OleInitialize(nullptr); }
-  ~Apartment() { OleUninitialize(); }
-};
-
-/// The module, loaded as it lies beside the test. In the end nothing may hold it.
+/// The module, loaded as it lies beside the test, in a single-threaded apartment. In the end
+/// nothing may hold it.
 struct LoadedModule {
+  LoadedModule() { OleInitialize(nullptr); }
   ~LoadedModule() {
     EXPECT_EQ(Call("DllCanUnloadNow"), S_OK);
     FreeLibrary(module);
+    OleUninitialize();
   }
 
   /// Calls an entry point; E_NOTIMPL when there is none.

@@ -5,7 +5,6 @@ namespace tlk {
 namespace {
 
 TEST(ModuleTest, ServesOneClassAndStaysForWhatHoldsIt) {
-  const Apartment apartment;
   const LoadedModule module;
   auto factory = module.Factory();
   ComPtr<IUnknown> object;
@@ -28,7 +27,6 @@ TEST(ModuleTest, ServesOneClassAndStaysForWhatHoldsIt) {
 }
 
 TEST(ModuleTest, AThousandLoadsLeaveNothingBehind) {
-  const Apartment apartment;
   ExpectToLeaveNothing([](int) { EXPECT_TRUE(LoadedModule().Create()); });
   EXPECT_EQ(GetModuleHandleW(L"TlkC2.dll"), nullptr);
 }

@@ -89,7 +89,7 @@ class RegistrationTest : public testing::Test {
   std::string Install(LPCWSTR whom) { return After("DllInstall", TRUE, whom); }
   std::string Remove(LPCWSTR whom) { return After("DllInstall", FALSE, whom); }
 
-  const LoadedModule m_module{};
+  const LoadedModule m_module;
 };
 
 TEST_F(RegistrationTest, WritesOneHiveAndClearsItAgain) {

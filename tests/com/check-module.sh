@@ -26,10 +26,7 @@ resources=$(sed -nE 's/^[0-9a-f]{3} {3}( {2})?Entry: (name.*\]:|ID:) ([^,]*),.*/
   fault "has the resources $resources"
 grep -aq OLESelfRegister <(tr -d '\0' <"$dll") || fault "does not say that it registers itself"
 grep -aq "processorArchitecture=\"$processor\"" "$dll" || fault "is no assembly for $processor"
-python3 - "$dll" "$kind" <<'PYTHON' || fault "has no type library for $bits bits"
-import sys
-data = open(sys.argv[1], "rb").read()
-library = data[data.index(b"MSFT"):]
-sys.exit(library[0x14] & 0xF != int(sys.argv[2]) or b"TLK Client connecting" not in library)
-PYTHON
+library=$(LC_ALL=C grep -abom1 MSFT "$dll" | head -n 1 | cut -d : -f 1)
+[[ $(od -An -t x1 -j $((library + 0x14)) -N 1 "$dll") == *"$kind" ]] || fault "has no type library for $bits bits"
+grep -aq "TLK Client connecting" "$dll" || fault "has a type library without help"
 exit $faults
