@@ -11,6 +11,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -18,59 +19,33 @@
 
 namespace tlk {
 
-/// Notes what it is told, as "read", "close:10054", "timer:7", and lets a test act on it.
-class Target : public WindowTarget {
- public:
-  std::intptr_t OnSocketNotify(std::uint32_t message, std::uintptr_t wParam, std::uintptr_t lParam,
-                               bool& handled) override {
+/// Sockets and a window of this thread, and a peer to talk to. Notes what the window is told, as
+/// "read", "close:10054", "timer:7", and lets a test act on it.
+class SocketsFixture : public testing::Test, protected WindowTarget {
+ protected:
+  SocketsFixture() {
+    window->SetTarget(this);
+    AddOwnVerbs();
+  }
+
+  /// Each system's own tests define it.
+  void AddOwnVerbs();
+
+  std::intptr_t OnSocketNotify(std::uint32_t message, std::uintptr_t /*socket*/,
+                               std::uintptr_t lParam, bool& handled) override {
     static const std::map<std::uintptr_t, std::string> kNames{{socket_event::kRead, "read"},
                                                               {socket_event::kWrite, "write"},
                                                               {socket_event::kClose, "close"}};
     EXPECT_EQ(message, registered);
     handled = true;
-    socket = wParam;
     const auto error = lParam >> 16;
     Note(kNames.at(lParam & 0xFFFF) + (error == 0 ? "" : ':' + std::to_string(error)));
     return 0;
   }
-
   void OnTimer(std::uintptr_t timerId) override { Note("timer:" + std::to_string(timerId)); }
-
-  std::vector<std::string> told;
-  std::uint32_t registered = 0;
-  SocketHandle socket = kInvalidSocket;
-  std::function<void()> onTold;
-
- private:
   void Note(const std::string& what) {
     told.push_back(what);
     if (const auto act = onTold) act();
-  }
-};
-
-/// Sockets and a window of this thread, and a peer to talk to.
-class SocketsFixture : public testing::Test {
- protected:
-  SocketsFixture() {
-    window->SetTarget(&target);
-    target.registered = window->RegisterMessage("tlk:contract");
-  }
-
-  SocketHandle Connect(LoopbackPeer& to) {
-    const auto connected = sockets.Open();
-    EXPECT_EQ(sockets.Connect(connected, to.Address()), 0);
-    to.Accept();
-    return connected;
-  }
-
-  int Request(SocketHandle of, std::uint32_t mask) {
-    return sockets.RequestNotifications(of, *window, target.registered, mask);
-  }
-
-  /// A connection whose first write notification is out of the way.
-  SocketHandle ConnectQuietly() {
-    Play("connect; request 51; told write");
-    return socket;
   }
 
   void RunUntil(const std::function<bool()>& done) {
@@ -85,18 +60,43 @@ class SocketsFixture : public testing::Test {
   /// a further round brings nothing.
   void ExpectTold(const std::string& words) {
     const auto count = std::ranges::count(words, ' ') + (words.empty() ? 0 : 1);
-    RunUntil([&] { return std::ssize(target.told) >= count; });
+    RunUntil([&] { return std::ssize(told) >= count; });
     for (int round = 0; round < 100 && loop.DispatchOnce(10); ++round) {
     }
-    std::string told;
-    for (const std::string& each : std::exchange(target.told, {})) told += each + ' ';
-    EXPECT_EQ(told, words.empty() ? "" : words + ' ');
+    std::string all;
+    for (const std::string& each : std::exchange(told, {})) all += each + ' ';
+    EXPECT_EQ(all, words.empty() ? "" : words + ' ');
   }
 
-  std::string Receive(SocketHandle from, int size) {
+  /// The next notification, or each, has these steps played.
+  void ActWhenTold(std::string steps, bool isOnce) {
+    std::ranges::replace(steps, ',', ';');
+    onTold = [this, steps, isOnce] {
+      if (isOnce) onTold = nullptr;
+      Play(steps);
+    };
+  }
+
+  void Connect() {
+    socket = sockets.Open();
+    EXPECT_EQ(sockets.Connect(socket, peer.Address()), 0);
+    peer.Accept();
+  }
+
+  std::string Receive(int size) {
     std::array<char, 200> room;
-    const int count = sockets.Receive(from, room, size);
+    const int count = sockets.Receive(socket, room, size);
     return count < 0 ? Outcome(count) : std::string(room.data(), static_cast<std::size_t>(count));
+  }
+
+  /// Sends until the system takes no more.
+  std::string Fill() {
+    int taken = 0;
+    while ((taken = sockets.Send(socket, kBlock)) > 0) unread += static_cast<std::size_t>(taken);
+    return Outcome(taken);
+  }
+  void Drain() {
+    RunUntil([this] { return (unread -= peer.ReadSome(std::min(unread, kMuch)).size()) == 0; });
   }
 
   [[nodiscard]] std::string Outcome(int result) const {
@@ -104,12 +104,11 @@ class SocketsFixture : public testing::Test {
     return result == 0 ? "" : std::to_string(result);
   }
 
-  /// Plays steps such as "send abc; told read; receive 2 = ab": a verb, what it takes, and what
-  /// comes out of it, nothing if nothing is said. Behind "when-told" follow steps for later.
+  /// Plays steps of sockets.txt.
   void Play(const std::string& script) {
     std::istringstream steps(script);
     for (std::string step; std::getline(steps >> std::ws, step, ';');) {
-      const bool isForLater = step.starts_with("when-told");
+      const bool isForLater = step.find("-told ") != std::string::npos;
       const std::size_t end = isForLater ? step.size() : std::min(step.find(" = "), step.size());
       std::istringstream words(step.substr(0, end));
       std::string verb;
@@ -120,44 +119,36 @@ class SocketsFixture : public testing::Test {
     }
   }
 
-  /// Sends until the system takes no more.
-  std::string Fill() {
-    int taken = 0;
-    while ((taken = sockets.Send(socket, kBlock)) > 0) unread += static_cast<std::size_t>(taken);
-    return Outcome(taken);
-  }
-  void Drain() {
-    RunUntil([this] { return (unread -= peer.ReadSome(1 << 20).size()) == 0; });
-  }
-
-  /// The next notification has these steps, with commas between them, played.
-  void OnceTold(std::string steps) {
-    std::ranges::replace(steps, ',', ';');
-    target.onTold = [this, steps] {
-      target.onTold = nullptr;
-      Play(steps);
-    };
-  }
-
-  static inline const std::string kBlock = std::string(16 << 20, 'x');
+  static constexpr std::size_t kMuch = 1 << 20;
+  static inline const std::string kBlock = std::string(16 * kMuch, 'x');
 
   LoopbackPeer peer;
+  LoopbackPeer otherPeer;
   MessageLoop loop;
   std::unique_ptr<MessageWindow> window = std::make_unique<MessageWindow>(loop);
-  Target target;
+  const std::uint32_t registered = window->RegisterMessage("tlk:contract");
   Sockets& sockets = loop.GetSockets();
   SocketHandle socket = kInvalidSocket;
+  SocketHandle otherSocket = kInvalidSocket;
   std::size_t unread = 0;
+  std::vector<std::string> told;
+  std::function<void()> onTold;
+  std::jthread slowReader;
 
-  /// What `Play` understands; a test may add to it.
   std::map<std::string, std::function<std::string(const std::string&)>> verbs{
       {"none", [this](auto&) { return socket = kInvalidSocket, ""; }},
       {"open", [this](auto&) { return socket = sockets.Open(), ""; }},
       {"try", [this](auto&) { return Outcome(sockets.Connect(socket, peer.Address())); }},
-      {"connect", [this](auto&) { return socket = Connect(peer), ""; }},
+      {"connect", [this](auto&) { return Connect(), ""; }},
+      {"other",
+       [this](auto&) { return std::swap(peer, otherPeer), std::swap(socket, otherSocket), ""; }},
       {"say", [this](auto& text) { return Outcome(sockets.Send(socket, text)); }},
-      {"receive", [this](auto& size) { return Receive(socket, std::stoi(size)); }},
-      {"request", [this](auto& mask) { return Outcome(Request(socket, Number(mask))); }},
+      {"say-block", [this](auto&) { return Outcome(sockets.Send(socket, kBlock)); }},
+      {"receive", [this](auto& size) { return Receive(std::stoi(size)); }},
+      {"request",
+       [this](auto& mask) {
+         return Outcome(sockets.RequestNotifications(socket, *window, registered, Number(mask)));
+       }},
       {"block", [this](auto&) { return Outcome(sockets.SetBlocking(socket)); }},
       {"keep-alive", [this](auto&) { return Outcome(sockets.EnableKeepAlive(socket)); }},
       {"limit",
@@ -167,16 +158,26 @@ class SocketsFixture : public testing::Test {
       {"fill", [this](auto&) { return Fill(); }},
       {"close", [this](auto&) { return Outcome(sockets.Close(socket)); }},
       {"told", [this](auto& words) { return ExpectTold(words), ""; }},
-      {"when-told", [this](auto& steps) { return OnceTold(steps), ""; }},
-      {"handled", [this](auto&) { return RunUntil([&] { return !target.onTold; }), ""; }},
+      {"when-told", [this](auto& steps) { return ActWhenTold(steps, true), ""; }},
+      {"each-told", [this](auto& steps) { return ActWhenTold(steps, false), ""; }},
+      {"handled", [this](auto&) { return RunUntil([&] { return !onTold; }), ""; }},
       {"destroy", [this](auto&) { return window.reset(), ""; }},
       {"start", [this](auto& id) { return window->StartTimer(Number(id), 10), ""; }},
       {"stop", [this](auto& id) { return window->StopTimer(Number(id)), ""; }},
       {"send", [this](auto& bytes) { return peer.Send(bytes), ""; }},
       {"drain", [this](auto&) { return Drain(), ""; }},
       {"heard", [this](auto& size) { return peer.ReadSome(Number(size)); }},
+      {"slow",
+       [this](auto&) {
+         slowReader = std::jthread([this](const std::stop_token& stop) {
+           for (; !stop.stop_requested();
+                std::this_thread::sleep_for(std::chrono::milliseconds(20)))
+             peer.ReadSome(1 << 16);
+         });
+         return "";
+       }},
       {"end", [this](auto&) { return peer.Close(), ""; }},
-      {"reset", [this](auto&) { return peer.Reset(), ""; }},
+      {"reset", [this](auto&) { return slowReader = {}, peer.Reset(), ""; }},
       {"deaf", [this](auto&) { return peer.StopListening(), ""; }}};
 
  private:

@@ -4,7 +4,10 @@
 
 #include <windows.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <string>
+#include <vector>
 
 #include "platform/windows/WindowsControlWindow.h"
 #include "platform/windows/WindowsSockets.h"
@@ -18,6 +21,13 @@ inline const int winsockStarted = [] {
   if (::WSAStartup(MAKEWORD(2, 2), &data) != 0) std::abort();
   return 0;
 }();
+
+/// What may end while bytes are on their way, to a peer that pauses before each half of them.
+struct Ending {
+  std::string of;
+  std::chrono::seconds pause{3};
+};
+inline const std::vector<Ending> kEndings{{.of = "ALoop"}};
 
 /// This thread's messages, and sockets whose notifications are among them.
 class MessageLoop {
