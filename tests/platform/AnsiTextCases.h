@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "platform/AnsiText.h"
@@ -9,28 +11,50 @@
 
 namespace tlk {
 
-inline std::u16string Wide(const AnsiText& text, const std::string& narrow) {
+inline std::u16string Converted(const AnsiText& text, const std::string& narrow) {
   std::u16string wide = u"left over";
   text.Widen(narrow, wide);
   return wide;
 }
 
-inline std::string Narrow(const AnsiText& text, const std::u16string& wide) {
+inline std::string Converted(const AnsiText& text, const std::u16string& wide) {
   std::string narrow = "left over";
   text.Narrow(wide, narrow);
   return narrow;
 }
 
-/// Anywhere in a text: long stretches of ASCII are converted in blocks.
-inline void ExpectBothWaysAnywhere(const AnsiText& text, const std::string& narrow,
-                                   const std::u16string& wide) {
-  for (std::size_t before = 0; before < 40; ++before) {
-    const std::size_t behind = 40 - before;
-    const auto longer = std::string(before, 'x') + narrow + std::string(behind, 'y');
-    const auto longerWide = std::u16string(before, 'x') + wide + std::u16string(behind, 'y');
-    ASSERT_EQ(Wide(text, longer), longerWide);
-    ASSERT_EQ(Narrow(text, longerWide), longer);
+template <typename Text>
+Text Decoded(const std::string& signs) {
+  std::istringstream words(signs);
+  Text text;
+  for (std::string sign; words >> sign;)
+    text +=
+        static_cast<Text::value_type>(sign.size() == 1 ? sign[0] : std::stoi(sign, nullptr, 16));
+  return text;
+}
+
+/// Plays the lines of code-pages.txt for one page, and tells how many there were.
+inline int ExpectConversions(const AnsiText& text, const std::string& name) {
+  std::ifstream file(TLKC2_CODE_PAGES);
+  int count = 0;
+  for (std::string page, way, signs; file >> page >> way && std::getline(file, signs);) {
+    if (page != name) continue;
+    ++count;
+    SCOPED_TRACE(page + signs);
+    const std::size_t middle = signs.find(" =");
+    const auto narrow = Decoded<std::string>(signs.substr(0, middle));
+    const auto wide = Decoded<std::u16string>(signs.substr(middle + 2));
+    EXPECT_TRUE(way == "narrow" || Converted(text, narrow) == wide);
+    EXPECT_TRUE(way == "wide" || Converted(text, wide) == narrow);
+    // Anywhere in a text: long stretches of ASCII are converted in blocks.
+    for (std::size_t before = 0; way == "both" && before < 40; ++before) {
+      const auto longer = std::string(before, 'x') + narrow + std::string(40 - before, 'y');
+      const auto longerWide = std::u16string(before, 'x') + wide + std::u16string(40 - before, 'y');
+      EXPECT_EQ(Converted(text, longer), longerWide);
+      EXPECT_EQ(Converted(text, longerWide), longer);
+    }
   }
+  return count;
 }
 
 }  // namespace tlk
