@@ -7,17 +7,11 @@
 #include "platform/Platform.h"
 #include "platform/StringTable.h"
 
-namespace tlk {
-namespace {
-
 // The texts are in windows/strings.rc.
 TEST(WindowsStringTable, FindsModulesAndCutsTheirTextsToFit) {
-  const StringTable& strings = SystemPlatform().strings;
+  const tlk::StringTable& strings = tlk::SystemPlatform().strings;
   EXPECT_EQ(strings.FindModule(nullptr), ::GetModuleHandleA(nullptr));
   EXPECT_EQ(strings.FindModule("no such module"), nullptr);
-  const ModuleHandle system = strings.FindModule("kErNeL32");
-  ASSERT_NE(system, nullptr);
-
   std::array<char, 100> buffer{};
   EXPECT_EQ(strings.Load(nullptr, 101, buffer), 9);
   EXPECT_STREQ(buffer.data(), "%s and %d");
@@ -26,8 +20,5 @@ TEST(WindowsStringTable, FindsModulesAndCutsTheirTextsToFit) {
   EXPECT_EQ(strings.Load(nullptr, 101, {}), 0);
   EXPECT_EQ(strings.Load(nullptr, 102, buffer), 0);
   EXPECT_EQ(strings.Load(nullptr, 0x10000 + 101, buffer), 0) << "the number of another text";
-  EXPECT_EQ(strings.Load(system, 101, buffer), 0);
+  EXPECT_EQ(strings.Load(strings.FindModule("kErNeL32"), 101, buffer), 0);
 }
-
-}  // namespace
-}  // namespace tlk

@@ -9,20 +9,14 @@
 #include "platform/Synchronisation.h"
 #include "platform/windows/OwnedHandle.h"
 
-namespace tlk {
-namespace {
-
 // All but the right to take the mutex over are granted.
 TEST(WindowsSynchronisation, OpensNoNamedMutexThatDoesNotGrantAllRights) {
   SECURITY_ATTRIBUTES granted{sizeof granted, nullptr, FALSE};
   ASSERT_TRUE(::ConvertStringSecurityDescriptorToSecurityDescriptorA(
       "D:(D;;0x80000;;;WD)(A;;0x1F0001;;;WD)", SDDL_REVISION_1, &granted.lpSecurityDescriptor,
       nullptr));
-  const OwnedHandle mutex(::CreateMutexA(&granted, FALSE, "not all rights"));
+  const tlk::OwnedHandle mutex(::CreateMutexA(&granted, FALSE, "not all rights"));
   ::LocalFree(granted.lpSecurityDescriptor);
   EXPECT_NE(mutex, nullptr);
-  EXPECT_EQ(SystemPlatform().synchronisation.OpenNamedMutex("not all rights"), nullptr);
+  EXPECT_EQ(tlk::SystemPlatform().synchronisation.OpenNamedMutex("not all rights"), nullptr);
 }
-
-}  // namespace
-}  // namespace tlk
