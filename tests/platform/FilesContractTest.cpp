@@ -10,7 +10,7 @@ using testing::UnorderedElementsAre;
 TEST_F(FilesContract, AppendsLinesAndTellsTheSize) {
   std::size_t written = 0;
   for (const std::size_t length : {5U, 0U, 1022U, 1023U, 1024U, 1025U, 100'000U}) {
-    const std::int64_t size = m_files.AppendLine(Path("a.log"), std::string(length, 'x'));
+    const std::int64_t size = Append("a.log", std::string(length, 'x'));
     EXPECT_EQ(size, static_cast<std::int64_t>(fs::file_size(Path("a.log"))));
     const std::string content = ContentOf("a.log");
     EXPECT_EQ(content.substr(written, length), std::string(length, 'x'));
@@ -22,20 +22,20 @@ TEST_F(FilesContract, AppendsLinesAndTellsTheSize) {
   EXPECT_TRUE(m_files.Read(Path("a.log"), take));
   EXPECT_EQ(read, ContentOf("a.log"));
   for (const char* notOpened : {"missing/a.log", "."}) {
-    EXPECT_EQ(m_files.AppendLine(Path(notOpened), "line"), append_result::kNotOpened);
+    EXPECT_EQ(Append(notOpened), append_result::kNotOpened);
     EXPECT_FALSE(m_files.Read(Path(notOpened), take));
   }
 }
 
 TEST_F(FilesContract, RotatesOnlyALargerFileAndOnlyOnceAtATime) {
   const std::string path = Path("a.log");
-  const std::int64_t size = m_files.AppendLine(path, "line");
+  const std::int64_t size = Append("a.log");
   int calls = 0;
   const auto rotate = [&] {
     ++calls;
     EXPECT_TRUE(m_files.RotateAlone(path, 0, [&] { return (calls += 100) == 0; }));
     EXPECT_TRUE(m_files.Rename(path, Path("a1.log")));
-    return m_files.AppendLine(path, "next") > 0;
+    return Append("a.log", "next") > 0;
   };
   EXPECT_TRUE(m_files.RotateAlone(path, size, rotate));
   EXPECT_EQ(calls, 0);
@@ -50,7 +50,7 @@ TEST_F(FilesContract, RotatesOnlyALargerFileAndOnlyOnceAtATime) {
 }
 
 TEST_F(FilesContract, ListsAFolder) {
-  for (const char* name : {"a.log", "b.log"}) ASSERT_GT(m_files.AppendLine(Path(name), name), 0);
+  for (const char* name : {"a.log", "b.log"}) ASSERT_GT(Append(name, name), 0);
   std::vector<std::string> paths;
   const auto visit = [&paths](std::string_view path) { paths.emplace_back(path); };
   EXPECT_TRUE(m_files.VisitFolder(Path("missing.log"), visit));
@@ -65,7 +65,7 @@ TEST_F(FilesContract, ListsAFolder) {
 }
 
 TEST_F(FilesContract, RenamesOverNothingAndRemovesFilesOnly) {
-  for (const char* name : {"a.log", "b.log"}) ASSERT_GT(m_files.AppendLine(Path(name), name), 0);
+  for (const char* name : {"a.log", "b.log"}) ASSERT_GT(Append(name, name), 0);
   for (const auto& [from, to] :
        {std::pair("a.log", "b.log"), {"missing.log", "c.log"}, {"a.log", "missing/a.log"}})
     EXPECT_FALSE(m_files.Rename(Path(from), Path(to)));

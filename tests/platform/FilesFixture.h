@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <string_view>
 
 #include "platform/Files.h"
 #include "platform/Platform.h"
@@ -23,6 +24,10 @@ class FilesFixture : public testing::Test {
   ~FilesFixture() override { fs::remove_all(m_folder); }
 
   [[nodiscard]] std::string Path(const char* name) const { return (m_folder / name).string(); }
+
+  std::int64_t Append(const char* name, std::string_view line = "line") {
+    return m_files.AppendLine(Path(name), line);
+  }
 
   [[nodiscard]] std::string ContentOf(const char* name) const {
     std::ifstream file(m_folder / name, std::ios::binary);

@@ -4,7 +4,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -115,24 +114,6 @@ TEST_F(PosixNamedMutexTest, IsRefusedInAFolderThatOthersMayWriteTo) {
     EXPECT_EQ(WEXITSTATUS(StatusOf(child)), error);
   }
   std::filesystem::remove_all(folder);
-}
-
-TEST_F(PosixNamedMutexTest, KeepsProcessesApartWhileTheNameComesAndGoes) {
-  const std::string alone = testing::TempDir() + m_name;
-  std::array<pid_t, 4> children{};
-  for (pid_t& child : children) {
-    child = StartChild([&] {
-      for (int n = 0; n < 1'000; ++n) {
-        const auto mutex = New();
-        if (mutex == nullptr || mutex->Wait(kNoLimit) != WaitResult::kSignalled) return 1;
-        if (mkdir(alone.c_str(), 0700) != 0 || rmdir(alone.c_str()) != 0) return 2;
-        if (!mutex->Release()) return 3;
-      }
-      return 0;
-    });
-  }
-  for (const pid_t child : children) EXPECT_EQ(StatusOf(child), 0);
-  EXPECT_FALSE(HasFile());
 }
 
 }  // namespace

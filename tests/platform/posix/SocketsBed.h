@@ -1,8 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <string>
-#include <vector>
 
 #include "platform/posix/MessageLoop.h"
 #include "tests/platform/posix/LoopbackPeer.h"
@@ -10,10 +8,7 @@
 namespace tlk {
 
 /// What may end while bytes are on their way, to a peer that pauses before each half of them.
-struct Ending {
-  std::string of;
-  std::chrono::seconds pause{0};
-};
-inline const std::vector<Ending> kEndings{{.of = "ALoop"}, {.of = "AThread"}};
+inline constexpr const char* kEndings[] = {"loop", "thread"};
+inline constexpr std::chrono::seconds kPause{0};
 
 }  // namespace tlk

@@ -6,8 +6,6 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <string>
-#include <vector>
 
 #include "platform/windows/WindowsControlWindow.h"
 #include "platform/windows/WindowsSockets.h"
@@ -23,11 +21,8 @@ inline const int winsockStarted = [] {
 }();
 
 /// What may end while bytes are on their way, to a peer that pauses before each half of them.
-struct Ending {
-  std::string of;
-  std::chrono::seconds pause{3};
-};
-inline const std::vector<Ending> kEndings{{.of = "ALoop"}};
+inline constexpr const char* kEndings[] = {"loop"};
+inline constexpr std::chrono::seconds kPause{3};
 
 /// This thread's messages, and sockets whose notifications are among them.
 class MessageLoop {
