@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "SocketsBed.h"
+#include "tests/scripted/Eventually.h"
 
 namespace tlk {
 
@@ -49,11 +50,8 @@ class SocketsFixture : public testing::Test, protected WindowTarget {
   }
 
   void RunUntil(const std::function<bool()>& done) {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!done()) {
-      ASSERT_LT(std::chrono::steady_clock::now(), limit) << "nothing came in time";
-      loop.DispatchOnce(20);
-    }
+    ASSERT_TRUE(test::Eventually([&] { return done() || (loop.DispatchOnce(20), false); }))
+        << "nothing came in time";
   }
 
   /// These words, and no others, have been told since this was asked last, once they have come and
