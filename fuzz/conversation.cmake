@@ -1,7 +1,6 @@
-# What speaks with a peer or a disk.
+# What speaks with a peer.
 find_package(GTest REQUIRED)
 foreach(target frames connection)
   tlkc2_add_fuzzer(${target}
     SOURCES ${target}.cpp LINK tlkc2_control tlkc2_scripted GTest::gtest)
 endforeach()
-tlkc2_add_fuzzer(rotation SOURCES rotation.cpp LINK tlkc2_log tlkc2_scripted)

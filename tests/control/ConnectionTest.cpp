@@ -141,7 +141,7 @@ TEST_F(ConnectionTest, TheLogLiesInTheTemporaryFolder) {
   const std::pair<std::string, std::string> folders[] = {
       {"/tmp/x/", "/tmp/x/"}, {"", "/"}, {longest, longest}, {longest + 'a', longest}};
   for (const auto& [folder, expected] : folders) {
-    surroundings.SetTemporaryFolder(folder);
+    surroundings.temporaryFolder = folder;
     control = std::make_unique<OpenControl>(ports, events);
     EXPECT_EQ(log.GetDirectory(), expected) << "too long a name leaves it where it is";
   }

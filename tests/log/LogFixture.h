@@ -4,12 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
+#include <future>
 #include <limits>
 #include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "log/QNLogger.h"
@@ -22,13 +23,16 @@
 
 namespace tlk::test {
 
+using testing::ElementsAre;
+using testing::StartsWith;
+
 /// A log that echoes nothing, on a scripted platform.
 class LogFixture : public testing::Test {
  protected:
   LogFixture() {
     m_log->SetConsoleEcho(false);
-    m_files.answer = [this](const FileCall& call) -> std::optional<std::int64_t> {
-      if (call.kind != FileCall::Kind::kAppend) return std::nullopt;
+    m_files.answer = [this](FileCall call, auto /*what*/) -> std::optional<std::int64_t> {
+      if (call != FileCall::kAppend) return ++m_moves, std::nullopt;
       const int line = ++m_arrivals;
       EXPECT_TRUE(Eventually([&] { return m_permits >= line; }));
       return line >= m_badLines.first && line <= m_badLines.last ? m_badLines.result : std::nullopt;
@@ -83,6 +87,13 @@ class LogFixture : public testing::Test {
     return Eventually([&] { return m_arrivals == lines && m_sync.eitherWaits.going == 1; });
   }
 
+  /// Ends the log, and then its writer.
+  void EndLog() {
+    m_log.reset();
+    m_permits = kAllLines;
+    m_sync.WaitForThreads();
+  }
+
   /// Appends that give a result and write nothing.
   struct {
     int first = 0;
@@ -93,6 +104,7 @@ class LogFixture : public testing::Test {
   static constexpr int kAllLines = std::numeric_limits<int>::max();
   std::atomic<int> m_arrivals{0};
   std::atomic<int> m_permits{kAllLines};  ///< How many lines the writer may write.
+  int m_moves = 0;  ///< How many files have been deleted or renamed, or tried to be.
   ScriptedStringTable m_strings;
   ScriptedSurroundings m_surroundings;
   ScriptedFiles m_files;

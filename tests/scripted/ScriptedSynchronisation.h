@@ -37,13 +37,8 @@ class ScriptedSynchronisation final : public Synchronisation {
   Waits eitherWaits;
   Waits threadWaits;
 
-  /// Of all that can fail: makers of unnamed things, and waits.
+  /// Of all that can fail: what makes things, and waits.
   NthCall anyCall;
-
-  bool refusesThreads = false;
-  bool refusesNamedMutexes = false;
-  bool refusesCurrentThread = false;
-  bool refusesThreadSlots = false;
 
   /// How many threads have been told to leave their handle open.
   std::atomic<int> leftOpen{0};
@@ -61,10 +56,10 @@ class ScriptedSynchronisation final : public Synchronisation {
     return anyCall.IsThis() ? nullptr : Wrap<Mutex>(m_real.NewMutex());
   }
   std::unique_ptr<SystemMutex> OpenNamedMutex(const char* name) override {
-    return refusesNamedMutexes ? nullptr : Wrap<Mutex>(m_real.OpenNamedMutex(name));
+    return Wrap<Mutex>(m_real.OpenNamedMutex(name));
   }
   std::unique_ptr<SystemMutex> NewNamedMutex(const char* name) override {
-    return refusesNamedMutexes ? nullptr : Wrap<Mutex>(m_real.NewNamedMutex(name));
+    return anyCall.IsThis() ? nullptr : Wrap<Mutex>(m_real.NewNamedMutex(name));
   }
   std::unique_ptr<SystemEvent> NewEvent(ResetMode mode, bool signalled) override {
     return anyCall.IsThis() ? nullptr : Wrap<Event>(m_real.NewEvent(mode, signalled));
@@ -80,16 +75,16 @@ class ScriptedSynchronisation final : public Synchronisation {
 
   // Whoever asks for a thread has to resume it.
   std::unique_ptr<SystemThread> NewThread(std::function<void()> work) override {
-    if (anyCall.IsThis() || refusesThreads) return nullptr;
+    if (anyCall.IsThis()) return nullptr;
     m_threads.push_back(m_real.NewThread(std::move(work)));
     return Wrap<Thread>(m_threads.back());
   }
 
   std::unique_ptr<SystemThread> OpenCurrentThread() override {
-    return refusesCurrentThread ? nullptr : Wrap<Thread>(m_real.OpenCurrentThread());
+    return anyCall.IsThis() ? nullptr : Wrap<Thread>(m_real.OpenCurrentThread());
   }
   std::unique_ptr<ThreadSlot> NewThreadSlot() override {
-    return refusesThreadSlots ? nullptr : m_real.NewThreadSlot();
+    return anyCall.IsThis() ? nullptr : m_real.NewThreadSlot();
   }
 
   std::uint32_t CurrentThreadId() const override { return m_real.CurrentThreadId(); }

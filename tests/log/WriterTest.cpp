@@ -1,27 +1,18 @@
-#include <algorithm>
-#include <future>
-#include <string>
-#include <thread>
-#include <vector>
-
 #include "tests/log/LogFixture.h"
 
 namespace tlk::test {
 namespace {
 
-using testing::ElementsAre;
-
 class Queue : public LogFixture {
  protected:
-  // By append that gives such a result, how many files have been deleted or renamed, or tried to
-  // be, in all.
-  std::vector<std::size_t> MovesAfter(std::initializer_list<std::int64_t> appendResults) {
-    std::vector<std::size_t> moves;
+  // By append that gives such a result, how many files have been moved in all.
+  std::vector<int> MovesAfter(std::initializer_list<std::int64_t> appendResults) {
+    std::vector<int> moves;
     for (const std::int64_t result : appendResults) {
       m_badLines = {0, kAllLines, result};
       Write("a");
       Flush();
-      moves.push_back(m_files.Calls().size() - static_cast<std::size_t>(m_arrivals));
+      moves.push_back(m_moves);
     }
     return moves;
   }
@@ -73,23 +64,7 @@ TEST_F(Queue, ThatOverflowsWhileTheFileCannotBeOpenedIsTriedOnUntilItIsHalfEmpty
   Write("8");
   Flush();
   EXPECT_EQ(Letters(), "145678");
-  EXPECT_THAT(testing::internal::GetCapturedStdout(),
-              testing::StartsWith("Unable to open t.log\n"));
-}
-
-TEST_F(Queue, LosesTheLineOfAFileThatCannotBeOpenedAndNoOther) {
-  m_badLines = {2, 2};
-  WriteAndStop("1");
-  Write("234");
-  StopBehind(1);  // It has taken them all.
-  Write("5");
-  const auto flush = [this] { return m_log->Flush(); };
-  auto first = std::async(std::launch::async, flush);
-  auto second = std::async(std::launch::async, flush);
-  EXPECT_TRUE(AreWaiting(2));
-  m_permits = kAllLines;
-  EXPECT_EQ(first.get() + second.get(), 0U);
-  EXPECT_EQ(Letters(), "1345");
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), StartsWith("Unable to open t.log\n"));
 }
 
 TEST_F(Queue, LeavesWhatItCouldNotWriteToWhicheverLogIsNext) {
@@ -126,12 +101,12 @@ TEST_F(Queue, AnnouncesAFullDiskAndAFileThatCannotBeRotatedOnceAndGoesOn) {
 
 TEST_F(Queue, EchoesFromTheFirstParenthesisUnlessToldNotTo) {
   testing::internal::CaptureStdout();
-  QNLogger log("echo.log", 4, m_platform);
-  log.SetMaxQueueSize(10);  // So that marker lines are written too.
+  m_log = std::make_unique<QNLogger>("echo.log", 4, m_platform);
+  m_log->SetMaxQueueSize(10);  // So that marker lines are written too.
   for (const char* const record : {"one (more)", "silent"}) {
-    log.Write(record);
-    EXPECT_EQ(log.Flush(), 0U);
-    log.SetConsoleEcho(false);
+    m_log->Write(record);
+    Flush();
+    m_log->SetConsoleEcho(false);
   }
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "(" + std::to_string(m_thread) + ") one (more)\n");
@@ -164,8 +139,113 @@ TEST_F(Queue, HoldsEveryLineOfManyProducersOnceAndBeforeTheirFlush) {
     });
   }
   producers.clear();
-  EXPECT_EQ(std::ranges::count_if(Records(), [](const auto& line) { return line[0] != '-'; }), 160);
   EXPECT_EQ(m_sync.ThreadsMade(), 1U);
+}
+
+class Life : public LogFixture {
+ protected:
+  void SetHooks() {
+    const auto count = [](void* calls, const char* category, const char* name) {
+      *static_cast<std::atomic<int>*>(calls) += category + std::string(name) == "SystemWriteLog";
+    };
+    EXPECT_TRUE(m_log->SetThreadStartHook(count, &m_starts));
+    EXPECT_TRUE(m_log->SetThreadEndHook(count, &m_ends));
+  }
+
+  /// A writer whose first wait ends like this, with a line queued and a flush waiting, and the
+  /// next.
+  void ExpectEnd(WaitResult wait, std::uint32_t flushed, const std::string& written, int ends) {
+    SetHooks();
+    m_sync.eitherWaits.areHeld = true;
+    m_sync.eitherWaits.Give(wait, 1);
+    Write("1");
+    auto flush = std::async(std::launch::async, [this] { return m_log->Flush(); });
+    EXPECT_TRUE(AreWaiting(1));
+    m_sync.eitherWaits.areHeld = false;
+    EXPECT_EQ(flush.get(), flushed);
+    m_sync.WaitForThreads();
+    EXPECT_EQ(Letters(), written);
+    Write("2");
+    Flush();
+    EXPECT_EQ(Letters(), "12");
+    EndLog();
+    EXPECT_EQ(m_starts, 2);
+    EXPECT_EQ(m_ends, ends);
+    EXPECT_THAT(m_surroundings.Sleeps(), ElementsAre(1000U));  // The log's second for its writer.
+  }
+
+  std::atomic<int> m_starts{0};
+  std::atomic<int> m_ends{0};
+};
+
+TEST_F(Life, WithoutAPartIsAnnouncedAndLeavesALogThatDoesNothing) {
+  int call = 0;
+  for (const std::string part : {"mutex", "event 1", "event 2", "event 3", "event 4"}) {
+    m_sync.anyCall.Fail(++call);
+    testing::internal::CaptureStdout();
+    QNLogger log("unusable.log", 4, m_platform);
+    log.Write("dropped");
+    EXPECT_EQ(log.Flush(), 0U);
+    LineList lines{"kept"};
+    log.CopyLineList(lines);
+    EXPECT_THAT(lines, ElementsAre("kept"));  // The list of the process is empty.
+    log.GetLineList(lines);
+    EXPECT_THAT(lines, ElementsAre());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Unable to create " + part + " - QNLogger\n");
+  }
+  EXPECT_EQ(m_sync.ThreadsMade(), 0U);
+  Write("1");  // What was dropped does not turn up in another log either.
+  Flush();
+  EXPECT_EQ(Letters(), "1");
+}
+
+TEST_F(Life, AWriterWhoseWaitFailsEndsWithoutItsHookAndIsReplaced) {
+  ExpectEnd(WaitResult::kFailed, 0xFFFFFFFF, "", 1);
+}
+
+TEST_F(Life, AWriterThatIsToldToEndWritesWhatIsQueuedAndIsReplaced) {
+  ExpectEnd(WaitResult::kSecondSignalled, 0, "1", 2);
+}
+
+TEST_F(Life, AFailingLockOrARefusedThreadLosesNoLine) {
+  m_sync.anyCall.Fail(1);  // The thread's.
+  Write("1");
+  Flush();
+  EXPECT_EQ(Letters(), "1");
+  m_sync.mutexWaits.Give(WaitResult::kFailed, 2);  // Producer's, writer's.
+  Write("2");
+  EXPECT_TRUE(Eventually([this] { return m_sync.mutexWaits.left == 0; }));
+  EXPECT_EQ(Letters(), "1");
+  Write("3");
+  Flush();
+  EXPECT_EQ(Letters(), "123");
+}
+
+TEST_F(Life, AWriterRestsAndTheNextLineStartsAnother) {
+  SetHooks();
+  for (int round = 0; round < 200; ++round) {
+    std::thread other([this] { Write("2"); });
+    Write("1");
+    m_log->Rest();
+    other.join();
+    m_log->Rest();
+    EXPECT_EQ(m_starts, m_ends);
+    m_sync.WaitForThreads();
+  }
+  EXPECT_EQ(Letters().size(), 400);
+  EndLog();
+  EXPECT_THAT(m_surroundings.Sleeps(), ElementsAre());  // No writer, so nobody to wait for.
+}
+
+TEST_F(Life, AWriterThatIsStillBusyHoldsNobodyUpAndWritesTheRestWithoutTheLog) {
+  WriteAndStop("1");
+  Write("23");
+  m_sync.eventWaits.Give(WaitResult::kTimedOut, 2);
+  m_sync.threadWaits.Give(WaitResult::kTimedOut, 1);
+  m_log->Rest();
+  m_log->Rest();
+  EndLog();
+  EXPECT_EQ(Letters(), "123");
 }
 
 }  // namespace

@@ -1,0 +1,163 @@
+#include <random>
+#include <stdexcept>
+
+#include "log/LogRotation.h"
+#include "tests/log/LogFixture.h"
+
+namespace tlk::test {
+namespace {
+
+constexpr auto kMost = std::numeric_limits<std::int32_t>::max();
+constexpr auto kLeast = std::numeric_limits<std::int32_t>::min();
+
+struct RotationCase {
+  std::string before;  ///< Names of files.
+  LogPlace place;
+  std::int32_t fileCount;
+  std::string after;  ///< Names, each with the name that the file had before.
+  bool isMoved = true;
+  int failingRename = 0;
+};
+
+const LogPlace kHere{"", "a.log", '/'};
+
+const RotationCase kRotations[] = {
+    // The oldest within the count is dropped.
+    {"a.log a1.log a2.log a3.log", kHere, 3, "a1.log=a.log a2.log=a1.log a3.log=a3.log "},
+    {"a.log a2.log", kHere, 3, "a1.log=a.log "},
+    {"a.log", kHere, 1, "a.log=a.log "},
+    {"a.log", kHere, kLeast, "a.log=a.log "},
+    {"a9.log a10.log", kHere, 11, "a10.log=a9.log ", false},
+    // Of any count, only files that are there cost a step.
+    {"a.log", kHere, 101, "a1.log=a.log "},
+    {"a1.log", kHere, 101, "a2.log=a1.log ", false},
+    {"a.log a6.log a2147483646.log a2147483647.log a2147483648.log a2x.log", kHere, kMost,
+     "a1.log=a.log a2147483647.log=a2147483647.log a2147483648.log=a2147483648.log a2x.log=a2x.log "
+     "a7.log=a6.log "},
+    // The names are made of stem and folder.
+    {"a.txt a1.log", {"", "a.txt", '/'}, 3, "a.txt=a.txt a2.log=a1.log "},
+    {"a a.log", {"", "a", '/'}, 2, "a=a a1.log=a.log "},
+    {"a.b.log", {"", "a.b.log", '/'}, 2, "a.b1.log=a.b.log "},
+    {"C:\\l\\a.log a.log", {"C:\\l", "a.log", '\\'}, 2, "C:\\l\\a1.log=C:\\l\\a.log a.log=a.log "},
+    // It goes on when a rename fails.
+    {"a.log a1.log a2.log", kHere, 4, "a1.log=a.log a3.log=a2.log ", true, 2},
+    {"a.log", kHere, 2, "a.log=a.log ", false, 1},
+};
+
+TEST(Rotation, MovesEachFileOneGenerationOn) {
+  for (const RotationCase& rotation : kRotations) {
+    SCOPED_TRACE(rotation.before);
+    ScriptedFiles files;
+    int calls = 0;
+    int renames = 0;
+    files.answer = [&](FileCall call, auto /*path*/) -> std::optional<std::int64_t> {
+      if (++calls > 100) throw std::length_error("a rotation without an end");
+      const bool isFailing = call == FileCall::kRename && ++renames == rotation.failingRename;
+      return isFailing ? std::optional(-1) : std::nullopt;
+    };
+    std::istringstream names(rotation.before);
+    for (std::string name; names >> name;) files.SetContent(name, name);
+    EXPECT_EQ(RotateFiles(files, rotation.place, rotation.fileCount), rotation.isMoved);
+    std::string after;
+    for (const auto& [name, former] : files.Contents()) after += name + "=" + former + " ";
+    EXPECT_EQ(after, rotation.after);
+  }
+}
+
+using LogFiles = LogFixture;
+
+TEST_F(LogFiles, AreRotatedBehindEachLineThatPassesTheLimit) {
+  m_log->KeepDirectory("d");
+  m_log->SetDirectory("not this");
+  m_log->SetRotation(10, 3);
+  Write("123");
+  Flush();
+  EXPECT_EQ(Letters("d/t2.log") + Letters("d/t1.log"), "23");
+  EXPECT_EQ(m_files.Contents().size(), 2U);
+}
+
+// Each line is tried once, whole and in order. Those that were written are in the files, in order,
+// or went with a file that was deleted.
+TEST_F(LogFiles, HoldWholeRecordsInOrderWhateverCallsFail) {
+  std::minstd_rand random;
+  for (int round = 0; round < 25; ++round) {
+    const std::string path = std::to_string(round) + "/t";
+    m_log->SetDirectory(std::to_string(round));
+    m_log->SetRotation(90, round % 5);
+    std::string given;
+    std::string tried;
+    std::string gone;
+    std::atomic<int> left = 50;  // So many lines meet failing calls.
+    m_files.answer = [&](FileCall call, std::string_view what) -> std::optional<std::int64_t> {
+      const bool isFailing = left > 0 && random() % 4 == 0;
+      if (call == FileCall::kAppend) {
+        EXPECT_EQ(what.size(), 60U);
+        tried += what.back();
+        if (isFailing) gone += what.back();
+        --left;
+      }
+      if (isFailing)
+        return random() % 2 == 0 ? append_result::kNotOpened : append_result::kNotWritten;
+      if (call == FileCall::kRemove) gone += Letters(std::string(what));
+      return std::nullopt;
+    };
+    testing::internal::CaptureStdout();
+    for (char letter = 'A'; left > 0; letter = std::min<char>(letter + 1, '~')) {
+      given += std::string(2, letter);
+      Write(given.substr(given.size() - 2));
+      std::this_thread::yield();
+    }
+    Flush();
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::HasSubstr("Unable to open "));
+    EXPECT_EQ(tried, given);
+    std::string kept;
+    for (const char* const number : {"4", "3", "2", "1", ""})
+      kept += Letters(path + number + ".log");
+    EXPECT_TRUE(std::ranges::is_sorted(kept)) << kept;
+    gone += kept;
+    std::ranges::sort(gone);
+    EXPECT_EQ(gone, given);
+  }
+}
+
+std::string MarkAt(std::size_t position, const std::string& mark) {
+  return std::string(position, '.') + ") " + mark + " text";
+}
+
+TEST_F(LogFiles, AreScannedByTheirNumbersForErrorsAndWarnings) {
+  // A line is read in pieces of 8,191 characters, each a line of its own.
+  const std::string piece = "(1) E " + std::string(8185, 'x');
+  // A text ends at a zero byte.
+  const std::string zeroBytes("(1) E a\0b\nt\0 (1) E a\n", 21);
+  const std::string lateError = MarkAt(5, "W") + MarkAt(60, "E");
+  m_files.SetContent("/quillon.log", "(1) N a\n(1) W b\rreturns\r\n(1) e c\n(1)E d\n" + zeroBytes +
+                                         MarkAt(49, "E") + "\n" + MarkAt(50, "E") + "\n" +
+                                         MarkAt(49, "W") + "\n" + MarkAt(50, "W") + "\n" +
+                                         lateError + "\n" + piece +
+                                         "(2) E rest\n(1) E no line end");
+  m_files.SetContent("d/quillon3.log", "(1) E in d");
+  LineList lines;
+  // Without a directory it looks in the root folder, not in the current one.
+  EXPECT_EQ(m_log->ScanLog(0, lines), 1);
+  m_log->SetDirectory("d");
+  EXPECT_EQ(m_log->ScanLog(3, lines), 1);
+  EXPECT_EQ(m_log->ScanLog(0, lines), 89);
+  EXPECT_THAT(lines, ElementsAre("(1) W b returns  ", "(1) E a", MarkAt(49, "E") + " ",
+                                 MarkAt(49, "W") + " ", lateError + " ", piece, "(2) E rest ",
+                                 "(1) E no line end", "(1) E in d"));
+}
+
+// A pipe in the file's place held everybody who logs, for ever.
+TEST_F(LogFiles, HoldNobodyBackWhileTheyAreScanned) {
+  m_files.answer = [this](FileCall call, auto /*what*/) -> std::optional<std::int64_t> {
+    if (call != FileCall::kRead) return std::nullopt;
+    const auto producer = std::async(std::launch::async, [this] { m_log->Write("meanwhile"); });
+    EXPECT_EQ(producer.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    return -1;
+  };
+  LineList lines;
+  EXPECT_EQ(m_log->ScanLog(0, lines), 89);
+}
+
+}  // namespace
+}  // namespace tlk::test
