@@ -7,28 +7,26 @@
 #include "thread/ZRWLock.h"
 
 namespace tlk::test {
-namespace {
 
 TEST(ZRWLockWithoutMemory, StaysAsItIsAndIsTakenAgainLater) {
   for (const bool isWriter : {false, true}) {
     ZRWLock lock;
     ZMutexBase& read = lock.ReadSide();
-    ZMutexBase& side = isWriter ? static_cast<ZMutexBase&>(lock.WriteSide()) : read;
-    ASSERT_EQ(side.Acquire(), LockResult::kAcquired);
+    ZMutexBase* const side = isWriter ? static_cast<ZMutexBase*>(&lock.WriteSide()) : &read;
+    ASSERT_EQ(side->Acquire(), LockResult::kAcquired);
     MemoryLimit none;
     none.Set(0, kEveryTime);
     t_memoryLimit = &none;
-    EXPECT_THROW(static_cast<void>(side.Acquire()), std::bad_alloc);
+    EXPECT_THROW(static_cast<void>(side->Acquire()), std::bad_alloc);
     t_memoryLimit = nullptr;
-    EXPECT_TRUE(side.IsHeld());
+    EXPECT_TRUE(side->IsHeld());
     EXPECT_EQ(read.Acquire(), LockResult::kAcquired);
     read.Release();
-    side.Release();
+    side->Release();
     EXPECT_FALSE(read.IsHeld());
     // Nobody counts any more: another thread may write at once.
     EXPECT_EQ(Elsewhere([&] { return lock.WriteSide().Acquire(); }), LockResult::kAcquired);
   }
 }
 
-}  // namespace
 }  // namespace tlk::test
