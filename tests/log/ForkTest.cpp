@@ -32,21 +32,7 @@ void InChild(const Work& work, MemoryLimit* limit = nullptr) {
   EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0);
 }
 
-class Fork : public LogFixture {
- protected:
-  /// Writes to the log that was there before, and to one made here.
-  void ExpectNewLines(const std::string& line, const std::string& lines) {
-    m_permits = kAllLines;
-    m_log->SetMaxQueueSize(512'000);
-    QNLogger own("own.log", 4, m_platform);
-    own.SetConsoleEcho(false);
-    for (QNLogger* log : {m_log.get(), &own}) {
-      log->Write(line);
-      EXPECT_EQ(log->Flush(), 0U);
-    }
-    EXPECT_EQ(Letters("d/t.log") + Letters("own.log"), lines + lines);
-  }
-};
+using Fork = LogFixture;
 
 // Lines were lost in the child, a flush never returned, and a log made there crashed.
 TEST_F(Fork, GivesTheChildALogThatWorksAndLeavesItsLinesToTheParent) {
@@ -55,15 +41,27 @@ TEST_F(Fork, GivesTheChildALogThatWorksAndLeavesItsLinesToTheParent) {
       << "The thread sanitizer ends a child that starts a thread where its parent had one.";
 #endif
   const ThreadLayer layer;
+  // Writes to the log that was there before, and to one made here.
+  const auto expectNewLines = [this](const std::string& line, const std::string& lines) {
+    m_permits = kAllLines;
+    m_log->SetMaxQueueSize(512'000);
+    QNLogger own("own.log", 4, m_platform);
+    for (QNLogger* log : {m_log.get(), &own}) {
+      log->SetConsoleEcho(false);
+      log->Write(line);
+      EXPECT_EQ(log->Flush(), 0U);
+    }
+    EXPECT_EQ(Letters("d/t.log") + Letters("own.log"), lines + lines);
+  };
   m_log->SetDirectory("d");
   m_log->SetMaxQueueSize(10);
   WriteAndStop("p");
   auto heldBack = std::async(std::launch::async, [this] { Write("h"); });
   EXPECT_TRUE(AreWaiting(1));
-  InChild([this] {
-    ExpectNewLines("1", "1");
+  InChild([&] {
+    expectNewLines("1", "1");
     EXPECT_EQ(ZThread::MainThread()->Id(), m_sync.CurrentThreadId());
-    std::thread([this] { InChild([this] { ExpectNewLines("2", "12"); }); }).join();
+    std::thread([&] { InChild([&] { expectNewLines("2", "12"); }); }).join();
     m_log.reset();
     m_sync.WaitForThreads();
   });
@@ -116,7 +114,7 @@ TEST_F(Fork, WithoutMemoryLeavesTheChildALogThatDoesNothing) {
     Flush();
     EXPECT_EQ(Letters(), "p");
     m_log.reset();
-    EXPECT_THAT(m_surroundings.Sleeps(), testing::IsEmpty());
+    EXPECT_THAT(m_surroundings.Sleeps(), ElementsAre());
   };
   InChild(dropLine, &none);
 }

@@ -9,24 +9,31 @@ namespace {
 
 class ManageMutex : public LogFixture {
  protected:
-  bool NameExists() { return m_sync.OpenNamedMutex(m_name) != nullptr; }
-
   static bool IsFree(SystemMutex& mutex) {
     const auto take = [&] { return mutex.Wait(0) == WaitResult::kSignalled && mutex.Release(); };
     return std::async(std::launch::async, take).get();
   }
 
-  /// The status of a guard, by handle and perhaps logger or by name, that ends at once.
-  template <typename... Logger>
-  std::uint32_t Guard(auto* mutex, Logger*... logger) {
+  /// The status of a guard, by handle and logger or by name, that ends at once.
+  template <typename... Arguments>
+  std::uint32_t Guard(auto* mutex, Arguments... logger) {
     const QNManageMutex guard(mutex, m_status, logger..., m_platform);
     return m_status;
   }
 
-  /// Whether a named mutex was acquired, and the status.
-  std::pair<bool, std::uint32_t> Acquire(const char* name) {
-    const bool isAcquired = AcquireMutex(m_sync, name, 5, m_status) != nullptr;
-    return {isAcquired, m_status};
+  /// What each use of a name says, each with such a failing call: the status of a guard, whether
+  /// it is busy, whether it can be acquired and with what status, and whether it is left behind.
+  std::vector<std::uint32_t> Uses(const char* name, int failing = 0) {
+    std::vector<std::uint32_t> said;
+    m_sync.anyCall.Fail(failing);
+    said.push_back(Guard(name));
+    m_sync.anyCall.Fail(failing);
+    said.push_back(IsMutexBusy(m_sync, name));
+    m_sync.anyCall.Fail(failing);
+    said.push_back(AcquireMutex(m_sync, name, 5, m_status) != nullptr);
+    said.push_back(m_status);
+    said.push_back(m_sync.OpenNamedMutex(m_name) != nullptr);
+    return said;
   }
 
   // A name of this process alone.
@@ -39,18 +46,33 @@ class ManageMutex : public LogFixture {
 
 TEST_F(ManageMutex, TellsHowItsWaitEnded) {
   using enum WaitResult;
-  for (const auto& [waited, status] :
-       {std::pair(kSignalled, 0U), {kTimedOut, 2U}, {kAbandoned, 3U}, {kFailed, 0U}}) {
-    const bool isHeld = waited == kSignalled;
+  const std::pair<WaitResult, std::vector<std::uint32_t>> uses[] = {
+      {kSignalled, {0, 0, 1, 0, 0}},
+      {kTimedOut, {2, 1, 0, 2, 0}},
+      {kAbandoned, {3, 1, 0, 3, 0}},
+      {kFailed, {0, 1, 0, 0, 1}}};  // The name stays open when the wait itself has failed.
+  for (const auto& [waited, said] : uses) {
     m_sync.mutexWaits.Give(waited, 4);
-    EXPECT_EQ(Guard(m_mutex.get(), m_noLogger), status);
-    EXPECT_EQ(Guard(m_name), status);
-    EXPECT_EQ(IsMutexBusy(m_sync, m_name), !isHeld);
-    EXPECT_FALSE(NameExists());
-    EXPECT_EQ(Acquire(m_name), std::pair(isHeld, status));
-    // Kept: the name stays open when the wait itself has failed.
-    EXPECT_EQ(NameExists(), waited == kFailed);
+    EXPECT_EQ(Guard(m_mutex.get(), m_noLogger), said.front());
+    EXPECT_EQ(Uses(m_name), said);
   }
+}
+
+TEST_F(ManageMutex, HasNoneWithoutANameOrWhenTheSystemRefuses) {
+  EXPECT_THAT(Uses(m_name, 1), ElementsAre(7, 0, 0, 7, 0));
+  for (const char* const name : {"", static_cast<const char*>(nullptr)})
+    EXPECT_THAT(Uses(name), ElementsAre(5, 0, 0, 5, 0));
+  EXPECT_THAT(m_surroundings.debugTexts, testing::SizeIs(3));
+  ReleaseAndCloseMutex(nullptr);
+}
+
+TEST_F(ManageMutex, OfANameIsHandedBackWhenAbandoned) {
+  // Kept open, so that the name lives on when its owner's thread has ended.
+  const auto open = OpenOrCreateMutex(m_sync, m_name, m_status);
+  std::thread([&open] { EXPECT_EQ(open->Wait(0), WaitResult::kSignalled); }).join();
+  EXPECT_EQ(AcquireMutex(m_sync, m_name, 5, m_status), nullptr);
+  EXPECT_TRUE(m_status == 3 && IsFree(*open));
+  EXPECT_TRUE(!IsMutexBusy(m_sync, m_name) && IsFree(*open));
 }
 
 TEST_F(ManageMutex, HoldsTheMutexForTheScopeAndReportsMisuseToItsLoggerIfAny) {
@@ -72,29 +94,6 @@ TEST_F(ManageMutex, HoldsTheMutexForTheScopeAndReportsMisuseToItsLoggerIfAny) {
                      testing::EndsWith(".  GetLastError:288 (QNManageMutex - 113)"));
   EXPECT_THAT(Records(), ElementsAre("N NULL mutex value passed in (QNManageMutex - 59)", failed));
   EXPECT_THAT(m_surroundings.debugTexts, ElementsAre("ERROR", "ERROR", "ERROR", "ERROR"));
-}
-
-TEST_F(ManageMutex, HasNoneWithoutANameOrWhenTheSystemRefuses) {
-  for (const auto& [name, status] : {std::pair(m_name, 7U), {nullptr, 5U}, {"", 5U}}) {
-    m_sync.anyCall.Fail(1);
-    EXPECT_EQ(Acquire(name), std::pair(false, status));
-    m_sync.anyCall.Fail(1);
-    EXPECT_EQ(Guard(name), status);
-    m_sync.anyCall.Fail(1);
-    EXPECT_FALSE(IsMutexBusy(m_sync, name));
-  }
-  EXPECT_THAT(m_surroundings.debugTexts, testing::SizeIs(3));
-  ReleaseAndCloseMutex(nullptr);
-}
-
-TEST_F(ManageMutex, OfANameIsHandedBackWhenAbandoned) {
-  // Kept open, so that the name lives on when its owner's thread has ended.
-  const auto open = OpenOrCreateMutex(m_sync, m_name, m_status);
-  std::thread([&open] { EXPECT_EQ(open->Wait(0), WaitResult::kSignalled); }).join();
-  EXPECT_EQ(Acquire(m_name), std::pair(false, 3U));
-  EXPECT_TRUE(IsFree(*open));
-  EXPECT_FALSE(IsMutexBusy(m_sync, m_name));
-  EXPECT_TRUE(IsFree(*open));
 }
 
 }  // namespace
