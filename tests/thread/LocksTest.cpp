@@ -6,6 +6,7 @@
 #include "thread/ZLocker.h"
 #include "thread/ZMutex.h"
 #include "thread/ZMutexComposite.h"
+#include "thread/ZRWLock.h"
 #include "thread/ZThread.h"
 
 namespace tlk::test {
@@ -51,24 +52,6 @@ TEST_F(ZSemaphoreTest, HasLimitsThatTheClockDoesNotCutShort) {
     EXPECT_EQ(deadline.MillisecondsLeft(), left);
     surroundings.Sleep(1);
   }
-}
-
-// What the mutex protects is plain, so that the thread sanitizer sees what the locks do.
-TEST(LocksTest, LoseAndMakeNoUnits) {
-  ZSemaphore semaphore("semaphore", 5);
-  ZMutex mutex("mutex");
-  int inUse = 0;
-  RunOnThreads(5, [&](int n) {
-    for (const int end = n + 2'000; n < end; ++n) {
-      const int units = n % 5 + 1;
-      if (semaphore.Wait(units, n % 7 == 0 ? kForever : n % 3) != kAcquired) continue;
-      EXPECT_LE((ZLocker(mutex), inUse += units), 5);
-      std::this_thread::yield();
-      EXPECT_GE((ZLocker(mutex), inUse -= units), 0);
-      EXPECT_TRUE(semaphore.Signal(units));
-    }
-  });
-  EXPECT_TRUE(semaphore.Wait(5, 0) == kAcquired && semaphore.Wait(1, 0) == kTimedOut);
 }
 
 TEST(LocksTest, EndWhileLimitsRunOutAndUnitsCome) {
@@ -125,6 +108,105 @@ TEST(LocksTest, AreGivenBackByACompositeWhenOneRunsOutOrIsDestroyed) {
   last.reset();
   EXPECT_TRUE(composite.get() == kDestroyed && !quiet.get() && first.Acquire(0) == kAcquired);
   EXPECT_THROW(throwing.get(), ZThread::Disposed);
+}
+
+struct ZRWLockTest : testing::Test {
+  std::unique_ptr<ZRWLock> lock = std::make_unique<ZRWLock>();
+  ZRWLock::Read& read = lock->ReadSide();
+  ZRWLock::Write& write = lock->WriteSide();
+
+  /// What the calling thread holds.
+  [[nodiscard]] std::string Held() const {
+    return std::string(read.IsHeld() ? "read " : "") + (write.IsHeld() ? "write" : "");
+  }
+};
+
+// Taken once, it is told by one word; taken twice, by its fields, and still when it is given back.
+TEST_F(ZRWLockTest, IsHeldByItsThreadUntilEachHoldIsGivenBack) {
+  for (ZMutexBase* const side : std::initializer_list<ZMutexBase*>{&read, &write, &read}) {
+    const std::string held = side == &write ? "read write" : "read ";
+    EXPECT_EQ(Held(), "");
+    for (ZMutexBase* const again : std::initializer_list<ZMutexBase*>{side, &read}) {
+      EXPECT_EQ(side->Acquire(), kAcquired);
+      EXPECT_EQ(Held(), held);
+      EXPECT_EQ(again->Acquire(), kAcquired);
+      EXPECT_EQ(Held(), held);
+      EXPECT_EQ(Elsewhere([&] { return Held(); }), "");
+      again->Release();
+      EXPECT_EQ(Held(), held);
+      read.Release();  // Whichever side is released.
+    }
+  }
+}
+
+TEST_F(ZRWLockTest, LetsInAWriterAndThenAtOnceTheReadersBehindIt) {
+  for (const int readers : {3, 0, 1, 3}) {
+    int written = 0;
+    std::atomic<int> inside = 0;
+    std::vector<std::future<void>> waiters;
+    EXPECT_EQ(read.Acquire(), kAcquired);
+    waiters.push_back(StartWaiter(*lock, 1, [&] {
+      ZLocker writer(write);
+      EXPECT_TRUE(ZLocker(read).HoldsLock() && writer.Acquire() == kAcquired);
+      EXPECT_EQ(Held(), "read write");
+      ++written;
+    }));
+    for (int n = 1; n <= readers; ++n) {
+      waiters.push_back(StartWaiter(*lock, n + 1, [&] {
+        const ZLocker reader(read);
+        ++inside;
+        EXPECT_TRUE(Eventually([&] { return inside == readers; }) && written == 1);
+        EXPECT_EQ(Held(), "read ");
+      }));
+    }
+    EXPECT_TRUE(ZLocker(read).HoldsLock() && written == 0);  // Reading already, it need not wait.
+    EXPECT_EQ(Held(), "read ");
+    read.Release();
+  }
+}
+
+// Such a writer protects no data from those who read, which the thread sanitizer would rightly call
+// a race. So this test touches none, and the stress test below sets its writers no limit.
+TEST_F(ZRWLockTest, IsTakenByAWriterWhoseLimitRunsOut) {
+  const ZLocker reader(read);
+  EXPECT_TRUE(Elsewhere([&] { return ZLocker(read).HoldsLock(); }));
+  EXPECT_EQ(Elsewhere([&] { return write.Acquire(1'000) == kAcquired ? Held() : ""; }),
+            "read write");
+  EXPECT_EQ(Held(), "read ");
+}
+
+TEST_F(ZRWLockTest, ThrowsToThoseWhoWaitWhenItIsDestroyed) {
+  EXPECT_EQ(write.Acquire(), kAcquired);
+  auto first = StartWaiter(*lock, 1, [&] { return read.Acquire(0); });  // Its limit is not used.
+  auto second = StartWaiter(*lock, 2, [&] { return read.Acquire(); });
+  auto writer = StartWaiter(*lock, 3, [&] { return write.Acquire(3'600'000'000); });
+  lock.reset();
+  for (auto* waiter : {&first, &second, &writer}) EXPECT_THROW(waiter->get(), ZThread::Disposed);
+}
+
+// What the locks protect is plain, so that the thread sanitizer sees what they do.
+TEST_F(ZRWLockTest, ProtectsPlainDataAndSemaphoresLoseAndMakeNoUnits) {
+  ZSemaphore semaphore("semaphore", 5);
+  ZMutex mutex("mutex");
+  int inUse = 0;
+  int taken = 0;
+  RunOnThreads(5, [&](int n) {
+    for (const int end = n + 2'000; n < end; ++n) {
+      ZLocker locker(n % 4 == 0 ? static_cast<ZMutexBase&>(write) : read);
+      EXPECT_TRUE(n % 3 != 0 || locker.Acquire() == kAcquired);
+      EXPECT_LE(n % 4 == 0 ? ++taken : taken, 2'500);
+    }
+    for (const int end = n + 2'000; n < end; ++n) {
+      const int units = n % 5 + 1;
+      if (semaphore.Wait(units, n % 7 == 0 ? kForever : n % 3) != kAcquired) continue;
+      EXPECT_LE((ZLocker(mutex), inUse += units), 5);
+      std::this_thread::yield();
+      EXPECT_GE((ZLocker(mutex), inUse -= units), 0);
+      EXPECT_TRUE(semaphore.Signal(units));
+    }
+  });
+  EXPECT_EQ(taken, 2'500);
+  EXPECT_TRUE(semaphore.Wait(5, 0) == kAcquired && semaphore.Wait(1, 0) == kTimedOut);
 }
 
 }  // namespace tlk::test

@@ -8,6 +8,7 @@
 
 namespace tlk::test {
 
+<<<<<<< HEAD
 TEST(ZRWLockWithoutMemory, StaysAsItIsAndIsTakenAgainLater) {
   for (const bool isWriter : {false, true}) {
     ZRWLock lock;
@@ -27,6 +28,20 @@ TEST(ZRWLockWithoutMemory, StaysAsItIsAndIsTakenAgainLater) {
     // Nobody counts any more: another thread may write at once.
     EXPECT_EQ(Elsewhere([&] { return lock.WriteSide().Acquire(); }), LockResult::kAcquired);
   }
+=======
+TEST(ZRWLockWithoutMemory, StaysAsItIs) {
+  ZRWLock lock;
+  ZMutexBase& read = lock.ReadSide();
+  ASSERT_EQ(read.Acquire(), LockResult::kAcquired);
+  MemoryLimit none;
+  none.Set(0, kEveryTime);
+  SetMemoryLimit(&none);
+  EXPECT_THROW(static_cast<void>(read.Acquire()), std::bad_alloc);
+  SetMemoryLimit(nullptr);
+  read.Release();
+  // Nobody counts any more: another thread may write at once.
+  EXPECT_EQ(Elsewhere([&] { return lock.WriteSide().Acquire(); }), LockResult::kAcquired);
+>>>>>>> 11f54f7 (Test all locks in one place)
 }
 
 }  // namespace tlk::test
