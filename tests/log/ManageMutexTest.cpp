@@ -14,10 +14,9 @@ class ManageMutex : public LogFixture {
     return std::async(std::launch::async, take).get();
   }
 
-  /// The status of a guard, by handle and logger or by name, that ends at once.
-  template <typename... Arguments>
-  std::uint32_t Guard(auto* mutex, Arguments... logger) {
-    const QNManageMutex guard(mutex, m_status, logger..., m_platform);
+  /// The status of a guard that ends at once.
+  std::uint32_t Guard(SystemMutex* mutex, QNLogger* logger) {
+    const QNManageMutex guard(mutex, m_status, logger, m_platform);
     return m_status;
   }
 
@@ -26,7 +25,7 @@ class ManageMutex : public LogFixture {
   std::vector<std::uint32_t> Uses(const char* name, int failing = 0) {
     std::vector<std::uint32_t> said;
     m_sync.anyCall.Fail(failing);
-    said.push_back(Guard(name));
+    { const QNManageMutex guard(name, said.emplace_back(), m_platform); }
     m_sync.anyCall.Fail(failing);
     said.push_back(IsMutexBusy(m_sync, name));
     m_sync.anyCall.Fail(failing);
@@ -40,7 +39,6 @@ class ManageMutex : public LogFixture {
   const std::string m_ownName = "tlkc2-guard-" + std::to_string(std::random_device()());
   const char* const m_name = m_ownName.c_str();
   const std::unique_ptr<SystemMutex> m_mutex = m_sync.NewMutex();
-  QNLogger* const m_noLogger = nullptr;
   std::uint32_t m_status = 77;
 };
 
@@ -53,7 +51,7 @@ TEST_F(ManageMutex, TellsHowItsWaitEnded) {
       {kFailed, {0, 1, 0, 0, 1}}};  // The name stays open when the wait itself has failed.
   for (const auto& [waited, said] : uses) {
     m_sync.mutexWaits.Give(waited, 4);
-    EXPECT_EQ(Guard(m_mutex.get(), m_noLogger), said.front());
+    EXPECT_EQ(Guard(m_mutex.get(), nullptr), said.front());
     EXPECT_EQ(Uses(m_name), said);
   }
 }
@@ -76,11 +74,11 @@ TEST_F(ManageMutex, OfANameIsHandedBackWhenAbandoned) {
 }
 
 TEST_F(ManageMutex, HoldsTheMutexForTheScopeAndReportsMisuseToItsLoggerIfAny) {
-  EXPECT_EQ(Guard(m_mutex.get(), m_noLogger), 0U);
+  EXPECT_EQ(Guard(m_mutex.get(), nullptr), 0U);
   EXPECT_THAT(m_surroundings.debugTexts, ElementsAre());
   m_log->SetLevel(0);
-  for (QNLogger* const logger : {m_log.get(), m_noLogger}) {
-    EXPECT_EQ(Guard(static_cast<SystemMutex*>(nullptr), logger), 6U);
+  for (QNLogger* const logger : {m_log.get(), static_cast<QNLogger*>(nullptr)}) {
+    EXPECT_EQ(Guard(nullptr, logger), 6U);
     QNManageMutex guard(m_mutex.get(), m_status, logger, m_platform);
     EXPECT_FALSE(IsFree(*m_mutex));
     EXPECT_TRUE(m_mutex->Release());
