@@ -13,7 +13,6 @@
 #include "thread/ZThread.h"
 
 namespace tlk::test {
-namespace {
 
 /// Forks, with as much memory; the child does its work without a failure and comes to its end.
 template <typename Work>
@@ -99,7 +98,8 @@ TEST_F(Fork, LetsTwoProcessesWriteAndRotateOneLogWithoutALoss) {
     for (std::string line; std::getline(file, line); ++written)
       lines.insert(line.substr(line.rfind(") ") + 2));
   }
-  EXPECT_TRUE(written == 2 * kLines && lines.size() == 2 * kLines) << written;
+  EXPECT_EQ(written, 2 * kLines);
+  EXPECT_EQ(lines.size(), 2 * kLines);
   fs::remove_all("two-processes");
 }
 
@@ -119,5 +119,4 @@ TEST_F(Fork, WithoutMemoryLeavesTheChildALogThatDoesNothing) {
   InChild(dropLine, &none);
 }
 
-}  // namespace
 }  // namespace tlk::test

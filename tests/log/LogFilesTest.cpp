@@ -6,7 +6,6 @@
 #include "tests/log/LogFixture.h"
 
 namespace tlk::test {
-namespace {
 
 TEST(Rotation, MovesEachFileOneGenerationOn) {
   std::ifstream rows(TLKC2_ROTATIONS);
@@ -87,19 +86,18 @@ TEST_F(LogFiles, HoldWholeRecordsInOrderWhateverCallsFail) {
   }
 }
 
-std::string MarkAt(std::size_t position, const std::string& mark) {
-  return std::string(position, '.') + ") " + mark + " text";
-}
-
 TEST_F(LogFiles, AreScannedByTheirNumbersForErrorsAndWarnings) {
+  const auto markAt = [](std::size_t position, const std::string& mark) {
+    return std::string(position, '.') + ") " + mark + " text";
+  };
   // A line is read in pieces of 8,191 characters, each a line of its own.
   const std::string piece = "(1) E " + std::string(8185, 'x');
   // A text ends at a zero byte.
   const std::string zeroBytes("(1) E a\0b\nt\0 (1) E a\n", 21);
-  const std::string lateError = MarkAt(5, "W") + MarkAt(60, "E");
+  const std::string lateError = markAt(5, "W") + markAt(60, "E");
   m_files.SetContent("/quillon.log", "(1) N a\n(1) W b\rreturns\r\n(1) e c\n(1)E d\n" + zeroBytes +
-                                         MarkAt(49, "E") + "\n" + MarkAt(50, "E") + "\n" +
-                                         MarkAt(49, "W") + "\n" + MarkAt(50, "W") + "\n" +
+                                         markAt(49, "E") + "\n" + markAt(50, "E") + "\n" +
+                                         markAt(49, "W") + "\n" + markAt(50, "W") + "\n" +
                                          lateError + "\n" + piece +
                                          "(2) E rest\n(1) E no line end");
   m_files.SetContent("d/quillon3.log", "(1) E in d");
@@ -116,10 +114,9 @@ TEST_F(LogFiles, AreScannedByTheirNumbersForErrorsAndWarnings) {
   m_log->SetDirectory("d");
   EXPECT_EQ(m_log->ScanLog(3, lines), 1);
   EXPECT_EQ(m_log->ScanLog(0, lines), 89);
-  EXPECT_THAT(lines, ElementsAre("(1) W b returns  ", "(1) E a", MarkAt(49, "E") + " ",
-                                 MarkAt(49, "W") + " ", lateError + " ", piece, "(2) E rest ",
+  EXPECT_THAT(lines, ElementsAre("(1) W b returns  ", "(1) E a", markAt(49, "E") + " ",
+                                 markAt(49, "W") + " ", lateError + " ", piece, "(2) E rest ",
                                  "(1) E no line end", "(1) E in d"));
 }
 
-}  // namespace
 }  // namespace tlk::test

@@ -27,8 +27,7 @@ using testing::ElementsAre;
 using testing::StartsWith;
 
 /// A log that echoes nothing, on a scripted platform.
-class LogFixture : public testing::Test {
- protected:
+struct LogFixture : testing::Test {
   LogFixture() {
     m_log->SetConsoleEcho(false);
     m_files.answer = [this](FileCall call, auto /*what*/) -> std::optional<std::int64_t> {

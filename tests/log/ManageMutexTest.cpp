@@ -5,10 +5,8 @@
 #include "tests/log/LogFixture.h"
 
 namespace tlk::test {
-namespace {
 
-class ManageMutex : public LogFixture {
- protected:
+struct ManageMutex : LogFixture {
   static bool IsFree(SystemMutex& mutex) {
     const auto take = [&] { return mutex.Wait(0) == WaitResult::kSignalled && mutex.Release(); };
     return std::async(std::launch::async, take).get();
@@ -94,5 +92,4 @@ TEST_F(ManageMutex, HoldsTheMutexForTheScopeAndReportsMisuseToItsLoggerIfAny) {
   EXPECT_THAT(m_surroundings.debugTexts, ElementsAre("ERROR", "ERROR", "ERROR", "ERROR"));
 }
 
-}  // namespace
 }  // namespace tlk::test

@@ -5,7 +5,6 @@
 #include "tests/log/LogFixture.h"
 
 namespace tlk::test {
-namespace {
 
 constexpr std::uint32_t kText = 101;
 const int kModule = 0;
@@ -75,5 +74,4 @@ TEST(RecordTime, IsThatOfTheClockCutBehind50Characters) {
   expectTime({2026, -1'999'999'999, -1'999'999'999, -1'999'999'999, -1'999'999'999, 5, 6});
 }
 
-}  // namespace
 }  // namespace tlk::test

@@ -1,7 +1,6 @@
 #include "tests/log/LogFixture.h"
 
 namespace tlk::test {
-namespace {
 
 using Queue = LogFixture;
 
@@ -136,8 +135,7 @@ TEST_F(Queue, HoldsEveryLineOfManyProducersOnceAndBeforeTheirFlush) {
   EXPECT_EQ(m_sync.ThreadsMade(), 1U);
 }
 
-class Life : public LogFixture {
- protected:
+struct Life : LogFixture {
   void SetHooks() {
     const auto count = [](void* calls, const char* category, const char* name) {
       *static_cast<std::atomic<int>*>(calls) += category + std::string(name) == "SystemWriteLog";
@@ -242,5 +240,4 @@ TEST_F(Life, AWriterThatIsStillBusyHoldsNobodyUpAndWritesTheRestWithoutTheLog) {
   EXPECT_EQ(Letters(), "123");
 }
 
-}  // namespace
 }  // namespace tlk::test

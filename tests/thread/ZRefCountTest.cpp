@@ -7,7 +7,6 @@
 #include <utility>
 
 namespace tlk {
-namespace {
 
 template <typename Base>
 struct Ending : Base {
@@ -62,5 +61,4 @@ TEST(ZRefDeathTest, EndsTheProcessOnAccessToNoneOrToADeadObject) {
   EXPECT_EQ(none.operator->(), nullptr);  // Of none, that check knows nothing.
 }
 
-}  // namespace
 }  // namespace tlk

@@ -7,10 +7,8 @@
 #include "thread/SpinWord.h"
 
 namespace tlk {
-namespace {
 
-class ZThreadTest : public test::ThreadFixture {
- protected:
+struct ZThreadTest : test::ThreadFixture {
   struct Worker final : ZThread {
     explicit Worker(ZThreadTest& owner) : ZThread("worker"), test(owner) {}
     ~Worker() override { test.endedOn = Current(); }
@@ -138,5 +136,4 @@ TEST(Reporter, PrintsWhatItIsGivenUpTo1024Characters) {
   EXPECT_EQ(FormatText("%s", (whole + whole).c_str()), std::string(1023, 'm'));
 }
 
-}  // namespace
 }  // namespace tlk
