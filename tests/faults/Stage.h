@@ -46,8 +46,8 @@ class Stage final : public ITlkcEvents {
   Stage(const std::string& codePage, const Fault& fault) : m_fault(fault), m_text(codePage) {
     pugi::set_memory_management_functions(AllocateScarce, FreeScarce);
     testing::internal::CaptureStdout();
-    m_files.answer = [this](const FileCall& call) {
-      return FailsOrIsNoted(call) ? std::optional<std::int64_t>(m_fault.how) : std::nullopt;
+    m_files.answer = [this](FileCall call, std::string_view text) {
+      return FailsOrIsNoted(call, text) ? std::optional<std::int64_t>(m_fault.how) : std::nullopt;
     };
     sockets.anyError = fault.how;
     if (fault.kind <= kWriterMemory) {
@@ -186,12 +186,12 @@ class Stage final : public ITlkcEvents {
            Counter().HasCome();
   }
 
-  bool FailsOrIsNoted(const FileCall& call) {
+  bool FailsOrIsNoted(FileCall call, std::string_view text) {
     if (m_fileCall.IsThis()) return true;
-    if (call.kind != FileCall::Kind::kAppend) return false;
-    if (call.argument.find(") E ") != std::string::npos) ++m_errorRecords;
-    if (!call.argument.starts_with("-")) ++m_records;  // No marker.
-    if (call.argument.ends_with(kLastLine)) m_hasLastLine = true;
+    if (call != FileCall::kAppend) return false;
+    if (text.find(") E ") != std::string_view::npos) ++m_errorRecords;
+    if (!text.starts_with("-")) ++m_records;  // No marker.
+    if (text.ends_with(kLastLine)) m_hasLastLine = true;
     return false;
   }
 
