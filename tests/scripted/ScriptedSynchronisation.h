@@ -73,11 +73,13 @@ class ScriptedSynchronisation final : public Synchronisation {
     });
   }
 
-  // Whoever asks for a thread has to resume it.
+  // Whoever gets a thread has to resume it; one that could not be given is not waited for.
   std::unique_ptr<SystemThread> NewThread(std::function<void()> work) override {
     if (anyCall.IsThis()) return nullptr;
-    m_threads.push_back(m_real.NewThread(std::move(work)));
-    return Wrap<Thread>(m_threads.back());
+    std::shared_ptr<SystemThread> real = m_real.NewThread(std::move(work));
+    auto thread = Wrap<Thread>(real);
+    m_threads.push_back(std::move(real));
+    return thread;
   }
 
   std::unique_ptr<SystemThread> OpenCurrentThread() override {
