@@ -28,35 +28,20 @@ def alike(before, native, windows):
         return False
     texts = [unquoted(line[2]) for line in lines]
     if not texts[0].startswith("<"):
+        # Where blanks stand in the text of a node, xml tells; a stamp may be one.
         return lines[0][1].startswith("node") and any(
-            how(texts[0]) == how(texts[1]) for how in (without_blanks, without_stamp))
-    kept = [settled_natively(texts[0]), settled_on_windows(texts[1])]
+            re.sub(left_out, "", texts[0]) == re.sub(left_out, "", texts[1])
+            for left_out in ("[ \t\r\n]", r"^\d{7}$"))
+    parts = [MARKUP.split(text) for text in texts]
+    # The indentation, and the line breaks in texts.
+    parts[1][::2] = ["" if re.fullmatch(r"\r\n\t*", part) else part.replace("\r\n", "\n")
+                     for part in parts[1][::2]]
+    kept = list(map(settled, parts))
     # The stamp counts what was taken away. One that is not of this text cannot be told by it.
     is_fresh = before == "set-length 0"
     kept = [STAMP.sub(lambda stamp: str(int(stamp[0]) - len(text) + len(one)) if is_fresh else "",
                       one, count=1) for text, one in zip(texts, kept)]
     return kept[0] == kept[1]
-
-
-# The text of a node; where blanks stand in it, xml tells.
-def without_blanks(text):
-    return re.sub("[ \t\r\n]", "", text)
-
-
-def without_stamp(text):
-    return re.sub(r"^\d{7}$", "", text)
-
-
-def settled_natively(text):
-    return settled(MARKUP.split(text))
-
-
-def settled_on_windows(text):
-    parts = MARKUP.split(text)
-    # The indentation, and the line breaks in texts.
-    parts[::2] = ["" if re.fullmatch(r"\r\n\t*", part) else part.replace("\r\n", "\n")
-                  for part in parts[::2]]
-    return settled(parts)
 
 
 # Texts and markup as one text, where no prefix is declared again as what it stands for.
