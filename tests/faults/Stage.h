@@ -22,6 +22,7 @@ enum Kind { kMemory, kWriterMemory, kSockets, kFiles, kDom, kThreads, kNothing }
 /// What fails: the nth call of a kind. `how` is the number it fails with, or, of memory, how often
 /// it is refused.
 struct Fault {
+  const char* what = "";
   Kind kind = kNothing;
   int how = 0;
   int nth = 0;
@@ -31,8 +32,7 @@ struct Fault {
 struct Outcome {
   Timeline host;     ///< Events, and what calls gave.
   std::string sent;  ///< What the server got.
-  int ends = 0;      ///< How often the host was told of an end.
-  int refusals = 0;  ///< How often a call told of a failure, or nothing was done unconnected.
+  int refusals = 0;  ///< Ends, calls that told of a failure, and what was not done for an end.
   int records = 0;   ///< In the log; `errors` of them tell of one.
   int errors = 0;
   std::string shown;       ///< On standard output.
@@ -57,14 +57,11 @@ class Stage final : public ITlkcEvents {
     }
     m_strings.texts[{m_strings.TheModule(), 101}] = "%s";
     m_log = std::make_unique<QNLogger>("TLK_Client.log", 4, m_platform);
-    const auto limitWriter = [](void* limit, const char* /*category*/, const char* /*name*/) {
-      t_memoryLimit = static_cast<MemoryLimit*>(limit);
-    };
-    m_log->SetThreadStartHook(limitWriter, &m_limits[kWriterMemory]);
+    const auto limit = [](void* set, auto...) { t_memoryLimit = static_cast<MemoryLimit*>(set); };
+    m_log->SetThreadStartHook(limit, &m_limits[kWriterMemory]);
     m_log->SetRotation(400, 4);   // Within each conversation.
     m_log->SetMaxQueueSize(400);  // It holds producers back.
-    DomFactory& dom = fault.kind == kDom ? static_cast<DomFactory&>(m_dom) : m_realDom;
-    const ControlPorts ports{sockets, m_window, m_platform, dom, m_gate, *m_log};
+    const ControlPorts ports{sockets, m_window, m_platform, m_dom, m_gate, *m_log};
     m_control = std::make_unique<OpenControl>(ports, *this);
   }
 
@@ -80,7 +77,7 @@ class Stage final : public ITlkcEvents {
     EXPECT_EQ(sockets.OpenCount(), 0U);
   }
 
-  [[nodiscard]] bool IsConnected() const { return m_control->m_status == TLK_Connected; }
+  bool IsConnected() const { return m_control->m_status == TLK_Connected; }
 
   void Connect(std::u16string_view server = u"127.0.0.1") {
     std::int32_t value = 0;
@@ -96,17 +93,16 @@ class Stage final : public ITlkcEvents {
   // After a send that would have blocked, the system tells of room.
   void Send(std::u16string_view type) {
     if (IsTooLate()) return;
-    constexpr std::u16string_view kData = u"<Text>more than a few bytes, \u00E9</Text>";
-    Note("send", Within(m_memory, [&] { return m_control->SendTLKMsg(type, kData); }));
+    const auto send = [&] { return m_control->SendTLKMsg(type, u"<a>some text, \u00E9</a>"); };
+    Note("send", Within(m_memory, send));
     for (int i = 0; i < 3; ++i) Notify(socket_event::kWrite);
   }
 
   void Request() {
     if (IsTooLate()) return;
-    std::u16string type;
-    std::u16string data;
-    const auto result = Within(
-        m_memory, [&] { return m_control->SendReceiveTlkMsg(u"Ask", u"<A/>", &type, &data, 100); });
+    std::u16string type, data;
+    const auto ask = [&] { return m_control->SendReceiveTlkMsg(u"Ask", u"", &type, &data, 100); };
+    const auto result = Within(m_memory, ask);
     Note("request " + ToNarrow(type) + " " + ToNarrow(data), result);
   }
 
@@ -140,18 +136,15 @@ class Stage final : public ITlkcEvents {
     m_log->Rest();
     m_outcome.shown = testing::internal::GetCapturedStdout();
     m_outcome.sent = std::exchange(sockets.sent, "");
-    m_outcome.records = m_records;
-    m_outcome.errors = m_errorRecords;
     return m_outcome;
   }
 
   void CheckState() const {
     EXPECT_EQ(m_control->m_status, m_announced);
     EXPECT_EQ(sockets.OpenCount(), m_control->m_socket == kInvalidSocket ? 0U : 1U);
-    const std::string last = m_outcome.host.empty() ? "" : m_outcome.host.back();
+    const std::string& last = m_outcome.host.back();
     // Only an unknown name leaves a socket behind.
-    const bool isUnknown = last == "connect 0";
-    EXPECT_TRUE(m_control->m_socket == kInvalidSocket || IsConnected() || isUnknown);
+    EXPECT_TRUE(m_control->m_socket == kInvalidSocket || IsConnected() || last == "connect 0");
     // A request leaves the timer alone, also when it ends the connection.
     EXPECT_EQ(m_window.Runs(kKeepAliveTimer), IsConnected() || last.starts_with("request"));
   }
@@ -177,7 +170,7 @@ class Stage final : public ITlkcEvents {
   // The counter of the calls that fail; when memory does, or nothing, it has nothing to count.
   NthCall& Counter() {
     if (m_fault.kind == kSockets) return sockets.anyCall;
-    if (m_fault.kind == kDom) return m_dom.script.anyCall;
+    if (m_fault.kind == kDom) return m_scriptedDom.script.anyCall;
     return m_fault.kind == kThreads ? m_threads.anyCall : m_fileCall;
   }
 
@@ -189,8 +182,8 @@ class Stage final : public ITlkcEvents {
   bool FailsOrIsNoted(FileCall call, std::string_view text) {
     if (m_fileCall.IsThis()) return true;
     if (call != FileCall::kAppend) return false;
-    if (text.find(") E ") != std::string_view::npos) ++m_errorRecords;
-    if (!text.starts_with("-")) ++m_records;  // No marker.
+    if (text.find(") E ") != std::string_view::npos) ++m_outcome.errors;
+    if (!text.starts_with("-")) ++m_outcome.records;  // No marker.
     if (text.ends_with(kLastLine)) m_hasLastLine = true;
     return false;
   }
@@ -200,15 +193,12 @@ class Stage final : public ITlkcEvents {
     if (result != kResultOk) ++m_outcome.refusals;
   }
 
-  bool IsTooLate() {
-    if (!IsConnected()) ++m_outcome.refusals;
-    return !IsConnected();
-  }
+  bool IsTooLate() { return !IsConnected() && ++m_outcome.refusals > 0; }
 
   void ConnStatusChanged(TLK_ConnStatusEnum status) override {
     const PlentyOfMemory plenty;
     m_announced = status;
-    if (status == TLK_Not_Connected) ++m_outcome.ends;
+    if (status == TLK_Not_Connected) ++m_outcome.refusals;
     m_outcome.host.push_back("status " + std::to_string(status));
   }
 
@@ -223,8 +213,6 @@ class Stage final : public ITlkcEvents {
   std::array<MemoryLimit, 2> m_limits;
   MemoryLimit& m_memory = m_limits[kMemory];
   NthCall m_fileCall;
-  std::atomic<int> m_records{0};
-  std::atomic<int> m_errorRecords{0};
   std::atomic<bool> m_hasLastLine{false};
   TLK_ConnStatusEnum m_announced = TLK_Not_Connected;
   ScriptedWindow m_window;
@@ -234,7 +222,8 @@ class Stage final : public ITlkcEvents {
   ScriptedSynchronisation m_threads;
   const Platform m_platform{m_text, m_strings, m_threads, m_surroundings, m_files};
   SystemDomFactory m_realDom{m_text};
-  ScriptedDomFactory m_dom{m_realDom};
+  ScriptedDomFactory m_scriptedDom{m_realDom};
+  DomFactory& m_dom = m_fault.kind == kDom ? static_cast<DomFactory&>(m_scriptedDom) : m_realDom;
   XmlGate m_gate{m_text};
   std::unique_ptr<QNLogger> m_log;
   std::unique_ptr<OpenControl> m_control;
