@@ -32,10 +32,4 @@ std::string Input::Text() {
   return text;
 }
 
-std::string Input::Rest() {
-  std::string text(m_left);
-  m_left = {};
-  return text;
-}
-
 }  // namespace tlk::fuzz

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 /// What a fuzzer calls with each input. Whatever it finds wrong ends the process.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
@@ -29,7 +30,7 @@ class Input {
   /// A text of up to 65,535 bytes, behind two bytes that tell how many.
   [[nodiscard]] std::string Text();
   /// All that is left.
-  [[nodiscard]] std::string Rest();
+  [[nodiscard]] std::string Rest() { return std::string(std::exchange(m_left, {})); }
 
  private:
   std::string_view m_left;
