@@ -29,7 +29,8 @@ class Conversation final : public ITlkcEvents {
     while (!m_input.AtEnd()) Step();
     m_inStatus = m_inMessage = true;  // So that no event may come.
     m_control.reset();
-    Check(!m_ports.window.HasTarget() && HasTimers() == kNoTimers, "no timer is left");
+    Check(!m_ports.window.HasTarget() && HasTimers() == std::pair(false, false),
+          "no timer is left");
     Check(m_sockets.OpenCount() == 0, "a control closes its socket");
   }
 
@@ -63,12 +64,11 @@ class Conversation final : public ITlkcEvents {
   }
 
   void Connect() {
-    static constexpr std::u16string_view kServers[] = {u"127.0.0.1", u"known", u"unknown"};
     const auto server = m_input.Choice(3);
     m_sockets.hostAddress = server == 1 ? std::optional(1U) : std::nullopt;
     const bool isFree = m_control->m_status == TLK_Not_Connected;
     std::int32_t value = 7;
-    const auto result = m_control->Connect(kServers[server], 1371, &value);
+    const auto result = m_control->Connect(server == 0 ? u"127.0.0.1" : u"a-name", 1371, &value);
     Check(result == (isFree ? kResultOk : kResultFail), "only who is not connected connects");
     Check(isFree ? value == 0 || value == 1 : value == 7, "the value is written with the result");
     Check(value != 1 || HasTimers().second, "a new connection is kept alive");
@@ -104,7 +104,7 @@ class Conversation final : public ITlkcEvents {
     if (isLate) {
       Check(before == std::tuple(m_steps, m_records, HasTimers()), "too late to matter");
     } else if ((error != 0 || event >= kClose) && m_steps == std::get<0>(before)) {
-      Check(HasTimers() == kNoTimers, "no timer outlives a connection that ends");
+      Check(HasTimers() == std::pair(false, false), "no timer outlives a connection that ends");
     }
   }
 
@@ -158,11 +158,8 @@ class Conversation final : public ITlkcEvents {
     m_isPending = m_isPending || record.text == trace::kConnectPending.text;
   }
 
-  using Timers = std::pair<bool, bool>;
-  static constexpr Timers kNoTimers{false, false};
-
   // The connect timer and the keep-alive timer.
-  Timers HasTimers() const {
+  std::pair<bool, bool> HasTimers() const {
     return {m_ports.window.Runs(0x52ED8D), m_ports.window.Runs(0x52ED92)};
   }
 

@@ -26,6 +26,8 @@ struct Fault {
   Kind kind = kNothing;
   int how = 0;
   int nth = 0;
+
+  friend void PrintTo(const Fault& fault, std::ostream* out) { *out << fault.what; }
 };
 
 /// What came of a conversation.
