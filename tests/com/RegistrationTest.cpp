@@ -70,8 +70,8 @@ class RegistrationTest : public testing::Test {
       EXPECT_EQ(RegCreateKeyA(HKEY_CURRENT_USER, (kSandbox + name).c_str(), &stand), 0);
       EXPECT_EQ(RegOverridePredefKey(hive, stand), 0);
       RegCloseKey(stand);
-      EXPECT_EQ(MakeKey(hive, kClasses + "CLSID"), 0);
       EXPECT_EQ(MakeKey(hive, kClasses + "Wow6432Node"), 0);  // Each bitness has its own view.
+      EXPECT_EQ(MakeKey(hive, kClasses + "CLSID"), 0);
     }
   }
   ~RegistrationTest() override {
