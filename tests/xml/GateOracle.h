@@ -20,8 +20,10 @@ struct BytePage : AnsiText {
   }
   void Widen(std::string_view narrow, std::u16string& wide) const override {
     wide.clear();
-    for (const unsigned char c : narrow)
+    for (const char byte : narrow) {
+      const auto c = static_cast<unsigned char>(byte);
       wide += c < 0x80 ? c : c - 0x80U < upper.size() ? upper[c - 0x80U] : u'?';
+    }
   }
   void Narrow(std::u16string_view wide, std::string& narrow) const override {
     narrow.clear();
