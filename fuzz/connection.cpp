@@ -136,7 +136,9 @@ class Conversation final : public ITlkcEvents {
   }
 
   void CheckCall(std::string_view call) const {
-    if (call != "Receive" || m_control->m_status != TLK_Connected) return;
+    const bool isConnected =
+        m_control->m_status == TLK_Connected && m_sockets.IsOpen(m_control->m_socket);
+    if (call != "Receive" || !isConnected) return;
     const bool isOff = m_sockets.blocking && m_sockets.mask == 0;
     Check(isOff == (m_control->m_socket == m_asking),
           "notifications are off while blocking, and only then");
