@@ -1,12 +1,11 @@
 #!/usr/bin/env bash
-# check.sh NATIVE_BUILD WINDOWS_BUILD: builds the sample of docs/embedding.md as the guide says, from what
-# is installed, runs every sample under Wine, which must have been started, and looks whether the guide
-# shows them, and the control's identifiers, as they are.
+# check.sh NATIVE_BUILD WINDOWS_BUILD: builds the program that docs/embedding.md shows as the guide says, from
+# what is installed, runs it and the guide's scripts under Wine, which must have been started, and looks
+# whether the guide has the control's identifiers as they are.
 set -euo pipefail
 native=$(realpath "$1")
 windows=$(realpath "$2")
-samples=$(realpath "$(dirname "$0")")
-cd "$samples/../.."
+cd "$(dirname "$0")/../.."
 . scripts/server.sh
 run=$PWD/scripts/run-in-wine.sh
 work=$(mktemp -d)
@@ -30,9 +29,10 @@ compare() {
 
 # The guide's blocks of a language, all together.
 block() { sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/p" docs/embedding.md | grep -v '^```'; }
-for sample in cpp:greeter.cpp xml:greeter.exe.manifest vb:status.vbs js:status.js; do
-  block "${sample%%:*}" | compare "the guide shows ${sample#*:}" "$(cat "$samples/${sample#*:}")"
-done
+block cpp >"$work/greeter.cpp"
+block xml >"$work/greeter.exe.manifest"
+block vb >"$work/status.vbs"
+block js >"$work/status.js"
 sed -nE 's/.*\b(uu)?id\(([^)]*)\).*/\2/p; s/^ *(library|coclass|(disp)?interface|HRESULT) (\w+).*/\3/p' \
   com/TlkC2.idl | paste -d ' ' - - | compare "the guide shows the identifiers" \
   "$(sed -nE 's/^\| `(\w+)` \| `([^`]*)` \|.*/\2 \1/p' docs/embedding.md)"
@@ -50,7 +50,6 @@ status 0'
 }
 
 cmake --install "$windows" --prefix "$work" >"$work/quiet.txt"
-cp "$samples"/greeter.* "$work"
 block sh | (cd "$work" && bash -e)
 greet "without registration"
 rm "$work/greeter.exe.manifest"
@@ -58,7 +57,7 @@ rm "$work/greeter.exe.manifest"
 # What a script says itself. The trace log's lines go to the same output, and as another thread writes
 # them, one may stand before the end of the script's own line.
 script() {
-  TMPDIR=$work timeout 60 "$run" cscript //nologo "$(windows_path "$samples/$1")" \
+  TMPDIR=$work timeout 60 "$run" cscript //nologo "$(windows_path "$work/$1")" \
     </dev/null >"$work/script.txt" 2>&1 || { cat "$work/script.txt" >&2 && exit 1; }
   sed -E 's/\([0-9]+\) [A-Z] .*//' "$work/script.txt" | grep -aE '^(status|connected|reply|the status)'
 }
