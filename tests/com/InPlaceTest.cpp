@@ -31,7 +31,6 @@ TEST_F(InPlaceTest, LivesThroughTheWholeOfAContainersLife) {
   ASSERT_EQ(m_embedded.As<IViewObject>()->SetAdvise(DVASPECT_CONTENT, ADVF_ONLYONCE, &m_site),
             S_OK);
   ASSERT_EQ(m_embedded.As<IDataObject>()->DAdvise(&picture, 0, &m_site, &cookie), S_OK);
-  const auto resize = [&](SIZEL extent) { return object->SetExtent(DVASPECT_CONTENT, &extent); };
   const auto click = [&] {
     const LPARAM where = MAKELPARAM(HTCLIENT, WM_LBUTTONDOWN);
     return SendMessageW(m_embedded.Window(), WM_MOUSEACTIVATE, 0, where) != 0 ? S_OK : S_FALSE;
@@ -42,7 +41,8 @@ TEST_F(InPlaceTest, LivesThroughTheWholeOfAContainersLife) {
       {"site", [&](int number) { return object->SetClientSite(sites[number]); }},
       {"resize",
        [&](int width) {
-         return resize({width, 2000});
+         SIZEL extent{width, 2000};
+         return object->SetExtent(DVASPECT_CONTENT, &extent);
        }},
       {"key", [&](int) { return active->TranslateAccelerator(&key); }},
       {"activate-document", [&](int on) { return active->OnDocWindowActivate(on); }},
@@ -53,7 +53,7 @@ TEST_F(InPlaceTest, LivesThroughTheWholeOfAContainersLife) {
          return SetFocus(on != 0 ? m_embedded.Window() : Site::window) != nullptr ? S_OK : S_FALSE;
        }}};
   std::ifstream file(TLKC2_IN_PLACE_LIFE);
-  int played = 0;
+  ASSERT_TRUE(file.is_open());
   m_site.answer = E_ABORT;
   for (std::string line; std::getline(file, line);) {
     if (line.starts_with('#')) continue;
@@ -66,9 +66,7 @@ TEST_F(InPlaceTest, LivesThroughTheWholeOfAContainersLife) {
     told << line.substr(0, line.find("->")) << "-> " << std::exchange(m_site.calls, {}) << " ("
          << ShownWindow() << ", " << std::hex << result << ")";
     EXPECT_EQ(told.str(), line);
-    ++played;
   }
-  EXPECT_EQ(played, 36);
 }
 
 TEST_F(InPlaceTest, LiesWhereTheContainerSays) {

@@ -1,5 +1,4 @@
 #include "tests/com/LoadedModule.h"
-#include "tests/com/ProcessHoldings.h"
 
 namespace tlk {
 namespace {
@@ -24,13 +23,6 @@ TEST(ModuleTest, ServesOneClassAndStaysForWhatHoldsIt) {
   object = module.Create();
   EXPECT_EQ(module.Factory()->LockServer(FALSE), S_OK);
   EXPECT_EQ(module.Call("DllCanUnloadNow"), S_FALSE) << "a control";
-}
-
-TEST(ModuleTest, AThousandLoadsLeaveNothingBehind) {
-  OleInitialize(nullptr);  // It takes longer than a load.
-  ExpectToLeaveNothing([](int) { EXPECT_TRUE(LoadedModule().Create()); });
-  OleUninitialize();
-  EXPECT_EQ(GetModuleHandleW(L"TlkC2.dll"), nullptr);
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ class ScriptedSockets final : public Sockets {
     errors.push_back(error);
   }
   /// Makes the next send take so many bytes of what it is given.
-  void TakeOnly(std::size_t count) { m_takes.push_back(count); }
+  void TakeOnly(std::size_t count) { m_room = count; }
   /// Lets bytes arrive: one receive gives at most these, and the next what it left of them.
   void Arrive(std::string bytes) { m_arrivals.emplace_back(std::move(bytes), 0); }
   /// Lets a receive that comes to this point fail.
@@ -70,10 +70,7 @@ class ScriptedSockets final : public Sockets {
   int Send(SocketHandle socket, std::string_view bytes) override {
     const PlentyOfMemory plenty;
     if (Answer("Send", socket) != 0) return kSocketError;
-    if (!m_takes.empty()) {
-      bytes = bytes.substr(0, m_takes.front());
-      m_takes.pop_front();
-    }
+    bytes = bytes.substr(0, std::exchange(m_room, std::string_view::npos));
     sent += bytes;
     return static_cast<int>(bytes.size());
   }
@@ -166,7 +163,7 @@ class ScriptedSockets final : public Sockets {
   }
 
   std::map<std::string_view, std::deque<int>> m_errors;
-  std::deque<std::size_t> m_takes;
+  std::size_t m_room = std::string_view::npos;  // of the next send
   std::deque<std::pair<std::string, int>> m_arrivals;
   std::set<SocketHandle> m_open;
   SocketHandle m_lastHandle = 100;
