@@ -117,6 +117,8 @@ TEST_F(ConnectionTest, AnotherSocketsNotificationIsIgnoredWhileThereIsOne) {
   EXPECT_EQ(Look(), kDisconnected + kClosed + kIsOver);
   EXPECT_TRUE(window.Notify(old, socket_event::kConnect));
   EXPECT_THAT(Look(), testing::EndsWith("|status 3|status 3, 0 open, keep-alive timer"));
+  control->Disconnect();
+  EXPECT_EQ(Look(), kDisconnected + kIsOver);
 }
 
 // What a handler throws, or a port for lack of memory: the connection ends, and with it what it
@@ -134,16 +136,28 @@ TEST_F(ConnectionTest, AnExceptionEndsTheConnection) {
   events.onStatus = [] { throw 1; };
   EXPECT_EQ(control->Connect(u"127.0.0.1", 1, &value), kResultFail);
   EXPECT_EQ(value, kUnwritten);
+  events.onStatus = [] {};
+  ConnectQuietly();
+  sockets.Fail("Send", socket_error::kConnectionReset);
+  events.onStatus = [] { throw 1; };
+  window.Advance(60'000);
+  EXPECT_THAT(Look(), testing::StartsWith(Ended(trace::kSendReset) + lacksMemory));
 }
 
 TEST_F(ConnectionTest, TheLogLiesInTheTemporaryFolder) {
   const std::string longest(9999, 'a');
-  const std::pair<std::string, std::string> folders[] = {
-      {"/tmp/x/", "/tmp/x/"}, {"", "/"}, {longest, longest}, {longest + 'a', longest}};
-  for (const auto& [folder, expected] : folders) {
+  // The folder, another in its place once it was too long to be told, and what became of it.
+  const std::tuple<std::string, std::string, std::string> folders[] = {
+      {"/tmp/x/", "", "/tmp/x/"},
+      {"", "/tmp/", "/"},
+      {longest, "", longest},
+      {longest + 'a', "/tmp/", longest},
+      {longest + 'a', "", "/"}};
+  for (const auto& [folder, later, expected] : folders) {
     surroundings.temporaryFolder = folder;
+    surroundings.laterFolder = later;
     control = std::make_unique<OpenControl>(ports, events);
-    EXPECT_EQ(log.GetDirectory(), expected) << "too long a name leaves it where it is";
+    EXPECT_EQ(log.GetDirectory(), expected);
   }
 }
 

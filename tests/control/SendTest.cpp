@@ -40,6 +40,20 @@ TEST_F(SendTest, AMessageGoesOutAtOnce) {
   EXPECT_EQ(Look(), Gone(message) + kStands);
 }
 
+TEST_F(SendTest, AMessageThatCannotBeBuiltIsNotSent) {
+  static struct final : DomFactory {
+    DomResult NewDocument(std::unique_ptr<DomDocument>& /*document*/) override {
+      return kDomFailed;
+    }
+  } noDom;
+  const ControlPorts without{sockets, window, platform, noDom, gate, log};
+  control = std::make_unique<OpenControl>(without, events);
+  EXPECT_EQ(control->SendTLKMsg(u"T", u""), kResultOk);
+  EXPECT_EQ(Request(), "");
+  const std::string refused = "E2 1027 Message could not be built. Not sent.\n|";
+  EXPECT_EQ(Look(), refused + refused + kIsOver);
+}
+
 TEST_F(SendTest, WhatCannotGoOutStaysForTheNextConnection) {
   const std::pair<int, std::string> failures[] = {
       {10035, kStands},

@@ -17,7 +17,8 @@ namespace tlk::test {
 class ScriptedSurroundings final : public Surroundings {
  public:
   std::optional<ProcessTimes> processTimes;
-  std::string temporaryFolder = "/tmp/";
+  mutable std::string temporaryFolder = "/tmp/";
+  std::string laterFolder = "/tmp/";  ///< Takes its place once it was too long.
   std::vector<std::string> debugTexts;
 
   [[nodiscard]] std::vector<std::uint32_t> Sleeps() const {
@@ -27,7 +28,10 @@ class ScriptedSurroundings final : public Surroundings {
 
   [[nodiscard]] std::uint32_t TemporaryFolder(std::span<char> buffer) const override {
     const auto length = static_cast<std::uint32_t>(temporaryFolder.size());
-    if (length >= buffer.size()) return length + 1;
+    if (length >= buffer.size()) {
+      temporaryFolder = laterFolder;
+      return length + 1;
+    }
     *std::ranges::copy(temporaryFolder, buffer.begin()).out = '\0';
     return length;
   }
