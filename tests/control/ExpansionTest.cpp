@@ -13,16 +13,20 @@ constexpr double kMostExpansion = 32;
 
 constexpr std::size_t kSize = 1'000'000;
 
-class ExpansionTest : public ControlFixture {
- protected:
-  static double PeakBytes() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return static_cast<double>(usage.ru_maxrss) * 1024;
-  }
+using ExpansionTest = ControlFixture;
 
-  /// Receives a message in a process of its own, which a first one has made ready, and ends it.
-  [[noreturn]] void ReceiveAlone(const std::string& message) {
+double PeakBytes() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return static_cast<double>(usage.ru_maxrss) * 1024;
+}
+
+TEST_F(ExpansionTest, OfTheSmallestNodesIsBounded) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer's own memory would be counted";
+#endif
+  // In a process of its own, which a first message has made ready.
+  const auto receive = [this](const std::string& message) {
     Read(Frame("Ready", "<Data/>"));
     events.told.clear();
     sockets.Arrive(message);
@@ -31,13 +35,7 @@ class ExpansionTest : public ControlFixture {
     const double growth = (PeakBytes() - before) / static_cast<double>(message.size());
     std::fprintf(stderr, "%4.1f bytes a byte, told: %.30s\n", growth, events.told.c_str());
     std::_Exit(growth <= kMostExpansion ? 0 : 1);
-  }
-};
-
-TEST_F(ExpansionTest, OfTheSmallestNodesIsBounded) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "a sanitizer's own memory would be counted";
-#endif
+  };
   ConnectQuietly();
   for (const std::string piece : {"x", "<a/>", "x<a/>", "\x80<a/>", "<a b=''/>", "<!---->", "<?a?>",
                                   "&lt;", "<![CDATA[]]>x"}) {
@@ -45,7 +43,7 @@ TEST_F(ExpansionTest, OfTheSmallestNodesIsBounded) {
     while (pieces.size() < kSize) pieces += piece;
     // What the root declares, its data inherits, which costs a copy of it.
     const auto message = Frame("Wide\" xmlns:p=\"u", "<Data>" + pieces + "</Data>");
-    EXPECT_EXIT(ReceiveAlone(message), testing::ExitedWithCode(0), "Recieved. Wide") << piece;
+    EXPECT_EXIT(receive(message), testing::ExitedWithCode(0), "Recieved. Wide") << piece;
   }
 }
 

@@ -42,9 +42,7 @@ TEST_F(SendTest, AMessageGoesOutAtOnce) {
 
 TEST_F(SendTest, AMessageThatCannotBeBuiltIsNotSent) {
   static struct final : DomFactory {
-    DomResult NewDocument(std::unique_ptr<DomDocument>& /*document*/) override {
-      return kDomFailed;
-    }
+    DomResult NewDocument(std::unique_ptr<DomDocument>&) override { return kDomFailed; }
   } noDom;
   const ControlPorts without{sockets, window, platform, noDom, gate, log};
   control = std::make_unique<OpenControl>(without, events);

@@ -28,12 +28,12 @@ class ScriptedSurroundings final : public Surroundings {
 
   [[nodiscard]] std::uint32_t TemporaryFolder(std::span<char> buffer) const override {
     const auto length = static_cast<std::uint32_t>(temporaryFolder.size());
-    if (length >= buffer.size()) {
-      temporaryFolder = laterFolder;
-      return length + 1;
+    if (length < buffer.size()) {
+      *std::ranges::copy(temporaryFolder, buffer.begin()).out = '\0';
+      return length;
     }
-    *std::ranges::copy(temporaryFolder, buffer.begin()).out = '\0';
-    return length;
+    temporaryFolder = laterFolder;
+    return length + 1;
   }
 
   [[nodiscard]] const char* FallbackFolder() const override { return "/"; }

@@ -7,7 +7,6 @@ namespace tlk::doctor {
 namespace {
 
 using testing::ElementsAre;
-using testing::Pointwise;
 using testing::StartsWith;
 
 Finding Nothing(const char* hive, int view) {
@@ -84,7 +83,8 @@ TEST(Judgement, TellsEachMisfitAndWhereItIs) {
   for (const auto& one : cases) {
     Finding spoilt = Sound("user", 64);
     one.spoil(spoilt);
-    EXPECT_THAT(Judge({Sound("machine", 64), spoilt}), Pointwise(SaysOfTheUser(), one.misfits));
+    EXPECT_THAT(Judge({Sound("machine", 64), spoilt}),
+                testing::Pointwise(SaysOfTheUser(), one.misfits));
   }
 }
 
