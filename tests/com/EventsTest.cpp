@@ -35,12 +35,11 @@ TEST_F(EventsTest, ConnectionPointsKeepTheirSinks) {
 }
 
 TEST_F(EventsTest, SinksMayComeAndGoInsideAnEvent) {
-  const struct {
-    int goes;  // inside the first event of the second sink
-    bool comes;
-    const char* heard;  // how often each, in two events
-  } cases[] = {{1, false, "2120"}, {0, false, "1220"}, {2, false, "2200"},
-               {2, true, "2202"},  {-1, true, "2221"}, {-1, false, "2220"}};
+  // Which goes inside the first event of the second, whether one comes there, and how often each
+  // hears of two events.
+  const std::tuple<int, bool, const char*> cases[] = {{1, false, "2120"}, {0, false, "1220"},
+                                                      {2, false, "2200"}, {2, true, "2202"},
+                                                      {-1, true, "2221"}, {-1, false, "2220"}};
   for (const auto& [goes, comes, heard] : cases) {
     Site sinks[4];
     const Embedded embedded(m_module);

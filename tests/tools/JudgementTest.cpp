@@ -58,10 +58,7 @@ MATCHER(SaysOfTheUser, "") {
 }
 
 TEST(Judgement, TellsEachMisfitAndWhereItIs) {
-  struct {
-    void (*spoil)(Finding& found);
-    std::vector<const char*> misfits;
-  } const cases[] = {
+  const std::pair<void (*)(Finding&), std::vector<const char*>> cases[] = {
       {[](Finding& r) { r.independentName = "Other"; }, {"does not call itself TlkC2.Tlkc"}},
       {[](Finding& r) { r.currentName = r.name = ""; }, {"name of the current version"}},
       {[](Finding& r) { r.name = "TlkC2.Tlkc.2"; }, {"name of the current version"}},
@@ -80,11 +77,11 @@ TEST(Judgement, TellsEachMisfitAndWhereItIs) {
       {[](Finding& r) { r.currentClassId = "{a}"; }, {}},
       {[](Finding& r) { r.threadingModel = "apartment"; }, {}},
   };
-  for (const auto& one : cases) {
+  for (const auto& [spoil, misfits] : cases) {
     Finding spoilt = Sound("user", 64);
-    one.spoil(spoilt);
+    spoil(spoilt);
     EXPECT_THAT(Judge({Sound("machine", 64), spoilt}),
-                testing::Pointwise(SaysOfTheUser(), one.misfits));
+                testing::Pointwise(SaysOfTheUser(), misfits));
   }
 }
 
