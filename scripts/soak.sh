@@ -1,14 +1,12 @@
 #!/usr/bin/env bash
-# soak.sh [OPTION...]: makes ten thousand connections to the development server and a million messages,
-# with the release build, and checks that nothing is left behind. Prints a line for each thousand. Options
-# go to the program: --connections, --messages, --limit.
+# soak.sh [WAVES CLIENTS BURSTS SECONDS]: makes ten thousand connections to the development server and sends a
+# million messages, counted both ways, or as many as the numbers say, with the release build, and checks that
+# nothing is left behind. Prints a line for each thousand. tests/soak/soak.py tells what the numbers are.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
-need_test_tools
-mkdir -p build
-echo "Building release"
-{ cmake --preset release -DTLKC2_TESTS=ON && cmake --build --preset release --target soak tlk; } \
-  >build/release.log || { cat build/release.log >&2 && exit 1; }
-exec build/release/tests/soak/soak --tlk build/release/tools/tlk/tlk "$@"
+need_build_tools
+need python3
+build release tlk
+exec tests/soak/soak.py build/release/tools/tlk/tlk "$@"
