@@ -3,10 +3,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "fuzz/Fuzzing.h"
@@ -20,33 +18,24 @@
 namespace tlk::fuzz {
 namespace {
 
-using Texts = std::pair<std::u16string, std::u16string>;
-
 /// A control that is connected, and what its host is told.
 struct Conversation final : ITlkcEvents {
   Conversation() {
     std::int32_t connected = 0;
     control.Connect(u"127.0.0.1", 1371, &connected);
     Check(connected == 1, "the control connects");
-    statuses = 0;
   }
 
   void ConnStatusChanged(TLK_ConnStatusEnum /*status*/) override { ++statuses; }
   void TlkMsgRecieved(std::u16string_view type, std::u16string_view message) override {
-    messages.emplace_back(type, message);
+    told.emplace_back(type);
+    told.emplace_back(message);
   }
 
   int statuses = 0;
-  std::vector<Texts> messages;
+  std::vector<std::u16string> told;
   ScriptedPorts ports;
   OpenControl control{ports.ports, *this};
-};
-
-/// What the parser alone finds in a message.
-struct Found {
-  Texts texts;
-  std::string type;
-  std::int32_t receiver = -1;
 };
 
 void CheckPath(TLK_XMLParser& parser, std::string_view path) {
@@ -61,54 +50,49 @@ void CheckPath(TLK_XMLParser& parser, std::string_view path) {
   Check(isSelected || parser.GetNodeAttribute(path, "Id", text) == -1, "and nothing else is");
 }
 
-std::optional<Found> Parse(const std::string& message, std::string_view path) {
-  ScriptedPorts own;
-  const AnsiText& text = own.platform.text;
-  TLK_XMLParser parser({own.dom, text, own.gate, own.log, kMaxMessageDepth}, message);
-  const bool passes = own.gate.Pass(message, kMaxMessageDepth).Passed();
-  Check(parser.HasDocument() == passes, "the gate decides");
-  Found found;
-  std::string data;
-  std::string again;
-  DomNode root = nullptr;
-  parser.GetReceiverId(found.receiver);
-  parser.GetType(found.type);
-  parser.GetData(data);
-  parser.GetRootElement(root);
-  Check((root != nullptr) == passes, "a document has a root");
-  if (!passes) return std::nullopt;
-  parser.GetAttribute(root, "Type", again);
-  Check(again == found.type, "the type is that of the root");
-  Check(parser.GetNodeXml(root, again) == 0, "the root is written");
-  for (const std::string& xml : {again, data})
-    if (!xml.empty()) CheckReadsBack(own.dom, own.gate, xml);
-  if (IsAffordable(path, message)) CheckPath(parser, path);
-  text.Widen(found.type, found.texts.first);
-  text.Widen(data, found.texts.second);
-  return found;
-}
-
-/// What comes by itself is one event at most, and nothing else.
-void CheckNotified(const std::string& message, const std::optional<Found>& found) {
-  Conversation own;
-  own.ports.sockets.Arrive(message);
-  while (own.ports.sockets.HasArrivals())
-    own.ports.window.Notify(own.control.m_socket, socket_event::kRead);
-  std::vector<Texts> expected;
-  if (found && found->type != kKeepAliveResponse) expected.push_back(found->texts);
-  Check(own.messages == expected, "the host is told what the parser finds, once");
-  Check(own.ports.sockets.sent.empty(), "nothing is answered");
-  Check(own.control.m_clientId == (found ? found->receiver : -1), "the receiver is this client");
-  Check(own.control.m_status == TLK_Connected && own.statuses == 0, "content ends no connection");
-  Check(own.ports.sockets.OpenCount() == 1, "the socket stays open");
-}
-
 std::string Stamped(std::string text) {
   constexpr std::size_t kHead = 23;
   text.resize(std::max<std::size_t>(text.size(), 7), ' ');  // no shorter than the prefix
   char head[kHead + 1];
   std::snprintf(head, sizeof head, "<!--Length=\"%07zu\"-->", kHead + text.size());
   return head + text;
+}
+
+// A message is one event of what the parser finds in it, or none, and nothing else comes of it.
+void CheckMessage(const std::string& message, std::string_view path) {
+  Conversation own;
+  auto& [sockets, window, strings, surroundings, files, log, platform, dom, gate, ports] =
+      own.ports;
+  TLK_XMLParser parser({dom, platform.text, gate, log, kMaxMessageDepth}, message);
+  const bool passes = gate.Pass(message, kMaxMessageDepth).Passed();
+  Check(parser.HasDocument() == passes, "the gate decides");
+  std::int32_t receiver = -1;
+  std::string type, data, again;
+  DomNode root = nullptr;
+  parser.GetReceiverId(receiver);
+  parser.GetType(type);
+  parser.GetData(data);
+  parser.GetRootElement(root);
+  Check((root != nullptr) == passes, "a document has a root");
+  if (passes) {
+    parser.GetAttribute(root, "Type", again);
+    Check(again == type, "the type is that of the root");
+    Check(parser.GetNodeXml(root, again) == 0, "the root is written");
+    for (const std::string& xml : {again, data})
+      if (!xml.empty()) CheckReadsBack(dom, gate, xml);
+    if (IsAffordable(path, message)) CheckPath(parser, path);
+  }
+  if (message.find('\0') != std::string::npos) return;  // Nothing arrives whole.
+  sockets.Arrive(message);
+  while (sockets.HasArrivals()) window.Notify(own.control.m_socket, socket_event::kRead);
+  std::vector<std::u16string> found;
+  if (passes && type != kKeepAliveResponse)
+    for (const std::string& text : {type, data}) platform.text.Widen(text, found.emplace_back());
+  Check(own.told == found, "the host is told what the parser finds, once");
+  Check(sockets.sent.empty(), "nothing is answered");
+  Check(own.control.m_clientId == (passes ? receiver : -1), "the receiver is this client");
+  Check(own.control.m_status == TLK_Connected && own.statuses == 1, "content ends no connection");
+  Check(sockets.OpenCount() == 1, "the socket stays open");
 }
 
 }  // namespace
@@ -118,9 +102,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace tlk::fuzz;
   const std::string input = Input(data, size).Rest();
   const std::size_t end = std::min(input.find('\n'), input.size());
-  const std::string message = Stamped(input.substr(end));
-  const auto found = Parse(message, std::string_view(input).substr(0, end));
-  if (message.find('\0') != std::string::npos) return 0;  // nothing arrives whole
-  CheckNotified(message, found);
+  CheckMessage(Stamped(input.substr(end)), std::string_view(input).substr(0, end));
   return 0;
 }
