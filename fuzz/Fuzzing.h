@@ -26,7 +26,6 @@ class Input {
   [[nodiscard]] std::uint8_t Byte();
   /// One of `count` choices, from 0.
   [[nodiscard]] unsigned Choice(unsigned count) { return Byte() % count; }
-  [[nodiscard]] bool Coin() { return Choice(2) == 1; }
   /// A text of up to 65,535 bytes, behind two bytes that tell how many.
   [[nodiscard]] std::string Text();
   /// All that is left.

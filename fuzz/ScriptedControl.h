@@ -15,7 +15,7 @@ using ScriptedPorts = test::ScriptedPorts<PugiDomFactory>;
 
 /// Bytes from a peer: as the input has them, or put into a message that tells its true length.
 inline std::string PeerBytes(Input& input) {
-  const bool isStamped = input.Coin();
+  const bool isStamped = input.Choice(2) == 1;
   std::string bytes = input.Text();
   if (!isStamped) return bytes;
   char head[] = "<TLK_Message Length=\"0000000\"";

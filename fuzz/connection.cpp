@@ -15,11 +15,7 @@ extern "C" std::size_t AllocatedBytes() __asm__("__sanitizer_get_current_allocat
 namespace tlk::fuzz {
 namespace {
 
-std::size_t Memory() {
-  if (AllocatedBytes != nullptr) return AllocatedBytes();
-  [[maybe_unused]] static const int told = std::fputs("memory is not counted here\n", stderr);
-  return 0;
-}
+std::size_t Memory() { return AllocatedBytes != nullptr ? AllocatedBytes() : 0; }
 
 class Conversation final : public ITlkcEvents {
  public:
@@ -136,9 +132,9 @@ class Conversation final : public ITlkcEvents {
   }
 
   void CheckCall(std::string_view call) const {
-    const bool isConnected =
-        m_control->m_status == TLK_Connected && m_sockets.IsOpen(m_control->m_socket);
-    if (call != "Receive" || !isConnected) return;
+    if (call != "Receive" || m_control->m_status != TLK_Connected ||
+        !m_sockets.IsOpen(m_control->m_socket))
+      return;
     const bool isOff = m_sockets.blocking && m_sockets.mask == 0;
     Check(isOff == (m_control->m_socket == m_asking),
           "notifications are off while blocking, and only then");

@@ -369,10 +369,9 @@ TEST(LinesOfALog, UseTheRoomOfThoseThatWent) {
   pieces.Set(10, kEveryTime);
   const LimitedMemory limited(&pieces);
   LineBatch lines;
-  lines.PushBack({"always one that waits"});
   for (int i = 0; i < 100'000; ++i) {
     lines.PushBack({"another line"});
-    lines.PopFront();
+    if (i > 0) lines.PopFront();
   }
   EXPECT_EQ(lines.Front(), "another line");
 }

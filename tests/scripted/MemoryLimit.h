@@ -27,10 +27,12 @@ inline constexpr int kEveryTime = 1 << 30;
 /// The calling thread's limit, null for none.
 inline thread_local MemoryLimit* t_memoryLimit = nullptr;
 
-/// A limit of the calling thread, for a scope.
+/// A limit of the calling thread, for a scope; none lifts it, for what a test does inside the
+/// product's calls.
 class LimitedMemory {
  public:
-  explicit LimitedMemory(MemoryLimit* limit) : m_before(std::exchange(t_memoryLimit, limit)) {}
+  explicit LimitedMemory(MemoryLimit* limit = nullptr)
+      : m_before(std::exchange(t_memoryLimit, limit)) {}
   ~LimitedMemory() { t_memoryLimit = m_before; }
   LimitedMemory(const LimitedMemory&) = delete;
   LimitedMemory& operator=(const LimitedMemory&) = delete;
@@ -46,9 +48,6 @@ auto Within(MemoryLimit& limit, Call call) {
   return call();
 }
 
-/// Lifts the limit for a scope: what a test does inside the product's calls.
-struct PlentyOfMemory : LimitedMemory {
-  PlentyOfMemory() : LimitedMemory(nullptr) {}
-};
+using PlentyOfMemory = LimitedMemory;
 
 }  // namespace tlk::test

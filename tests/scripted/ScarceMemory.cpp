@@ -1,6 +1,7 @@
 #include "tests/scripted/ScarceMemory.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 
@@ -18,11 +19,12 @@ bool IsRefused() {
   return isRefused;
 }
 
-template <typename Allocate>
-void* Give(Allocate allocate) {
-  if (IsRefused()) return nullptr;
-  ++s_live;
-  return allocate();
+// No larger than asked for, so that a sanitizer sees who reads behind it.
+void* Allocate(std::size_t size, std::size_t alignment = alignof(std::max_align_t)) {
+  void* memory = nullptr;
+  const auto room = std::max<std::size_t>(size, 1);
+  if (!IsRefused() && posix_memalign(&memory, alignment, room) == 0) ++s_live;
+  return memory;
 }
 
 void* OrThrow(void* memory) {
@@ -32,10 +34,7 @@ void* OrThrow(void* memory) {
 
 }  // namespace
 
-// No larger than asked for, so that a sanitizer sees who reads behind it.
-void* AllocateScarce(std::size_t size) {
-  return Give([&] { return std::malloc(std::max<std::size_t>(size, 1)); });
-}
+void* AllocateScarce(std::size_t size) { return Allocate(size); }
 
 void FreeScarce(void* memory) {
   if (memory != nullptr) --s_live;
@@ -48,11 +47,9 @@ long LiveAllocations() { return s_live; }
 
 using namespace tlk::test;
 
-void* operator new(std::size_t size) { return OrThrow(AllocateScarce(size)); }
+void* operator new(std::size_t size) { return OrThrow(Allocate(size)); }
 void* operator new(std::size_t size, std::align_val_t alignment) {
-  const auto step = static_cast<std::size_t>(alignment);
-  const std::size_t whole = (size + step - 1) / step * step;
-  return OrThrow(Give([&] { return std::aligned_alloc(step, whole); }));
+  return OrThrow(Allocate(size, static_cast<std::size_t>(alignment)));
 }
 void operator delete(void* memory) noexcept { FreeScarce(memory); }
 void operator delete(void* memory, std::size_t) noexcept { FreeScarce(memory); }
