@@ -34,6 +34,15 @@ inline MarkedText Unescaped(std::string_view line) {
   return read;
 }
 
+/// As many pieces, each with its number where "#" stands.
+inline std::string Times(std::size_t count, const std::string& piece, std::size_t first = 0) {
+  std::string text;
+  for (std::size_t i = 0; i < count; ++i) {
+    for (const char c : piece) text += c == '#' ? std::to_string(first + i) : std::string(1, c);
+  }
+  return text;
+}
+
 /// The texts of a file by the word that stands in front of each; "#" begins a comment.
 inline std::map<std::string, std::vector<MarkedText>> TextsByWord(const char* path) {
   std::map<std::string, std::vector<MarkedText>> texts;

@@ -8,11 +8,7 @@
 namespace tlk {
 namespace {
 
-std::string Times(std::size_t count, const std::string& piece) {
-  std::string text;
-  while (count-- > 0) text += piece;
-  return text;
-}
+using test::Times;
 
 // Numbers are made texts rightly when they are whole and not too far from zero, which is told from
 // the expression alone.

@@ -31,10 +31,6 @@ class DomThread {
 /// Whether the DOM answers every path; one that does not says so.
 inline constexpr bool kAnswersEveryPath = true;
 
-/// How the DOM writes what can be written in more than one way.
-inline constexpr const char* kWrittenLineEnd = "\r\n";
-inline constexpr const char* kWrittenBlankElement = "<a/>";
-
 inline std::string LengthStamp(std::size_t length) {
   char stamp[40];
   std::snprintf(stamp, sizeof stamp, " Length=\"%07zu\"", length);

@@ -22,10 +22,6 @@ struct DomThread {
 /// Whether the DOM answers every path; one that does not says so.
 inline constexpr bool kAnswersEveryPath = false;
 
-/// How the DOM writes what can be written in more than one way.
-inline constexpr const char* kWrittenLineEnd = "\n";
-inline constexpr const char* kWrittenBlankElement = "<a> </a>";
-
 /// This DOM adds none.
 inline std::string WithoutIndentation(const std::string& text) { return text; }
 
