@@ -45,11 +45,11 @@ struct Operator {
   int rank;
 };
 
-constexpr int kComparison = 4;
-constexpr int kUnion = 7;
+constexpr int kComparison = 3;
+constexpr int kUnion = 6;
 constexpr Operator kOperators[] = {
-    {"or", 1}, {"and", 2}, {"!=", 3}, {"=", 3}, {"<=", kComparison}, {">=", 4},  {"<", 4},
-    {">", 4},  {"+", 5},   {"-", 5},  {"*", 6}, {"div", 6},          {"mod", 6}, {"|", kUnion}};
+    {"or", 0}, {"and", 1}, {"!=", 2}, {"=", 2}, {"<=", kComparison}, {">=", 3},  {"<", 3},
+    {">", 3},  {"+", 4},   {"-", 4},  {"*", 5}, {"div", 5},          {"mod", 5}, {"|", kUnion}};
 
 Operand Combined(const Operator& by, const Operand& left, const Operand& right) {
   if (by.rank == kUnion) return {};

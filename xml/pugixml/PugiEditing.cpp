@@ -186,7 +186,7 @@ DomResult PugiDocument::SetDocumentElement(DomNode& element) {
 DomResult PugiDocument::AppendChild(DomNode parent, DomNode& child) {
   const pugi::xml_node element = ElementOf(parent);
   const pugi::xml_node added = NodeOf(child);
-  if (IsNone(element) || IsNone(added) || !IsOurs(element)) return kDomBadArgument;
+  if (IsNone(added) || !IsOurs(element)) return kDomBadArgument;
   return Contained([&] {
     pugi::xml_node placed;
     const DomResult result = Place(element, added, {}, placed);
@@ -197,7 +197,7 @@ DomResult PugiDocument::AppendChild(DomNode parent, DomNode& child) {
 
 DomResult PugiDocument::ReadInto(DomNode parent, std::string_view text) {
   pugi::xml_node place = ElementOf(parent);
-  if (IsNone(place) || !IsOurs(place)) return kDomBadArgument;
+  if (!IsOurs(place)) return kDomBadArgument;
   return Contained([&] {
     const pugi::xml_node last = place.last_child();
     const std::string_view source = ToSource(text);
@@ -224,6 +224,7 @@ std::string_view PugiDocument::ToSource(std::string_view text) {
   return m_store->value;
 }
 
+// Whether there is a node, and in one of the trees of this document.
 bool PugiDocument::IsOurs(const pugi::xml_node& node) const {
   const pugi::xml_node root = node.root();
   return IsSame(root, Tree()) || IsSame(root, m_store->unplaced) || IsSame(root, m_store->kept);

@@ -38,9 +38,9 @@ struct Brackets {
   explicit Brackets(std::string_view xml) {
     constexpr std::size_t kPiece = 112;
     std::uint8_t others = 0;
-    for (std::size_t size = 0; xml.size() > 1; xml.remove_prefix(size)) {
+    while (xml.size() > 1) {
       const char* const at = xml.data();
-      size = std::min(kPiece, xml.size() - 1);
+      const std::size_t size = std::min(kPiece, xml.size() - 1);
       std::int8_t balance = 0;
       for (std::size_t i = 0; i < size; ++i) {
         const bool opens = at[i] == '<';
@@ -48,6 +48,7 @@ struct Brackets {
         others |= static_cast<std::uint8_t>(opens & ((at[i + 1] == '!') | (at[i + 1] == '?')));
       }
       opened += balance;
+      xml.remove_prefix(size);
     }
     if (xml == ">") --opened;
     openOthers = others != 0;
