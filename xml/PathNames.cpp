@@ -104,7 +104,7 @@ struct Function {
   bool ofContext = false;    // and whether it may lack its argument, and takes the context node
 };
 
-constexpr std::uint32_t kAll = 3;  // as many as matter
+constexpr std::uint32_t kAll = std::numeric_limits<std::uint32_t>::max();
 
 constexpr Function kFunctions[] = {
     {"boolean", Gives::kTruth},
@@ -298,12 +298,12 @@ class PathReader {
     Next();
     ++m_at;
     Deepen();
-    std::array<Operand, kAll> given;
+    std::array<Operand, 3> given;  // what more there is tells nothing of the result
     for (std::size_t i = 0; Next() != ')'; ++i) {
       if (m_at == m_path.size()) return Fail(BoundPath::kMalformed);
       if (i > 0) Close(',');
       const Operand one = Argument(function, i);
-      if (i < kAll) given[i] = one;
+      if (i < given.size()) given[i] = one;
     }
     ++m_at;
     --m_nesting;

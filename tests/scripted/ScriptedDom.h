@@ -1,7 +1,7 @@
 #pragma once
 
+#include <algorithm>
 #include <memory>
-#include <optional>
 #include <regex>
 #include <string>
 #include <utility>
@@ -14,11 +14,17 @@ namespace tlk {
 
 /// What a scripted DOM does, and what was asked of it.
 struct DomScript {
-  /// From now on, lets every call whose beginning `which` matches give `result` and do
-  /// nothing else.
-  void Fail(const char* which, DomResult result) {
-    failing = std::regex(which);
-    failure = result;
+  /// Every call whose beginning this matches gives `failure` and does nothing else.
+  std::regex failing{"none"};
+  DomResult failure = kDomOk;
+
+  /// Gives what is wanted of a call, else what it gives.
+  template <typename Call>
+  DomResult Meet(const std::string& name, Call call) {
+    if (std::regex_search(name, failing, std::regex_constants::match_continuous)) return failure;
+    if (anyCall.IsThis()) return kDomFailed;
+    calls.push_back(name);
+    return call();
   }
 
   /// Of all calls; the one that is to fail gives `kDomFailed`.
@@ -29,9 +35,6 @@ struct DomScript {
 
   /// What stands behind every text that is read.
   std::string tail;
-
-  std::optional<std::regex> failing;
-  DomResult failure = kDomOk;
 };
 
 /// A document of a real DOM whose calls can be made to fail.
@@ -39,18 +42,6 @@ class ScriptedDomDocument final : public DomDocument {
  public:
   ScriptedDomDocument(DomScript& script, std::unique_ptr<DomDocument> real)
       : m_script(script), m_real(std::move(real)) {}
-
-  /// Gives what the script wants, else what a real object's method gives.
-  template <typename Real, typename Method, typename... Arguments>
-  static DomResult Meet(DomScript& script, const std::string& call, Real& real, Method method,
-                        Arguments&... arguments) {
-    constexpr auto kAtItsStart = std::regex_constants::match_continuous;
-    if (script.failing && std::regex_search(call, *script.failing, kAtItsStart))
-      return script.failure;
-    if (script.anyCall.IsThis()) return kDomFailed;
-    script.calls.push_back(call);
-    return (real.*method)(arguments...);
-  }
 
   using Dom = DomDocument;
   using Name = std::string_view;
@@ -70,9 +61,8 @@ class ScriptedDomDocument final : public DomDocument {
   }
   DomResult ParseErrorReason(std::string& reason) override {
     const DomResult result = Ask("reason", &Dom::ParseErrorReason, reason);
-    if (!Succeeded(result)) return result;
-    reason = "bad";
-    return kDomOk;
+    if (Succeeded(result)) reason = "bad";
+    return std::min(result, kDomOk);
   }
   void ForgetNodes() override { m_real->ForgetNodes(); }
   DomResult CreateElement(Name name, DomNode& made) override {
@@ -132,7 +122,7 @@ class ScriptedDomDocument final : public DomDocument {
  private:
   template <typename Method, typename... Arguments>
   DomResult Ask(const std::string& call, Method method, Arguments&... arguments) {
-    return Meet(m_script, call, *m_real, method, arguments...);
+    return m_script.Meet(call, [&] { return (*m_real.*method)(arguments...); });
   }
   template <typename Method>
   DomResult Tailed(const char* call, Method method, DomNode node, std::string& text) {
@@ -154,8 +144,7 @@ class ScriptedDomFactory final : public DomFactory {
 
   DomResult NewDocument(std::unique_ptr<DomDocument>& document) override {
     std::unique_ptr<DomDocument> real;
-    const DomResult result =
-        ScriptedDomDocument::Meet(script, "new", m_real, &DomFactory::NewDocument, real);
+    const DomResult result = script.Meet("new", [&] { return m_real.NewDocument(real); });
     if (real) document = std::make_unique<ScriptedDomDocument>(script, std::move(real));
     return result;
   }

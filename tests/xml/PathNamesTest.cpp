@@ -46,7 +46,7 @@ TEST(PathNames, RefuseWhatIsTooLongOrTooDeep) {
     EXPECT_FALSE(IsPath(Times(4'095 / before.size(), before))) << before;
   }
   // What is beside each other is not deep.
-  for (const std::string piece : {"[1]", "|(r)", "/r[true()]", "/r[-1]", "|r[-1]"})
+  for (const std::string piece : {"[1]", "|(r)", "/r[true()]", "/r[-1]", "|r[-1]", "*-1"})
     EXPECT_TRUE(IsPath("r" + Times(kMaxPathNesting + 1, piece))) << piece;
   // Each of these calls is written twice in the one around it, which may not take 64 times as much
   // as the longest path.

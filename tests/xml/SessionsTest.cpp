@@ -34,6 +34,7 @@ const std::map<Text, int (*)(Bench&, const Text&)> kCommands = {
     {"ensure-data", [](auto& b, auto&) { return b.builder->EnsureDataElement(); }},
     {"written", [](auto& b, auto&) { return b.builder->GetXml(b.out); }},
     {"read", [](auto& b, auto& text) { return b.parser.LoadXml(text); }},
+    {"lacks-memory", [](auto& b, auto&) { return int{b.parser.LacksMemory()}; }},
     {"root", [](auto& b, auto&) { return b.parser.GetRootElement(b.root); }},
     {"root-xml", [](auto& b, auto&) { return b.parser.GetNodeXml(b.root, b.out); }},
     {"root-attribute",
@@ -52,6 +53,7 @@ const std::map<Text, DomResult> kOutcomes = {{"fails", kDomFailed},
                                              {"has-nothing", kDomNothing},
                                              {"does-nothing", kDomOk},
                                              {"refuses", kDomBadArgument},
+                                             {"lacks-memory", kDomOutOfMemory},
                                              {"cannot-tell", kDomNotImplemented}};
 
 class SessionsTest : public CodecTest {
@@ -71,8 +73,8 @@ class SessionsTest : public CodecTest {
       if (name != "calls") m_script.calls.clear();
       if (end != line.npos) {
         const std::size_t outcome = line.rfind(' ');
-        m_script.Fail(line.substr(end + 7, outcome - end - 7).c_str(),
-                      kOutcomes.at(line.substr(outcome + 1)));
+        m_script.failing = line.substr(end + 7, outcome - end - 7);
+        m_script.failure = kOutcomes.at(line.substr(outcome + 1));
       }
       const auto own = kCommands.find(name);
       const Text shown = ShownBy([&] {
@@ -81,7 +83,7 @@ class SessionsTest : public CodecTest {
         answer = name + ' ' + std::to_string(own->second(bench, argument));
         if (bench.out != "left alone") answer += ' ' + Quote(bench.out);
       });
-      m_script.Fail("nothing", kDomOk);
+      m_script.failing = "none";
       played += line + '\n' + Reported(shown) + Bare(answer) + '\n';
     }
     return played;
@@ -114,7 +116,7 @@ class SessionsTest : public CodecTest {
 TEST_F(SessionsTest, GoAsTheyStandThere) {
   std::ifstream file(TLKC2_SESSIONS);
   const Text all(std::istreambuf_iterator<char>(file), {});
-  int sessions = 0;
+  EXPECT_NE(all, "");
   for (const Text& session : Split(all, "\n\n")) {
     Text expected;
     for (const Text& line : Split(session, "\n")) {
@@ -123,9 +125,7 @@ TEST_F(SessionsTest, GoAsTheyStandThere) {
       expected += (kAnswersEveryPath ? answers.back() : answers.front()) + '\n';
     }
     EXPECT_EQ(Played(session), expected);
-    ++sessions;
   }
-  EXPECT_GT(sessions, 10);
 }
 
 // Whatever is longer than what is kept at hand for it, to the byte.

@@ -186,7 +186,7 @@ DomResult PugiDocument::SetDocumentElement(DomNode& element) {
 DomResult PugiDocument::AppendChild(DomNode parent, DomNode& child) {
   const pugi::xml_node element = ElementOf(parent);
   const pugi::xml_node added = NodeOf(child);
-  if (IsNone(added) || !IsOurs(element)) return kDomBadArgument;
+  if (!IsOurs(element)) return kDomBadArgument;
   return Contained([&] {
     pugi::xml_node placed;
     const DomResult result = Place(element, added, {}, placed);

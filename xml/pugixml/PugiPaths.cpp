@@ -112,7 +112,6 @@ pugi::xml_node PugiChildren::PassUntil(std::string_view name) {
 }
 
 void PugiChildren::Leaves(const pugi::xml_node& node) {
-  if (IsNone(m_parent)) return;
   if (!IsSame(node.parent(), m_parent)) {
     if (IsAtOrUnder(m_parent, node)) Forget();
     return;
@@ -139,7 +138,6 @@ void PugiChildren::TakesPlace(const pugi::xml_node& node, const pugi::xml_node& 
   entry.key() = node.name();
   entry.mapped().child = node;
   m_firsts.insert(std::move(entry));
-  if (IsSame(child, m_last)) m_last = node;
 }
 
 void PugiChildren::Forget() {
