@@ -2,7 +2,6 @@
 // system's.
 
 #include <clocale>
-#include <cstdlib>
 #include <functional>
 #include <pugixml.hpp>
 
@@ -16,10 +15,9 @@ namespace {
 
 class AllocationTest : public CodecTest {
  protected:
-  void SetUp() override {
+  AllocationTest() {
     pugi::set_memory_management_functions(test::AllocateScarce, test::FreeScarce);
   }
-  void TearDown() override { pugi::set_memory_management_functions(std::malloc, std::free); }
 
   /// Holds an operation on a message to doing all, or telling that memory is lacking: then the
   /// message is as it was, if `orNothing`. Memory is refused at every place, there alone and from
@@ -36,11 +34,10 @@ class AllocationTest : public CodecTest {
       if (!builder.LacksMemory()) return isLoaded && isDone && xml == after;
       return isLoaded && test::WasRefused() && (xml == before || !orNothing);
     };
-    const std::string shown = ShownBy([&] {
+    ShownBy([&] {
       for (const int refused : {1, test::kEveryTime})
         EXPECT_GT(test::FailOneByOne(update, refused), 5);
     });
-    EXPECT_NE(shown, "");
   }
 
   Codec m_plain{m_real, m_text, m_gate, m_log};
@@ -122,7 +119,6 @@ TEST_F(AllocationTest, ABrokenCharacterDoesNotEndAnInstruction) {
     ASSERT_EQ(builder.LoadXml(read), 0);
     ASSERT_EQ(builder.GetXml(xml), 0);
     EXPECT_EQ(xml, written);
-    EXPECT_TRUE(gate.Pass(xml).Passed());
   }
 }
 

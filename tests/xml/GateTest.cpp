@@ -142,13 +142,11 @@ TEST(GateMemory, IsNotAllocatedForOrdinaryDocuments) {
       "<?xml version='1.0'?><TLK_Message Length='0000000' xmlns='' xmlns:p='urn:p' Type='x'>" +
       Times(200, "<p:e xmlns:q='urn:q' q:a='' b='\x80'>&amp;</p:e>") +
       Nested(kMaxXmlDepth - 1, "") + "<b" + kMany + "/></TLK_Message>";
-  ASSERT_TRUE(Pass(text).Passed());
   EXPECT_EQ(FailOneByOne([&] { return Pass(text).Passed(); }), 0);
 }
 
 TEST(GateMemory, ThatIsNotToBeHadIsAReasonToRefuse) {
   const std::string text = "<a" + Times(1000, " xmlns:p#='urn:#'") + "/>";
-  ASSERT_TRUE(Pass(text).Passed());
   const auto passesOrTells = [&] {
     const GateVerdict verdict = Pass(text);
     return verdict.lacksMemory == WasRefused() && verdict.Passed() != WasRefused();
