@@ -75,8 +75,7 @@ void BlockFileSizeSignal() {
 void TakeFileSizeSignal() {
   const sigset_t signal = FileSizeSignal();
   constexpr timespec kAtOnce{};
-  while (sigtimedwait(&signal, nullptr, &kAtOnce) == -1 && errno == EINTR) {
-  }
+  sigtimedwait(&signal, nullptr, &kAtOnce);
 }
 
 /// Returns how many bytes went out.

@@ -129,10 +129,8 @@ std::ptrdiff_t PosixSockets::SendNow(State& state, std::string_view bytes, int& 
     error = state.error != socket_error::kNone ? state.error : socket_error::kWouldBlock;
     return -1;
   }
-  ssize_t count = 0;
-  do {
-    count = ::send(state.descriptor.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-  } while (count < 0 && errno == EINTR);
+  const ssize_t count =
+      ::send(state.descriptor.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
   error = count < 0 ? SocketErrorFromErrno(errno) : socket_error::kNone;
   return count;
 }
@@ -146,7 +144,7 @@ bool PosixSockets::DrainBacklog(State& state) {
       state.backlogSent += static_cast<std::size_t>(count);
     } else if (errno == EAGAIN) {
       return false;
-    } else if (errno != EINTR) {
+    } else {
       state.error = SocketErrorFromErrno(errno);
       break;
     }
@@ -194,7 +192,6 @@ std::uint32_t PosixSockets::ParseAddress(const char* text) { return ::inet_addr(
 std::optional<std::uint32_t> PosixSockets::ResolveHost(const char* name) {
   addrinfo hints{};
   hints.ai_family = AF_INET;
-  hints.ai_socktype = SOCK_STREAM;
   addrinfo* found = nullptr;
   const int result = ::getaddrinfo(name, nullptr, &hints, &found);
   if (result != 0) {

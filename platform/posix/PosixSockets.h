@@ -20,7 +20,8 @@ class ReadAhead;
 /// The sockets of one thread, on BSD sockets and one epoll set.
 ///
 /// A descriptor always blocks as far as the system knows; whether a call may wait is said call by
-/// call, so that going back and forth between the two ways costs nothing.
+/// call, so that going back and forth between the two ways costs nothing. A call that may not wait
+/// is never interrupted.
 ///
 /// A socket that does not block takes a text whole or not at all: what the system does not take of
 /// it waits here and goes out as room comes, even after the socket is closed: while the loop runs,

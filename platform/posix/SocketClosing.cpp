@@ -48,7 +48,7 @@ int Discard(int descriptor, bool& endSeen) {
   std::array<char, 16384> bytes;
   for (int i = 0; i < 16; ++i) {
     const auto count = ::recv(descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT);
-    if (count < 0) return errno == EAGAIN || errno == EINTR ? 0 : SocketErrorFromErrno(errno);
+    if (count < 0) return errno == EAGAIN ? 0 : SocketErrorFromErrno(errno);
     if (count == 0) {
       endSeen = true;
       break;
@@ -90,7 +90,6 @@ PosixSockets::~PosixSockets() {
 int PosixSockets::Close(SocketHandle socket) {
   State* state = Find(socket);
   if (state == nullptr) return Fail(socket_error::kNotASocket);
-  state->receiver = nullptr;
   state->mask = 0;
   ReleaseAhead(*state);
   auto closed = std::move(m_states[socket]);

@@ -224,7 +224,7 @@ bool PosixSockets::OnReadable(State& state, std::uint32_t events) {
 }
 
 void PosixSockets::Deliver(State& state, std::uint32_t event, int error) {
-  if ((state.mask & event) == 0 || state.receiver == nullptr) return;
+  if ((state.mask & event) == 0) return;
   ++m_sinceWait;
   const auto lParam = static_cast<std::uintptr_t>(error) << 16 | event;
   state.receiver->Notify(state.message, static_cast<std::uintptr_t>(state.descriptor.Get()),

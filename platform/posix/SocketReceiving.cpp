@@ -67,10 +67,7 @@ std::ptrdiff_t PosixSockets::ReceiveWaiting(State& state, std::span<char> wanted
 std::ptrdiff_t PosixSockets::ReceiveNow(State& state, std::span<char> out) {
   ReadAhead* const ahead = out.size() < ReadAhead::kRoom ? SpareAhead() : nullptr;
   const auto room = ahead != nullptr ? ahead->Room() : out;
-  ssize_t count = 0;
-  do {
-    count = ::recv(state.descriptor.Get(), room.data(), room.size(), MSG_DONTWAIT);
-  } while (count < 0 && errno == EINTR);
+  const ssize_t count = ::recv(state.descriptor.Get(), room.data(), room.size(), MSG_DONTWAIT);
   if (ahead == nullptr || count <= 0) return count;
   ahead->Fill(static_cast<std::size_t>(count));
   const std::size_t taken = ahead->Take(out);
