@@ -62,7 +62,6 @@ TEST(RecordTime, IsThatOfTheClockCutBehind50Characters) {
                   now.year, now.hour, now.minute, now.second, now.millisecond);
     EXPECT_EQ(RecordStamp(now, 7, "E ").View(), std::string(time).substr(0, 50) + "  (7) E ");
   };
-  for (int n = 0; n < 100; ++n) expectTime({9900 + n, n, n, n, n, n, 10 * n});
   for (const auto field : {&LocalTime::year, &LocalTime::month, &LocalTime::day, &LocalTime::hour,
                            &LocalTime::minute, &LocalTime::second, &LocalTime::millisecond}) {
     for (const int value : {-1, 0, 99, 100, 999, 1000, 9999, 10000}) {

@@ -53,19 +53,6 @@ TEST_F(Queue, ThatOverflowsWhileTheFileCannotBeOpenedIsTriedOnUntilItIsHalfEmpty
   EXPECT_THAT(testing::internal::GetCapturedStdout(), StartsWith("Unable to open t.log\n"));
 }
 
-TEST_F(Queue, LeavesWhatItCouldNotWriteToWhicheverLogIsNext) {
-  m_badLines = {2, 3};
-  WriteAndStop("1");
-  Write("234");
-  m_permits = kAllLines;
-  EXPECT_TRUE(IsAsleepBehind(3));
-  QNLogger other("other.log", 4, m_platform);
-  other.SetConsoleEcho(false);
-  other.Write("5");
-  EXPECT_EQ(other.Flush(), 0U);
-  EXPECT_EQ(Letters("other.log"), "45");
-}
-
 TEST_F(Queue, RotatesBehindTheLimitAndAnnouncesItsTroublesOnceAndGoesOn) {
   EXPECT_EQ(m_log->GetDirectory(), "");
   EXPECT_EQ(m_log->GetMaxQueueSize(), 512'000);
@@ -197,19 +184,6 @@ TEST_F(Life, AWriterWhoseWaitFailsEndsWithoutItsHookAndIsReplaced) {
 
 TEST_F(Life, AWriterThatIsToldToEndWritesWhatIsQueuedAndIsReplaced) {
   ExpectEnd(WaitResult::kSecondSignalled, 0, "1", 2);
-}
-
-TEST_F(Life, AFailingLockOrARefusedThreadLosesNoLine) {
-  m_sync.anyCall.Fail(1);  // The thread's.
-  Write("1");
-  Flush();
-  EXPECT_EQ(Letters(), "1");
-  m_sync.mutexWaits.Give(WaitResult::kFailed, 2);  // Producer's, writer's.
-  Write("2");
-  EXPECT_TRUE(Eventually([this] { return m_sync.mutexWaits.left == 0; }));
-  Write("3");
-  Flush();
-  EXPECT_EQ(Letters(), "123");
 }
 
 TEST_F(Life, AWriterRestsAndTheNextLineStartsAnother) {

@@ -14,7 +14,6 @@
 #include "tests/thread/Waiting.h"
 
 namespace tlk {
-namespace {
 
 using test::RunOnThreads;
 
@@ -49,19 +48,6 @@ TEST(EventContract, LooksAtTheFirstOfTwoFirst) {
   const auto second = NewEvent(ResetMode::kAutomatic, true);
   for (const auto result : {kSignalled, WaitResult::kSecondSignalled, kTimedOut})
     EXPECT_EQ(System().WaitEither(*first, *second, 10), result);
-}
-
-// Whether a thread already sleeps when the gate opens is a matter of luck; in so many rounds most
-// do.
-TEST(EventContract, ManualWakesEverySleeper) {
-  for (int round = 0; round < 100; ++round) {
-    const auto never = NewEvent(ResetMode::kManual);
-    const auto gate = NewEvent(ResetMode::kManual);
-    RunOnThreads(5, [&](int thread) {
-      if (thread == 4) return gate->Set();
-      EXPECT_EQ(System().WaitEither(*gate, *never, kLongEnough), kSignalled);
-    });
-  }
 }
 
 /// Two signals, each of them the right to count, go round among many threads. One that is lost, or
@@ -208,5 +194,4 @@ TEST(ThreadSlotContract, IsEmptyAtFirstForEachThreadAndRunsOut) {
   EXPECT_NE(System().LastError(), 0);
 }
 
-}  // namespace
 }  // namespace tlk
