@@ -2,7 +2,6 @@
 #include "tests/platform/FilesFixture.h"
 
 namespace tlk {
-namespace {
 
 using FilesContract = FilesFixture;
 using testing::UnorderedElementsAre;
@@ -78,5 +77,4 @@ TEST_F(FilesContract, RenamesOverNothingAndRemovesFilesOnly) {
   EXPECT_FALSE(fs::exists(Path("c.log")));
 }
 
-}  // namespace
 }  // namespace tlk

@@ -47,6 +47,8 @@ class LoopbackPeer {
     return bytes.substr(0, size > 0 ? static_cast<std::size_t>(size) : 0);
   }
 
+  void EndSending() { ::shutdown(m_client.Get(), 1); }
+
   void Close() { m_client = {}; }
 
   void Reset() {

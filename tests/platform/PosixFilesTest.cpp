@@ -14,7 +14,6 @@
 #include "tests/platform/FilesFixture.h"
 
 namespace tlk {
-namespace {
 
 constexpr uid_t kNobody = 65534;
 
@@ -93,5 +92,4 @@ TEST_F(PosixFilesTest, LeavesWhatIsNotItsUsersAndFailsAtOnceWithoutRights) {
   EXPECT_EXIT(appendAsNobody(), testing::ExitedWithCode(0), "");
 }
 
-}  // namespace
 }  // namespace tlk

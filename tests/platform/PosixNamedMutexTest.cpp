@@ -13,9 +13,9 @@
 #include <thread>
 
 #include "platform/posix/PosixSynchronisation.h"
+#include "platform/posix/RobustMutex.h"
 
 namespace tlk {
-namespace {
 
 pid_t StartChild(const std::function<int()>& work) {
   const pid_t child = fork();
@@ -37,9 +37,11 @@ class PosixNamedMutexTest : public testing::Test {
   [[nodiscard]] std::unique_ptr<SystemMutex> New(const std::string& more = "") const {
     return PosixSynchronisation().NewNamedMutex((m_name + more).c_str());
   }
+  [[nodiscard]] std::string PathOf(const std::string& more = "") const {
+    return m_folder + std::to_string(geteuid()) + "/mutex." + m_name + more;
+  }
   [[nodiscard]] bool HasFile(const std::string& more = "") const {
-    return std::filesystem::exists(m_folder + std::to_string(geteuid()) + "/mutex." + m_name +
-                                   more);
+    return std::filesystem::exists(PathOf(more));
   }
 
   /// Lets another process take the mutex and crash.
@@ -76,8 +78,11 @@ TEST_F(PosixNamedMutexTest, IsAbandonedByAProcessThatCrashesWhichLeavesNothingBe
 
 TEST_F(PosixNamedMutexTest, StaysUntilThisProcessHasLetGo) {
   auto mutex = New();
-  EXPECT_EQ(StatusOf(StartChild([&mutex] { return mutex.reset(), 0; })), 0);
-  EXPECT_EQ(StatusOf(StartChild([this] { return Open() != nullptr ? 0 : 1; })), 0);
+  const auto openAnew = [&] { return mutex.reset(), Open() != nullptr ? 0 : errno; };
+  EXPECT_EQ(StatusOf(StartChild(openAnew)), 0);
+  std::filesystem::resize_file(PathOf(), sizeof(RobustMutex) + 1);
+  EXPECT_EQ(WEXITSTATUS(StatusOf(StartChild(openAnew))), EINVAL);
+  std::filesystem::resize_file(PathOf(), sizeof(RobustMutex));
   std::thread([&] {
     EXPECT_EQ(mutex->Wait(0), WaitResult::kSignalled);
     std::thread([&mutex] { mutex.reset(); }).join();
@@ -116,5 +121,4 @@ TEST_F(PosixNamedMutexTest, IsRefusedInAFolderThatOthersMayWriteTo) {
   std::filesystem::remove_all(folder);
 }
 
-}  // namespace
 }  // namespace tlk

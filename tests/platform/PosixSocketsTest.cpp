@@ -20,7 +20,6 @@
 #include "tests/platform/SocketsFixture.h"
 
 namespace tlk {
-namespace {
 
 std::string Option(SocketHandle of, int level, int name) {
   int value = 0;
@@ -28,8 +27,6 @@ std::string Option(SocketHandle of, int level, int name) {
   EXPECT_EQ(getsockopt(static_cast<int>(of), level, name, &value, &size), 0);
   return std::to_string(value);
 }
-
-}  // namespace
 
 void SocketsFixture::AddOwnVerbs() {
   verbs["ready"] = [this](auto&) {
@@ -69,14 +66,32 @@ void SocketsFixture::AddOwnVerbs() {
       known = strerrorname_np(++error);
     return std::to_string(SocketErrorFromErrno(error));
   };
+  verbs["given-up"] = [this](auto&) {
+    const auto start = TimerQueue::Clock::now();
+    {
+      MessageLoop ending;
+      Sockets& its = ending.GetSockets();
+      const SocketHandle full = its.Open();
+      EXPECT_EQ(its.Connect(full, peer.Address()) + its.SetSendTimeout(full, 1), 0);
+      EXPECT_GT(its.Send(full, kBlock), 0);
+    }
+    const auto seconds = (TimerQueue::Clock::now() - start) / std::chrono::seconds(1);
+    return seconds >= 5 && seconds < 15 ? "" : std::to_string(seconds);
+  };
+  verbs["quiet"] = [this](auto&) {
+    return RunUntil([this] {
+             const auto end = TimerQueue::Clock::now() + std::chrono::milliseconds(50);
+             loop.DispatchOnce(50);
+             return TimerQueue::Clock::now() >= end;
+           }),
+           "";
+  };
   verbs["elsewhere"] = [this](auto&) {
     MessageLoop otherLoop;
     MessageWindow otherWindow(otherLoop);
     return sockets.RequestNotifications(socket, otherWindow, 1, 1) == 0 ? "" : "refused";
   };
 }
-
-namespace {
 
 using PosixSocketsTest = SocketsFixture;
 
@@ -128,5 +143,4 @@ TEST(TimerQueueTest, FiresInOrderOncePerPeriodUntilStopped) {
   EXPECT_EQ(firedBy(99), "5 ") << "that was before its window went";
 }
 
-}  // namespace
 }  // namespace tlk

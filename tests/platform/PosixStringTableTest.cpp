@@ -5,7 +5,6 @@
 #include <string>
 
 namespace tlk {
-namespace {
 
 TEST(PosixStringTable, FindsTextsByModuleAndNumberAndCutsThemToFit) {
   PosixStringTable table;
@@ -33,5 +32,4 @@ TEST(PosixStringTable, FindsTextsByModuleAndNumberAndCutsThemToFit) {
   expect(nullptr, 101, "", 0);
 }
 
-}  // namespace
 }  // namespace tlk

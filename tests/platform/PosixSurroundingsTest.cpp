@@ -1,6 +1,10 @@
 #include "platform/posix/PosixSurroundings.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
 #include <chrono>
@@ -10,8 +14,9 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/posix/OwnedDescriptor.h"
+
 namespace tlk {
-namespace {
 
 TEST(PosixSurroundings, FindsTheTemporaryFolderInTheEnvironment) {
   const std::pair<const char*, std::string> cases[] = {
@@ -26,7 +31,8 @@ TEST(PosixSurroundings, FindsTheTemporaryFolderInTheEnvironment) {
 }
 
 // Steps of a little more than five days, through years with and without a leap day, and back before
-// the epoch; then a minute in which clocks change.
+// the epoch; then a minute in which clocks change. The last minute is remembered, and no other must
+// be taken for it, such as that of half its number.
 TEST(PosixSurroundings, TellsTheTimeOfDayOfEveryZone) {
   using namespace std::chrono;
   constexpr std::time_t kSpring = 1'772'953'200;
@@ -36,8 +42,8 @@ TEST(PosixSurroundings, TellsTheTimeOfDayOfEveryZone) {
     const PosixSurroundings surroundings;
     for (std::time_t step = -100'000'000; step < 2'000'000'000; step += 450'061) {
       const std::time_t minute = step - (step % 60 + 60) % 60;
-      for (const std::time_t time :
-           {step, minute, minute + 59, minute + 60, minute - 1, kSpring - 1, kSpring}) {
+      for (const std::time_t time : {step, minute, 2 * minute, minute, minute / 120 * 60, minute,
+                                     minute + 59, minute + 60, minute - 1, kSpring - 1, kSpring}) {
         std::tm expected{};
         ASSERT_NE(localtime_r(&time, &expected), nullptr);
         const LocalTime at = surroundings.At(system_clock::time_point(seconds(time) + 7999us));
@@ -57,5 +63,24 @@ TEST(PosixSurroundings, PrintsDebuggerTextsAsLines) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "ERROR\nwith its end\n");
 }
 
-}  // namespace
+TEST(PosixSurroundings, PrintWithoutAWaitOnATerminalThatNobodyMayOpenAnew) {
+  const OwnedDescriptor terminal(posix_openpt(O_RDWR | O_NOCTTY));
+  EXPECT_EQ(unlockpt(terminal.Get()), 0);
+  const OwnedDescriptor printed(open(ptsname(terminal.Get()), O_WRONLY | O_NOCTTY));
+  EXPECT_EQ(fchmod(printed.Get(), 0), 0);
+  testing::internal::CaptureStderr();
+  dup2(printed.Get(), STDERR_FILENO);
+  const uid_t user = geteuid();
+  EXPECT_EQ(seteuid(user == 0 ? 65534 : user), 0);
+  for (int n = 0; n < 5000; ++n) PosixSurroundings().DebugOutput("told on a terminal");
+  EXPECT_EQ(seteuid(user), 0);
+  testing::internal::GetCapturedStderr();
+  testing::internal::CaptureStderr();
+  PosixSurroundings().DebugOutput("told elsewhere");
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(" not be printed here: "));
+  std::array<char, 20> line{};
+  EXPECT_EQ(read(terminal.Get(), line.data(), line.size()), 20);
+  EXPECT_EQ(std::string_view(line.data(), line.size()), "told on a terminal\r\n");
+}
+
 }  // namespace tlk

@@ -3,12 +3,13 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <cerrno>
 #include <csignal>
 
+#include "platform/Platform.h"
 #include "thread/ZThread.h"
 
 namespace tlk {
-namespace {
 
 TEST(PosixThread, LeavesTheHostsSignalsToTheHost) {
   sigset_t inside;
@@ -21,6 +22,17 @@ TEST(PosixThread, LeavesTheHostsSignalsToTheHost) {
   EXPECT_EQ(sigismember(&inside, SIGTERM), 1);
   EXPECT_EQ(sigismember(&inside, SIGSEGV), 0);
   EXPECT_EQ(sigismember(&outside, SIGTERM), 0);
+}
+
+TEST(PosixThread, TellsWhyTheSystemHasNone) {
+  pthread_attr_t usual;
+  pthread_getattr_default_np(&usual);
+  pthread_attr_t boundless = usual;
+  pthread_attr_setstacksize(&boundless, std::size_t{1} << 60);
+  pthread_setattr_default_np(&boundless);
+  EXPECT_EQ(PosixThread::Create([] {}), nullptr);
+  EXPECT_EQ(SystemPlatform().synchronisation.LastError(), EAGAIN);
+  pthread_setattr_default_np(&usual);
 }
 
 // It used to end the process, by way of what catches every exception or lets none through.
@@ -37,5 +49,4 @@ TEST(PosixThread, EndsLikeAReturnWhenItsWorkCallsPthreadExit) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-}  // namespace
 }  // namespace tlk

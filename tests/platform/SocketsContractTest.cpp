@@ -9,35 +9,31 @@
 #include "tests/platform/SocketsFixture.h"
 
 namespace tlk {
-namespace {
 
-struct Script {
-  std::string name;
-  std::string steps;
-};
-
-std::vector<Script> ReadScripts() {
-  std::vector<Script> scripts;
+/// The steps of each, by its name.
+std::map<std::string, std::string> ReadScripts() {
+  std::map<std::string, std::string> scripts;
   for (const char* path : {TLKC2_SOCKET_SCRIPTS, TLKC2_OWN_SOCKET_SCRIPTS}) {
     std::ifstream file(path);
     if (!file) std::abort();
-    for (std::string line; std::getline(file, line);) {
+    for (std::string line, name; std::getline(file, line);) {
       if (line.starts_with(' ')) {
-        scripts.back().steps += line;
-      } else if (!line.empty() && line.front() != '#') {
-        scripts.push_back({line, ""});
+        scripts[name] += line;
+      } else if (!line.starts_with('#')) {
+        name = line;
       }
     }
   }
   return scripts;
 }
 
-class SocketScript : public SocketsFixture, public testing::WithParamInterface<Script> {};
+struct SocketScript : SocketsFixture,
+                      testing::WithParamInterface<std::pair<const std::string, std::string>> {};
 
-TEST_P(SocketScript, Holds) { Play(GetParam().steps); }
+TEST_P(SocketScript, Holds) { Play(GetParam().second); }
 
 INSTANTIATE_TEST_SUITE_P(SocketsContract, SocketScript, testing::ValuesIn(ReadScripts()),
-                         [](const auto& script) { return script.param.name; });
+                         [](const auto& script) { return script.param.first; });
 
 using SocketsContract = SocketsFixture;
 
@@ -79,5 +75,4 @@ TEST_P(TheEndOf, LetsOutWhatWasTakenAsLongAsThePeerReads) {
 
 INSTANTIATE_TEST_SUITE_P(SocketsContract, TheEndOf, testing::ValuesIn(kEndings));
 
-}  // namespace
 }  // namespace tlk

@@ -49,8 +49,13 @@ class SocketsFixture : public testing::Test, protected WindowTarget {
     if (const auto act = onTold) act();
   }
 
+  void DispatchOnce() {
+    const std::size_t before = told.size();
+    EXPECT_TRUE(loop.DispatchOnce(20) || told.size() <= before) << "told that nothing came";
+  }
+
   void RunUntil(const std::function<bool()>& done) {
-    ASSERT_TRUE(test::Eventually([&] { return done() || (loop.DispatchOnce(20), false); }))
+    ASSERT_TRUE(test::Eventually([&] { return done() || (DispatchOnce(), false); }))
         << "nothing came in time";
   }
 
@@ -75,24 +80,12 @@ class SocketsFixture : public testing::Test, protected WindowTarget {
     };
   }
 
-  void Connect() {
-    socket = sockets.Open();
-    EXPECT_EQ(sockets.Connect(socket, peer.Address()), 0);
-    peer.Accept();
-  }
-
   std::string Receive(int size) {
     std::array<char, 200> room;
     const int count = sockets.Receive(socket, room, size);
     return count < 0 ? Outcome(count) : std::string(room.data(), static_cast<std::size_t>(count));
   }
 
-  /// Sends until the system takes no more.
-  std::string Fill() {
-    int taken = 0;
-    while ((taken = sockets.Send(socket, kBlock)) > 0) unread += static_cast<std::size_t>(taken);
-    return Outcome(taken);
-  }
   void Drain() {
     RunUntil([this] { return (unread -= peer.ReadSome(std::min(unread, kMuch)).size()) == 0; });
   }
@@ -137,7 +130,7 @@ class SocketsFixture : public testing::Test, protected WindowTarget {
       {"none", [this](auto&) { return socket = kInvalidSocket, ""; }},
       {"open", [this](auto&) { return socket = sockets.Open(), ""; }},
       {"try", [this](auto&) { return Outcome(sockets.Connect(socket, peer.Address())); }},
-      {"connect", [this](auto&) { return Connect(), ""; }},
+      {"connect", [this](auto&) { return Play("open; try"), peer.Accept(), ""; }},
       {"other",
        [this](auto&) { return std::swap(peer, otherPeer), std::swap(socket, otherSocket), ""; }},
       {"say", [this](auto& text) { return Outcome(sockets.Send(socket, text)); }},
@@ -145,24 +138,32 @@ class SocketsFixture : public testing::Test, protected WindowTarget {
       {"receive", [this](auto& size) { return Receive(std::stoi(size)); }},
       {"request",
        [this](auto& mask) {
-         return Outcome(sockets.RequestNotifications(socket, *window, registered, Number(mask)));
+         return Outcome(sockets.RequestNotifications(socket, *window, registered, std::stoi(mask)));
        }},
       {"block", [this](auto&) { return Outcome(sockets.SetBlocking(socket)); }},
       {"keep-alive", [this](auto&) { return Outcome(sockets.EnableKeepAlive(socket)); }},
-      {"limit", [this](auto& n) { return Outcome(sockets.SetReceiveTimeout(socket, Number(n))); }},
-      {"limit-say", [this](auto& n) { return Outcome(sockets.SetSendTimeout(socket, Number(n))); }},
-      {"fill", [this](auto&) { return Fill(); }},
+      {"limit",
+       [this](auto& n) { return Outcome(sockets.SetReceiveTimeout(socket, std::stoi(n))); }},
+      {"limit-say",
+       [this](auto& n) { return Outcome(sockets.SetSendTimeout(socket, std::stoi(n))); }},
+      {"fill",  // Until the system takes no more.
+       [this](auto&) {
+         int taken = 0;
+         while ((taken = sockets.Send(socket, kBlock)) > 0)
+           unread += static_cast<std::size_t>(taken);
+         return Outcome(taken);
+       }},
       {"close", [this](auto&) { return Outcome(sockets.Close(socket)); }},
       {"told", [this](auto& words) { return ExpectTold(words), ""; }},
       {"when-told", [this](auto& steps) { return ActWhenTold(steps, true), ""; }},
       {"each-told", [this](auto& steps) { return ActWhenTold(steps, false), ""; }},
       {"handled", [this](auto&) { return RunUntil([&] { return !onTold; }), ""; }},
       {"destroy", [this](auto&) { return window.reset(), ""; }},
-      {"start", [this](auto& id) { return window->StartTimer(Number(id), 10), ""; }},
-      {"stop", [this](auto& id) { return window->StopTimer(Number(id)), ""; }},
+      {"start", [this](auto& id) { return window->StartTimer(std::stoi(id), 10), ""; }},
+      {"stop", [this](auto& id) { return window->StopTimer(std::stoi(id)), ""; }},
       {"send", [this](auto& bytes) { return peer.Send(bytes), ""; }},
       {"drain", [this](auto&) { return Drain(), ""; }},
-      {"heard", [this](auto& size) { return peer.ReadSome(Number(size)); }},
+      {"heard", [this](auto& size) { return peer.ReadSome(std::stoi(size)); }},
       {"slow",
        [this](auto&) {
          slowReader = std::jthread([this](const std::stop_token& stop) {
@@ -173,13 +174,9 @@ class SocketsFixture : public testing::Test, protected WindowTarget {
          return "";
        }},
       {"end", [this](auto&) { return peer.Close(), ""; }},
+      {"half-end", [this](auto&) { return peer.EndSending(), ""; }},
       {"reset", [this](auto&) { return slowReader = {}, peer.Reset(), ""; }},
       {"deaf", [this](auto&) { return peer.StopListening(), ""; }}};
-
- private:
-  static std::uint8_t Number(const std::string& digits) {
-    return static_cast<std::uint8_t>(std::stoi(digits));
-  }
 };
 
 }  // namespace tlk

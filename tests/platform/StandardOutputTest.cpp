@@ -10,7 +10,6 @@
 #include "Channels.h"
 
 namespace tlk {
-namespace {
 
 std::string ReadOnce(int reader) {
   std::string text(65536, '\0');
@@ -55,5 +54,4 @@ TEST(StandardOutputTest, ThatNobodyReadsHoldsNobodyAndTellsLaterWhatItLost) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), Notice(1) + "heard\nand nothing lost");
 }
 
-}  // namespace
 }  // namespace tlk

@@ -9,7 +9,6 @@
 #include "platform/Surroundings.h"
 
 namespace tlk {
-namespace {
 
 Surroundings& ThisSystem() { return SystemPlatform().surroundings; }
 
@@ -32,7 +31,8 @@ TEST(SurroundingsContract, ItsClocksCount) {
   const std::uint64_t start = ThisSystem().TickCount();
   ASSERT_TRUE(ThisSystem().ReadProcessTimes(first));
   EXPECT_LE(std::abs(first.now / 10'000'000 - 11'644'473'600 - std::time(nullptr)), 2);
-  ThisSystem().Sleep(60);
+  ThisSystem().Sleep(30);
+  for (int n = 0; n < 30; ++n) ThisSystem().Sleep(1);
   const std::uint64_t slept = ThisSystem().TickCount() - start;
   EXPECT_GE(slept, 43U) << "a clock may step by as much as 16 milliseconds";
   EXPECT_LT(slept, 30'000U);
@@ -42,5 +42,4 @@ TEST(SurroundingsContract, ItsClocksCount) {
   EXPECT_LT(last.processor - first.processor, 2 * (last.now - first.now));
 }
 
-}  // namespace
 }  // namespace tlk

@@ -5,7 +5,6 @@
 #include "tests/platform/FilesFixture.h"
 
 namespace tlk {
-namespace {
 
 using WindowsFiles = FilesFixture;
 
@@ -31,5 +30,4 @@ TEST_F(WindowsFiles, WritesInTextModeToALogThatOthersHaveOpen) {
   EXPECT_TRUE(m_files.RotateAlone(path, 0, rotate));
 }
 
-}  // namespace
 }  // namespace tlk
