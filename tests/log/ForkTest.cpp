@@ -3,6 +3,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <set>
 
 #include "tests/log/LogFixture.h"
 #include "tests/scripted/ScarceMemory.h"
@@ -65,6 +68,39 @@ TEST_F(Fork, GivesTheChildALogThatWorksAndLeavesItsLinesToTheParent) {
   heldBack.get();
   Flush();
   EXPECT_THAT(Letters("d/t.log"), testing::MatchesRegex("[ml]*p[ml]*h[ml]*"));
+}
+
+// They used to delete what the other had just moved.
+TEST_F(Fork, LetsTwoProcessesWriteAndRotateOneLogWithoutALoss) {
+#ifdef __SANITIZE_THREAD__
+  GTEST_SKIP() << "See above.";
+#endif
+  static constexpr int kLines = 5000;
+  namespace fs = std::filesystem;
+  fs::remove_all("two-processes");
+  fs::create_directory("two-processes");
+  const auto write = [](const std::string& label) {
+    QNLogger log("shared.log", 4);
+    log.SetDirectory("two-processes");
+    log.SetConsoleEcho(false);
+    log.SetRotation(5000, kLines);
+    for (int n = 0; n < kLines; ++n) log.Write(label + std::to_string(n));
+    EXPECT_EQ(log.Flush(), 0U);
+    log.Rest();
+  };
+  auto child = std::async(std::launch::async, [&] { InChild([&] { write("child"); }); });
+  write("parent");
+  child.get();
+  std::set<std::string> lines;
+  int written = 0;
+  for (const auto& entry : fs::directory_iterator("two-processes")) {
+    std::ifstream file(entry.path());
+    for (std::string line; std::getline(file, line); ++written)
+      lines.insert(line.substr(line.rfind(") ") + 2));
+  }
+  EXPECT_EQ(written, 2 * kLines);
+  EXPECT_EQ(lines.size(), 2 * kLines);
+  fs::remove_all("two-processes");
 }
 
 // A child without memory ended at once.
