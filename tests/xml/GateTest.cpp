@@ -116,10 +116,11 @@ std::string Nested(std::size_t depth, const std::string& inside) {
 
 const std::string kMany = Times(kMaxXmlAttributes - 1, " a#=''");
 
+const BytePage kPage(u"\u00E4");
+const XmlGate kGate(kPage);
+
 GateVerdict Pass(const std::string& text, std::size_t maxDepth = kMaxXmlDepth) {
-  static const BytePage page(u"\u00E4");
-  static const XmlGate gate(page);
-  return gate.Pass(text, maxDepth);
+  return kGate.Pass(text, maxDepth);
 }
 
 TEST(GateLimits, BoundDepthAndAttributes) {
