@@ -1,6 +1,7 @@
 #include "control/NativeControl.h"
 
 #include "log/QNLogger.h"
+#include "platform/posix/MessageWindow.h"
 #include "platform/posix/PosixStringTable.h"
 #include "thread/ThreadLayer.h"
 #include "xml/Gate.h"
@@ -47,14 +48,17 @@ iLogger& TraceLog() { return ProcessLog(); }
 
 void KeepTraceLogIn(const std::string& folder) { ProcessLog().KeepDirectory(folder); }
 
-ControlPorts NativePorts(MessageLoop& loop, MessageWindow& window) {
-  return {loop.GetSockets(), window, SystemPlatform(), Xml().dom, Xml().gate, TraceLog()};
-}
+Codec NativeCodec() { return {Xml().dom, SystemPlatform().text, Xml().gate, TraceLog()}; }
 
 /// What is held while a call or an event is under way.
 struct NativeControl::Parts final : ITlkcEvents {
   Parts(MessageLoop& loop, ITlkcEvents& events)
-      : host(&events), window(loop), control(NativePorts(loop, window), *this) {}
+      : host(&events), window(loop), control(Ports(loop, window), *this) {}
+
+  static ControlPorts Ports(MessageLoop& loop, MessageWindow& window) {
+    const Codec codec = NativeCodec();
+    return {loop.GetSockets(), window, SystemPlatform(), codec.dom, codec.gate, codec.log};
+  }
 
   void ConnStatusChanged(TLK_ConnStatusEnum status) override {
     if (host != nullptr) host->ConnStatusChanged(status);

@@ -6,7 +6,9 @@
 #include "control/Tlkc.h"
 #include "log/iLogger.h"
 #include "platform/StandardOutput.h"
+#include "platform/Utf8.h"
 #include "platform/posix/MessageLoop.h"
+#include "xml/Codec.h"
 
 namespace tlk {
 
@@ -24,9 +26,11 @@ namespace tlk {
 /// another folder. Any thread may call it, and a forked child keeps the choice.
 void KeepTraceLogIn(const std::string& folder);
 
-/// What a native control stands on: the system's own ports, the built-in DOM and the trace log of
-/// the process.
-[[nodiscard]] ControlPorts NativePorts(MessageLoop& loop, MessageWindow& window);
+/// What a native program builds and reads message documents with (`TLK_XMLBuilder`,
+/// `TLK_XMLParser`): the code page of the process, the built-in DOM, the gate, and the trace log,
+/// which gets the failures. It may be copied, and its parts stay until the process ends. Any thread
+/// may use it.
+[[nodiscard]] Codec NativeCodec();
 
 /// A control with a window of its own in a message loop: what a native program makes.
 ///

@@ -102,4 +102,16 @@ void AppendUtf8(std::u16string_view wide, std::string& utf8) {
   Append(wide, room, utf8);
 }
 
+std::u16string ToUtf16(std::string_view utf8) {
+  std::u16string wide;
+  AppendUtf16(utf8, wide);
+  return wide;
+}
+
+std::string ToUtf8(std::u16string_view wide) {
+  std::string utf8;
+  AppendUtf8(wide, utf8);
+  return utf8;
+}
+
 }  // namespace tlk

@@ -12,4 +12,11 @@ void AppendUtf16(std::string_view utf8, std::u16string& wide);
 /// Appends what `wide` is in UTF-8. Half a surrogate pair becomes "?".
 void AppendUtf8(std::u16string_view wide, std::string& utf8);
 
+/// A text of the program in UTF-8 as what a control takes, by the same rules. Only memory that runs
+/// out throws, here and below.
+[[nodiscard]] std::u16string ToUtf16(std::string_view utf8);
+
+/// A text of a control as what a program prints.
+[[nodiscard]] std::string ToUtf8(std::u16string_view wide);
+
 }  // namespace tlk

@@ -1,36 +1,34 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
-#include <utility>
-
-#include "platform/ControlWindow.h"
-#include "platform/posix/NotificationReceiver.h"
-#include "platform/posix/PosixSockets.h"
-#include "platform/posix/TimerQueue.h"
 
 namespace tlk {
 
-/// The message loop of one thread: delivers the timers of its windows and the notifications of the
-/// sockets that its windows asked about. One wait serves them all, however many there are.
+class Sockets;
+
+/// The message loop of one thread: delivers the timers of its controls and the notifications of
+/// their sockets. One wait serves them all, however many there are.
 ///
-/// Everything here belongs to the thread that made the loop. A handler may run the loop again,
-/// start and stop timers, close sockets, and destroy windows, its own included. Windows end before
-/// the loop. Its end waits until the peers that go on reading have what was sent to them: for up to
-/// five seconds in which none of them takes anything. A forked child leaves the loops of its parent
-/// alone.
+/// Everything here but `Post` belongs to the thread that made the loop. A handler may run the loop
+/// again, make and destroy controls, its own included. Controls end before the loop. Its end waits
+/// until the peers that go on reading have what was sent to them: for up to five seconds in which
+/// none of them takes anything. A forked child leaves the loops of its parent alone.
+///
+/// It may stand in a loop of somebody else's (GLib, Qt, libuv, epoll): that loop waits until
+/// `WaitDescriptor` can be read or `MillisecondsToNext` have passed, and then calls
+/// `DispatchOnce(0)`. The time is asked for anew before each wait.
 class MessageLoop {
  public:
-  MessageLoop() = default;
+  MessageLoop();
+  ~MessageLoop();
 
   MessageLoop(const MessageLoop&) = delete;
   MessageLoop& operator=(const MessageLoop&) = delete;
 
-  /// The sockets whose notifications this loop delivers.
-  [[nodiscard]] Sockets& GetSockets() { return m_sockets; }
-
-  /// Waits up to `milliseconds` (no limit when negative) for something to deliver and delivers one
-  /// round of it. Returns whether anything was delivered.
+  /// Waits up to `milliseconds` (no limit when negative, not at all for 0) for something to deliver
+  /// and delivers one round of it. Returns whether anything was delivered.
   bool DispatchOnce(int milliseconds);
 
   /// Delivers for that long.
@@ -40,47 +38,32 @@ class MessageLoop {
   /// come to its end; tells whether it has.
   bool DispatchOnceOrReadable(int descriptor, int milliseconds);
 
+  /// Has the loop's thread call `function`, behind what was posted before, in a round of delivery
+  /// to come; a loop that waits is woken. It must not throw. False for an empty one, when there is
+  /// no memory for it, or when the system refused the loop its descriptors: it is never called
+  /// then. What has not been called when the loop ends never is. Any thread may post, while the
+  /// loop lives.
+  bool Post(std::function<void()> function) noexcept;
+
+  /// Can be read (as poll and epoll tell, never by `read`) when the system has something for
+  /// `DispatchOnce`. It stays the loop's, and the same. Negative when the system refused it.
+  [[nodiscard]] int WaitDescriptor() const;
+
+  /// Milliseconds until `DispatchOnce` has something to do even if `WaitDescriptor` cannot be read:
+  /// 0 when it has now, -1 when nothing is to come.
+  [[nodiscard]] int MillisecondsToNext() const;
+
+  /// The sockets whose notifications this loop delivers.
+  [[nodiscard]] Sockets& GetSockets();
+
  private:
   friend class MessageWindow;
+  struct Parts;
 
   [[nodiscard]] int WaitLimit(int milliseconds) const;
   bool FireTimers();
 
-  PosixSockets m_sockets;
-  TimerQueue m_timers;
-};
-
-/// A window of a message loop.
-class MessageWindow final : public ControlWindow,
-                            private NotificationReceiver,
-                            private TimerReceiver {
- public:
-  explicit MessageWindow(MessageLoop& loop);
-  ~MessageWindow() override;
-
-  MessageWindow(const MessageWindow&) = delete;
-  MessageWindow& operator=(const MessageWindow&) = delete;
-
-  void SetTarget(WindowTarget* target) override { m_target = target; }
-  [[nodiscard]] std::uint32_t RegisterMessage(const char* name) override;
-  void StartTimer(std::uintptr_t timerId, std::uint32_t milliseconds) override;
-  void StopTimer(std::uintptr_t timerId) override;
-
-  /// Says what `Hold` keeps: usually an object that has the window and its target as parts.
-  void SetOwner(std::weak_ptr<void> owner) { m_owner = std::move(owner); }
-  [[nodiscard]] std::shared_ptr<void> Hold() const override { return m_owner.lock(); }
-
- private:
-  friend class PosixSockets;
-
-  [[nodiscard]] const PosixSockets& LoopSockets() const override { return m_loop.m_sockets; }
-  void Notify(std::uint32_t message, std::uintptr_t wParam, std::uintptr_t lParam) override;
-  void OnTimerDue(std::uintptr_t timerId) override;
-
-  MessageLoop& m_loop;
-  WindowTarget* m_target = nullptr;
-  std::weak_ptr<void> m_owner;
-  WindowTimers m_timers;
+  const std::unique_ptr<Parts> m_parts;
 };
 
 }  // namespace tlk

@@ -1,13 +1,11 @@
 #include <poll.h>
 
 #include <algorithm>
-#include <cstring>
-#include <mutex>
-#include <string>
-#include <vector>
+#include <chrono>
+#include <utility>
 
-#include "platform/Fork.h"
 #include "platform/posix/MessageLoop.h"
+#include "platform/posix/MessageLoopParts.h"
 
 namespace tlk {
 
@@ -17,10 +15,15 @@ constexpr std::int64_t kLongestWait = 1000000;
 
 }  // namespace
 
+MessageLoop::MessageLoop() : m_parts(std::make_unique<Parts>()) {}
+
+MessageLoop::~MessageLoop() = default;
+
 bool MessageLoop::DispatchOnce(int milliseconds) {
-  const bool notified = m_sockets.WaitAndDeliver(WaitLimit(milliseconds));
+  const bool notified = m_parts->sockets.WaitAndDeliver(WaitLimit(milliseconds));
   const bool fired = FireTimers();
-  return notified || fired;
+  const bool called = m_parts->calls.CallDue();
+  return notified || fired || called;
 }
 
 void MessageLoop::Run(std::uint32_t milliseconds) {
@@ -34,7 +37,7 @@ void MessageLoop::Run(std::uint32_t milliseconds) {
 }
 
 bool MessageLoop::DispatchOnceOrReadable(int descriptor, int milliseconds) {
-  pollfd waits[] = {{.fd = m_sockets.WaitDescriptor(), .events = POLLIN, .revents = 0},
+  pollfd waits[] = {{.fd = WaitDescriptor(), .events = POLLIN, .revents = 0},
                     {.fd = descriptor, .events = POLLIN, .revents = 0}};
   const int limit = WaitLimit(milliseconds);
   const bool waited = ::poll(waits, std::size(waits), limit) >= 0;
@@ -42,9 +45,21 @@ bool MessageLoop::DispatchOnceOrReadable(int descriptor, int milliseconds) {
   return waited && waits[1].revents != 0;
 }
 
+bool MessageLoop::Post(std::function<void()> function) noexcept {
+  return m_parts->calls.Post(std::move(function));
+}
+
+int MessageLoop::WaitDescriptor() const { return m_parts->sockets.WaitDescriptor(); }
+
+int MessageLoop::MillisecondsToNext() const {
+  if (m_parts->sockets.HasAtHand() || m_parts->calls.AreWaiting()) return 0;
+  return m_parts->timers.MillisecondsToNext();
+}
+
+Sockets& MessageLoop::GetSockets() { return m_parts->sockets; }
+
 int MessageLoop::WaitLimit(int milliseconds) const {
-  if (m_sockets.HasAtHand()) return 0;
-  const int next = m_timers.MillisecondsToNext();
+  const int next = MillisecondsToNext();
   if (milliseconds < 0 || next < 0) return std::max(milliseconds, next);
   return std::min(milliseconds, next);
 }
@@ -52,42 +67,10 @@ int MessageLoop::WaitLimit(int milliseconds) const {
 bool MessageLoop::FireTimers() {
   const auto now = TimerQueue::Clock::now();
   bool fired = false;
-  while (m_timers.FireOne(now)) {
+  while (m_parts->timers.FireOne(now)) {
     fired = true;
   }
   return fired;
-}
-
-MessageWindow::MessageWindow(MessageLoop& loop) : m_loop(loop), m_timers(loop.m_timers, *this) {}
-
-MessageWindow::~MessageWindow() { m_loop.m_sockets.Forget(*this); }
-
-std::uint32_t MessageWindow::RegisterMessage(const char* name) {
-  constexpr std::uint32_t kFirstRegistered = 0xC000;
-  static ForkMutex mutex;
-  static std::vector<std::string> names;
-  const std::lock_guard lock(mutex);
-  const auto found = std::find(names.begin(), names.end(), name);
-  const auto index = found - names.begin();
-  if (found == names.end()) names.emplace_back(name);
-  return kFirstRegistered + static_cast<std::uint32_t>(index);
-}
-
-void MessageWindow::StartTimer(std::uintptr_t timerId, std::uint32_t milliseconds) {
-  m_timers.Start(timerId, milliseconds);
-}
-
-void MessageWindow::StopTimer(std::uintptr_t timerId) { m_timers.Stop(timerId); }
-
-void MessageWindow::Notify(std::uint32_t message, std::uintptr_t wParam, std::uintptr_t lParam) {
-  if (m_target != nullptr) {
-    bool handled = false;
-    m_target->OnSocketNotify(message, wParam, lParam, handled);
-  }
-}
-
-void MessageWindow::OnTimerDue(std::uintptr_t timerId) {
-  if (m_target != nullptr) m_target->OnTimer(timerId);
 }
 
 }  // namespace tlk

@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <new>
 
-#include "platform/posix/MessageLoop.h"
+#include "platform/posix/MessageWindow.h"
 #include "platform/posix/PosixSocketState.h"
 #include "platform/posix/SocketErrors.h"
 

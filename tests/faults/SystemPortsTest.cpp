@@ -3,6 +3,7 @@
 #include <pugixml.hpp>
 
 #include "control/NativeControl.h"
+#include "platform/posix/MessageWindow.h"
 #include "tests/control/ControlFixture.h"
 #include "tests/log/LogFixture.h"
 #include "tests/platform/posix/LoopbackPeer.h"

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "platform/posix/MessageLoop.h"
+#include "platform/posix/MessageWindow.h"
 #include "tests/platform/posix/LoopbackPeer.h"
 
 namespace tlk {
