@@ -29,15 +29,11 @@ set_property(GLOBAL PROPERTY TLKC2_LIBRARIES)
 function(tlkc2_add_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK;PRIVATE")
   add_library(tlkc2_${name} STATIC ${arg_SOURCES})
-  add_library(TlkC2::${name} ALIAS tlkc2_${name})
-  set_target_properties(tlkc2_${name} PROPERTIES
-    EXPORT_NAME ${name} POSITION_INDEPENDENT_CODE ON)
+  set_target_properties(tlkc2_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   target_compile_features(tlkc2_${name} PUBLIC cxx_std_20)
-  target_include_directories(tlkc2_${name} PUBLIC
-    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
-    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/TlkC2>)
+  target_include_directories(tlkc2_${name} PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
   target_link_libraries(tlkc2_${name}
     PUBLIC ${arg_LINK}
-    PRIVATE $<BUILD_INTERFACE:tlkc2_options> ${arg_PRIVATE})
+    PRIVATE tlkc2_options ${arg_PRIVATE})
   set_property(GLOBAL APPEND PROPERTY TLKC2_LIBRARIES tlkc2_${name})
 endfunction()

@@ -5,6 +5,7 @@
 
 #include "control/Tlkc.h"
 #include "log/iLogger.h"
+#include "platform/Export.h"
 #include "platform/StandardOutput.h"
 #include "platform/Utf8.h"
 #include "platform/posix/MessageLoop.h"
@@ -18,19 +19,19 @@ namespace tlk {
 /// that comes first is its main thread. Its echo, and all else that the library prints, is silenced
 /// by `SilenceStandardOutput`; the texts of messages are kept out of it by `LeaveOutMessageTexts`,
 /// of log/MessageTexts.h.
-[[nodiscard]] iLogger& TraceLog();
+[[nodiscard]] TLKC2_API iLogger& TraceLog();
 
 /// Has the trace log lie in a folder of the program's choice, whatever controls are made: from the
 /// next line to be written on, and `SetDirectory` of `TraceLog()`, which each control calls, has no
 /// effect any more. The folder must exist; an empty name is the current one. Another call chooses
 /// another folder. Any thread may call it, and a forked child keeps the choice.
-void KeepTraceLogIn(const std::string& folder);
+TLKC2_API void KeepTraceLogIn(const std::string& folder);
 
 /// What a native program builds and reads message documents with (`TLK_XMLBuilder`,
 /// `TLK_XMLParser`): the code page of the process, the built-in DOM, the gate, and the trace log,
 /// which gets the failures. It may be copied, and its parts stay until the process ends. Any thread
 /// may use it.
-[[nodiscard]] Codec NativeCodec();
+[[nodiscard]] TLKC2_API Codec NativeCodec();
 
 /// A control with a window of its own in a message loop: what a native program makes.
 ///
@@ -42,7 +43,7 @@ void KeepTraceLogIn(const std::string& folder);
 /// there. Those of the parent are the parent's, and the child must neither use nor destroy them: it
 /// would answer their servers beside it. The parent's threads are not there in the child, and locks
 /// of the thread layer that were held at the fork stay held.
-class NativeControl {
+class TLKC2_API NativeControl {
  public:
   /// `loop` and `events` outlive it.
   NativeControl(MessageLoop& loop, ITlkcEvents& events);

@@ -8,6 +8,7 @@
 
 #include "control/Outcome.h"
 #include "platform/ControlWindow.h"
+#include "platform/Export.h"
 #include "platform/Platform.h"
 #include "platform/Sockets.h"
 #include "platform/StringTable.h"
@@ -46,7 +47,7 @@ inline constexpr ResultCode kResultOutOfMemory = static_cast<ResultCode>(0x80070
 /// notification that caused it, so a handler may call the control back, and may let go of it:
 /// whoever is inside the control holds what its window holds (`ControlWindow::Hold`). A handler
 /// must not throw.
-class ITlkcEvents {
+class TLKC2_API ITlkcEvents {
  public:
   virtual ~ITlkcEvents() = default;
 
@@ -85,7 +86,7 @@ struct ControlPorts {
 /// Output pointers must not be null, but for one with a default. No method throws. One that runs
 /// out of memory says so with `kResultOutOfMemory`; `Connect`, `SendReceiveTlkMsg` and a
 /// notification end the connection then.
-class CTlkc : private WindowTarget {
+class TLKC2_API CTlkc : private WindowTarget {
  public:
   CTlkc(const ControlPorts& ports, ITlkcEvents& events);
 

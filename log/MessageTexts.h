@@ -3,6 +3,8 @@
 #include <array>
 #include <string_view>
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 /// Leaves out of the records of all logs of the process what a peer or a host has written, or, with
@@ -21,7 +23,7 @@ namespace tlk {
 ///
 /// Safe from any thread. A record that is just being made has either; one that was made before
 /// keeps its text, also when it has yet to be written.
-void LeaveOutMessageTexts(bool areLeftOut = true) noexcept;
+TLKC2_API void LeaveOutMessageTexts(bool areLeftOut = true) noexcept;
 
 /// What a record shows of a text that a peer or a host has written: the text, or how long it is. It
 /// refers to the text and asks for no memory.

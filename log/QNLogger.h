@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "log/iLogger.h"
+#include "platform/Export.h"
 #include "platform/Fork.h"
 #include "platform/Platform.h"
 
@@ -48,7 +49,7 @@ struct RecordHead;
 ///
 /// When the system refuses a part that the log is made of, that is announced on standard output,
 /// and the log stays, unusable: it drops every line.
-class QNLogger final : public iLogger {
+class TLKC2_API QNLogger final : public iLogger {
  public:
   /// Called on the writer thread with its context, a category ("System") and a name ("WriteLog"),
   /// for a host that keeps a list of its threads. Must not throw.

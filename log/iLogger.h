@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Export.h"
 #include "platform/StringTable.h"
 #include "thread/ZRefCount.h"
 
@@ -29,7 +30,7 @@ using LineList = std::list<std::string>;
 /// is no memory is lost. A process that forks has the log in the child as well. They take a
 /// variable number of values, which must fit the format text of the string table, as with printf;
 /// where the table has no such number the record reads "Unknown message".
-class iLogger : public ZRefCountedWithFinalization {
+class TLKC2_API iLogger : public ZRefCountedWithFinalization {
  public:
   /// The folder in which the log files lie; empty (the default) for the current one.
   [[nodiscard]] virtual std::string GetDirectory() const = 0;

@@ -3,10 +3,12 @@
 #include <cstdint>
 #include <memory>
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 /// What a control window calls, always on the window's own thread.
-class WindowTarget {
+class TLKC2_API WindowTarget {
  public:
   /// A socket notification. `wParam` is the socket; the low half of `lParam` the event, the high
   /// half the error number, 0 for none. Sets `handled` when the message needs no further treatment.
@@ -24,7 +26,7 @@ class WindowTarget {
 ///
 /// Used by one thread, which is also the thread that dispatches to the target. Timers end with the
 /// window, and nothing is dispatched after `SetTarget(nullptr)`.
-class ControlWindow {
+class TLKC2_API ControlWindow {
  public:
   virtual ~ControlWindow() = default;
 

@@ -3,6 +3,8 @@
 #include <functional>
 #include <mutex>
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 // What a process needs that forks, and whose child goes on using this library. Where a system knows
@@ -11,7 +13,7 @@ namespace tlk {
 /// A mutex of something that a forked child goes on using. The thread that forks holds all of them
 /// in that moment, so the child finds each one free, and what it guards whole. Who holds one may
 /// take another, but neither make nor destroy one.
-class ForkMutex : public std::mutex {
+class TLKC2_API ForkMutex : public std::mutex {
  public:
   ForkMutex();
   ~ForkMutex();
@@ -22,7 +24,7 @@ class ForkMutex : public std::mutex {
 /// Calls `step` in each forked child before `fork` returns there, on the one thread that the child
 /// has, and in the order in which these objects were made. It must not throw, and must neither make
 /// nor end objects like this one.
-class InForkedChild {
+class TLKC2_API InForkedChild {
  public:
   explicit InForkedChild(std::function<void()> step);
   ~InForkedChild();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 class AnsiText;
@@ -20,6 +22,6 @@ struct Platform {
 
 /// The platform that this program runs on. It is made on first use and stays until the process
 /// ends, so that threads which outlive everything else may still use it.
-[[nodiscard]] const Platform& SystemPlatform();
+[[nodiscard]] TLKC2_API const Platform& SystemPlatform();
 
 }  // namespace tlk

@@ -6,6 +6,8 @@
 #include <span>
 #include <string_view>
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 class ControlWindow;
@@ -92,7 +94,7 @@ static_assert(sizeof(InternetAddress) == 16);
 /// - A request with mask 0 ends delivery. So does closing, for what asks for a call on the socket:
 ///   read, write, connect. A close or an error that the system had posted by then may still come,
 ///   until a socket of the same number makes a request.
-class Sockets {
+class TLKC2_API Sockets {
  public:
   virtual ~Sockets() = default;
 

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 /// Prints on the process's standard output, which is the host's: all that the library shows there,
@@ -26,13 +28,13 @@ namespace tlk {
 /// another thread of the program is just waiting to write.
 ///
 /// Safe from any thread, and in the child of a fork.
-void PrintOnStandardOutput(std::string_view text) noexcept;
+TLKC2_API void PrintOnStandardOutput(std::string_view text) noexcept;
 
 /// The same on standard error.
-void PrintOnStandardError(std::string_view text) noexcept;
+TLKC2_API void PrintOnStandardError(std::string_view text) noexcept;
 
 /// Whether the library keeps silent on standard output altogether; it does not unless told to. What
 /// is not printed for this reason is not counted. Safe from any thread.
-void SilenceStandardOutput(bool isSilent = true) noexcept;
+TLKC2_API void SilenceStandardOutput(bool isSilent = true) noexcept;
 
 }  // namespace tlk

@@ -3,13 +3,15 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 /// A module of the process; null stands for the main program.
 using ModuleHandle = const void*;
 
 /// Message numbers and their format texts, module by module. Safe to call from any thread.
-class StringTable {
+class TLKC2_API StringTable {
  public:
   virtual ~StringTable() = default;
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "platform/Export.h"
 #include "thread/LockResult.h"
 
 namespace tlk {
@@ -14,7 +15,7 @@ class SystemEvent;
 /// A thread that waits for units of a semaphore; it lies on that thread's stack. Its wait is
 /// settled once: by whoever grants the units or destroys the semaphore, who wakes it afterwards, or
 /// by the thread itself when its limit has run out.
-class SemaphoreWaiter {
+class TLKC2_API SemaphoreWaiter {
  public:
   explicit SemaphoreWaiter(std::uint32_t need);
   ~SemaphoreWaiter();
@@ -54,7 +55,7 @@ class SemaphoreWaiter {
 };
 
 /// Waiters in the order in which they came. It links them and owns none.
-class WaiterQueue {
+class TLKC2_API WaiterQueue {
  public:
   [[nodiscard]] bool IsEmpty() const { return fFront == nullptr; }
   [[nodiscard]] std::int32_t Size() const { return fSize; }

@@ -3,11 +3,13 @@
 #include <atomic>
 #include <cstdint>
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 /// A lock of one word, for critical sections of a few instructions. It knows no owner and cannot be
 /// taken twice. It starts free, without any code being run for it.
-class SpinWord {
+class TLKC2_API SpinWord {
  public:
   constexpr SpinWord() noexcept = default;
   SpinWord(const SpinWord&) = delete;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Export.h"
 #include "platform/Platform.h"
 
 namespace tlk {
@@ -8,7 +9,7 @@ namespace tlk {
 /// ended when it is unloaded. The first one makes the record of the main thread, on the thread that
 /// makes the scope; the last one to end destroys it. Made and ended by one thread at a time, and
 /// ended when no thread that the layer started runs any more. It never waits.
-class ThreadLayer {
+class TLKC2_API ThreadLayer {
  public:
   /// The ports of the first scope serve the whole layer while it lasts; they outlive it.
   explicit ThreadLayer(const Platform& platform = SystemPlatform()) noexcept;

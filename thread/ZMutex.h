@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "platform/CallingThread.h"
+#include "platform/Export.h"
 #include "thread/ZMutexBase.h"
 #include "thread/ZSemaphore.h"
 
@@ -16,7 +17,7 @@ enum class CreatedHeld : bool { kNo = false, kYes = true };
 ///
 /// A thread that waits for it when it is destroyed gets `kDestroyed` and touches it no more. The
 /// owner may destroy it.
-class ZMutex final : public ZMutexBase {
+class TLKC2_API ZMutex final : public ZMutexBase {
  public:
   explicit ZMutex(const char* name, CreatedHeld createdHeld = CreatedHeld::kNo);
 

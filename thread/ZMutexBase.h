@@ -2,13 +2,14 @@
 
 #include <cstdint>
 
+#include "platform/Export.h"
 #include "thread/LockResult.h"
 
 namespace tlk {
 
 /// A lock that one thread, or one group of threads, holds. A holder may take it again and then
 /// releases it as often.
-class ZMutexBase {
+class TLKC2_API ZMutexBase {
  public:
   ZMutexBase(const ZMutexBase&) = delete;
   ZMutexBase& operator=(const ZMutexBase&) = delete;

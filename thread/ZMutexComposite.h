@@ -2,13 +2,14 @@
 
 #include <vector>
 
+#include "platform/Export.h"
 #include "thread/ZMutexBase.h"
 
 namespace tlk {
 
 /// Many locks as one. It owns none of them, and they outlive it. Composites of the same locks name
 /// them in the same order, or they wait for each other for ever.
-class ZMutexComposite final : public ZMutexBase {
+class TLKC2_API ZMutexComposite final : public ZMutexBase {
  public:
   ZMutexComposite(const char* name, std::vector<ZMutexBase*> locks);
 

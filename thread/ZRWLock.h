@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/Export.h"
 #include "thread/ZMutexBase.h"
 #include "thread/ZSemaphore.h"
 
@@ -11,7 +12,7 @@ namespace tlk {
 
 /// A mutex for short bookkeeping: one atomic operation while nobody competes. It has no owner and
 /// cannot be taken twice.
-class LightMutex {
+class TLKC2_API LightMutex {
  public:
   explicit LightMutex(const char* name) : fSemaphore(name, 0) {}
 
@@ -36,7 +37,7 @@ class LightMutex {
 /// Taking either side succeeds or throws: `ZThread::Disposed` to threads that wait while the lock
 /// is destroyed and must not touch it any more, and `std::bad_alloc`, with nothing changed, when
 /// there is no room to note one more reader.
-class ZRWLock {
+class TLKC2_API ZRWLock {
  public:
   class Read final : public ZMutexBase {
    public:

@@ -5,6 +5,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 /// The count of an object shared by reference. It starts at 0: whoever makes the object hands it to
@@ -27,7 +29,7 @@ class ReferenceCount {
 };
 
 /// A counted object, made with `new`. The last reference destroys it.
-class ZRefCounted {
+class TLKC2_API ZRefCounted {
  public:
   ZRefCounted() = default;
   ZRefCounted(const ZRefCounted&) = delete;
@@ -45,7 +47,7 @@ class ZRefCounted {
 };
 
 /// A counted object that has a say in its end. The last reference finalises it.
-class ZRefCountedWithFinalization {
+class TLKC2_API ZRefCountedWithFinalization {
  public:
   ZRefCountedWithFinalization() = default;
   ZRefCountedWithFinalization(const ZRefCountedWithFinalization&) = delete;
@@ -71,8 +73,8 @@ class ZRefCountedWithFinalization {
 enum class RefAccess : std::int32_t { kPointer = 39, kReference = 65 };
 
 /// Reports the misuse and ends the process.
-[[noreturn]] void EndOnDeadAccess(RefAccess access);
-[[noreturn]] void EndOnDeadDereference();
+[[noreturn]] TLKC2_API void EndOnDeadAccess(RefAccess access);
+[[noreturn]] TLKC2_API void EndOnDeadDereference();
 
 /// A reference to a counted object, or to none.
 ///

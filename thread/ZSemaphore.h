@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "platform/Export.h"
 #include "thread/LockResult.h"
 #include "thread/SemaphoreWaiter.h"
 #include "thread/SpinWord.h"
@@ -16,7 +17,7 @@ namespace tlk {
 /// What a thread did before it signalled is seen by whoever takes the units. A thread that got its
 /// units, or was woken by the destruction, does not touch the semaphore any more, nor does a signal
 /// whose units somebody has got: either may be followed by the semaphore's end.
-class ZSemaphore {
+class TLKC2_API ZSemaphore {
  public:
   static constexpr std::int32_t kMaxCount = 0x7FFFFFFF;
 

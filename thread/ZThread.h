@@ -5,6 +5,8 @@
 #include <memory>
 #include <stdexcept>
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 class Synchronisation;
@@ -17,7 +19,7 @@ class Waitable;
 /// ends. An exception that leaves the work is reported and ends nothing but the work. Work that
 /// ends its thread by itself is as good as returned where the system unwinds the thread for it
 /// (`pthread_exit`); where it does not (`ExitThread`), the object is left behind.
-class ZThread {
+class TLKC2_API ZThread {
  public:
   /// Thrown to a thread that waits for a semaphore or lock which is destroyed under it.
   class Disposed : public std::runtime_error {

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 /// Result of a DOM operation, in the manner of the system's component model: 0 is plain success, a
@@ -52,7 +54,7 @@ struct DomAttribute {
 /// well-formed, is absurdly long or deep, or gives no nodes by its kind, fails; so does, with a
 /// result of its own, one that this DOM cannot answer rightly. Nothing bounds the time that one
 /// takes which visits the document once more for each of its nodes.
-class DomDocument {
+class TLKC2_API DomDocument {
  public:
   virtual ~DomDocument() = default;
 
@@ -173,7 +175,7 @@ inline DomResult DomDocument::AddElement(DomNode parent, std::string_view name,
 }
 
 /// Makes documents. It outlives them. Safe to call from any thread.
-class DomFactory {
+class TLKC2_API DomFactory {
  public:
   virtual ~DomFactory() = default;
 

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 class AnsiText;
@@ -37,7 +39,7 @@ struct GateVerdict {
 ///
 /// A gate knows the characters of its code page, to which it refers; make one and keep it. Safe to
 /// use from any thread.
-class XmlGate {
+class TLKC2_API XmlGate {
  public:
   explicit XmlGate(const AnsiText& codePage);
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Export.h"
 #include "xml/Codec.h"
 #include "xml/Dom.h"
 #include "xml/Failures.h"
@@ -26,7 +27,7 @@ struct PayloadList;
 /// Text is narrow, in the ANSI code page. Results are 0 for success and -1 for failure unless said
 /// otherwise. A failure is shown on standard output and recorded in the codec's log. Belongs to one
 /// thread at a time; nothing throws.
-class TLK_XMLBuilder {
+class TLKC2_API TLK_XMLBuilder {
  public:
   /// Without a document.
   explicit TLK_XMLBuilder(const Codec& codec);

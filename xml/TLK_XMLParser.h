@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Export.h"
 #include "xml/Codec.h"
 #include "xml/Dom.h"
 
@@ -16,7 +17,7 @@ namespace tlk {
 /// or the node could not be had, and -2 when they are there but the asked-for attribute, node or
 /// text is not; out values are then left alone. A failure is shown on standard output and recorded
 /// in the codec's log. Belongs to one thread; nothing throws.
-class TLK_XMLParser {
+class TLKC2_API TLK_XMLParser {
  public:
   /// From text; without a document when the text cannot be parsed, which is then reported.
   TLK_XMLParser(const Codec& codec, std::string_view source);

@@ -4,6 +4,8 @@
 #include <functional>
 #include <memory>
 
+#include "platform/Export.h"
+
 namespace tlk {
 
 class Sockets;
@@ -19,7 +21,7 @@ class Sockets;
 /// It may stand in a loop of somebody else's (GLib, Qt, libuv, epoll): that loop waits until
 /// `WaitDescriptor` can be read or `MillisecondsToNext` have passed, and then calls
 /// `DispatchOnce(0)`. The time is asked for anew before each wait.
-class MessageLoop {
+class TLKC2_API MessageLoop {
  public:
   MessageLoop();
   ~MessageLoop();

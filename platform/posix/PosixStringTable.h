@@ -6,6 +6,7 @@
 #include <deque>
 #include <string>
 
+#include "platform/Export.h"
 #include "platform/Fork.h"
 #include "platform/StringTable.h"
 
@@ -13,7 +14,7 @@ namespace tlk {
 
 /// A string table that a program fills by itself: one list of texts for each module name, and one
 /// for the main program.
-class PosixStringTable final : public StringTable {
+class TLKC2_API PosixStringTable final : public StringTable {
  public:
   /// Gives a text to a number of a module, or another text to a number that has one (the former is
   /// not forgotten, so this is no place for what changes all the time). The first text
@@ -45,6 +46,6 @@ class PosixStringTable final : public StringTable {
 };
 
 /// The table of `SystemPlatform()`, for a program to register its texts in.
-[[nodiscard]] PosixStringTable& SystemStringTable();
+[[nodiscard]] TLKC2_API PosixStringTable& SystemStringTable();
 
 }  // namespace tlk

@@ -3,6 +3,7 @@
 #include <sstream>
 #include <string>
 
+#include "platform/Version.h"
 #include "tools/tlk/Commands.h"
 #include "tools/tlk/OwnOutput.h"
 
