@@ -1,29 +1,63 @@
 #!/usr/bin/env bash
 # check.sh BUILD WORK TLK FLAGS: installs BUILD below WORK, builds the consumer project against it with
-# the compiler flags FLAGS, and runs it against the server of the program TLK.
+# the compiler flags FLAGS, and runs it against the server of the program TLK. Without sanitizers also with
+# the static library, by pkg-config, with an older language, and each program of docs/native.md.
 set -euo pipefail
-build=$1 work=$2 tlk=$3 flags=$4
+build=$1 work=$2/work tlk=$3 flags=$4
 here=$(cd "$(dirname "$0")" && pwd)
 source=$here/project
 . "$here/../../scripts/server.sh"
 
-rm -rf "$work/prefix" "$work/build" "$work/tmp"
+rm -rf "$work"
 mkdir -p "$work/tmp"
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
-cmake -S "$source" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
-  -DCMAKE_CXX_FLAGS="$flags" >/dev/null
-cmake --build "$work/build"
 "$work/prefix/bin/tlk" --version
+
+# A folder of the program's own that is called like one of the library's does no harm.
+mkdir -p "$work/own/platform"
+echo '#error "the program has this one"' >"$work/own/platform/Platform.h"
+
+# build_project TARGET: the consumer project with one of the libraries.
+build_project() {
+  mkdir -p "$work/$1"
+  cp "$source/main.cpp" "$work/$1"
+  sed "s/TlkC2::TlkC2/TlkC2::$1/" "$source/CMakeLists.txt" >"$work/$1/CMakeLists.txt"
+  cmake -S "$work/$1" -B "$work/$1/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
+    -DCMAKE_CXX_FLAGS="$flags -I$work/own" >/dev/null
+  cmake --build "$work/$1/build"
+}
+
+# run PROGRAM: beside a server.
+run() {
+  start_server "$tlk" "$work/server.txt"
+  TMPDIR=$work/tmp "$1" "$port" >"$work/greeter.txt"
+  wait "$server"
+  diff - "$work/greeter.txt" <<'EXPECTED'
+connected
+<Data><Text>Good morning</Text></Data>
+not connected
+EXPECTED
+}
 
 server=
 trap '[ -z "$server" ] || kill "$server" 2>/dev/null || true' EXIT
-start_server "$tlk" "$work/server.txt"
-
-TMPDIR=$work/tmp "$work/build/greeter" "$port" >"$work/greeter.txt"
-wait "$server"
-diff - "$work/greeter.txt" <<'EXPECTED'
-connected
-a message of 38 characters
-not connected
-EXPECTED
+build_project TlkC2
+run "$work/TlkC2/build/greeter"
 grep -q 'Message Recieved. Greeting' "$work/tmp/TLK_Client.log"
+[ -z "$flags" ] || exit 0
+
+build_project Static
+run "$work/Static/build/greeter"
+
+export PKG_CONFIG_PATH
+PKG_CONFIG_PATH=$(find "$work/prefix" -name pkgconfig)
+flags=$(pkg-config --static --cflags --libs tlkc2)
+read -ra flags <<<"$flags"
+g++ -std=c++20 -static -w "$source/main.cpp" -o "$work/all-static" "${flags[@]}" 2>"$work/linker.txt"
+run "$work/all-static"
+
+if g++ -std=c++17 -c "$source/main.cpp" -o "$work/old.o" "${flags[@]}" 2>"$work/old.txt"; then exit 1; fi
+grep -q 'fatal error: TlkC2 needs C++20 (-std=c++20)' "$work/old.txt"
+[ "$(grep -c 'error' "$work/old.txt")" -eq 1 ]
+
+"$here/run-guide.sh" "$here/../../docs/native.md" "$work/prefix" "$work/guide"

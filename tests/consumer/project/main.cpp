@@ -1,4 +1,4 @@
-#include <control/NativeControl.h>
+#include <TlkC2/control/NativeControl.h>
 
 #include <cstdlib>
 #include <iostream>
@@ -13,7 +13,7 @@ class Greeter : public tlk::ITlkcEvents {
 
   void TlkMsgRecieved(std::u16string_view messageType, std::u16string_view message) override {
     answered = messageType == u"Greeting";
-    std::cout << "a message of " << message.size() << " characters\n";
+    std::cout << tlk::ToUtf8(message) << '\n';
   }
 
   bool answered = false;

@@ -1,0 +1,56 @@
+#include "platform/posix/MessageLoop.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <string>
+#include <thread>
+
+namespace tlk::test {
+
+namespace {
+
+bool IsReadable(const MessageLoop& loop) {
+  pollfd asked{.fd = loop.WaitDescriptor(), .events = POLLIN, .revents = 0};
+  return ::poll(&asked, 1, 0) == 1;
+}
+
+// Whether a loop around this one would call it now.
+bool IsDue(const MessageLoop& loop) { return loop.MillisecondsToNext() == 0 && IsReadable(loop); }
+
+}  // namespace
+
+TEST(MessageLoopTest, CallsWhatIsPostedInItsOrderAndARoundLaterWhatThatPosts) {
+  MessageLoop loop;
+  std::string called;
+  EXPECT_EQ(loop.MillisecondsToNext(), -1);
+  EXPECT_FALSE(IsReadable(loop) || loop.DispatchOnce(0) || loop.Post({}));
+  EXPECT_TRUE(loop.Post([&] {
+    called += 'a';
+    EXPECT_TRUE(loop.Post([&] { called += 'c'; }));
+  }));
+  EXPECT_TRUE(loop.Post([&] { called += 'b'; }) && IsDue(loop));
+  EXPECT_TRUE(loop.DispatchOnce(-1) && called == "ab" && IsDue(loop));
+  EXPECT_TRUE(loop.DispatchOnce(-1) && called == "abc" && !IsReadable(loop));
+  EXPECT_EQ(loop.MillisecondsToNext(), -1);
+}
+
+TEST(MessageLoopTest, LeavesWhatIsPostedToALoopWithinACall) {
+  MessageLoop loop;
+  std::string called;
+  loop.Post([&] { called += loop.DispatchOnce(-1) ? "inner done" : "nothing"; });
+  loop.Post([&] { called += "second, "; });
+  EXPECT_TRUE(loop.DispatchOnce(-1));
+  EXPECT_EQ(called, "second, inner done");
+}
+
+TEST(MessageLoopTest, IsWokenByAnotherThread) {
+  MessageLoop loop;
+  auto caller = std::thread::id();
+  std::thread poster([&] { loop.Post([&] { caller = std::this_thread::get_id(); }); });
+  EXPECT_TRUE(loop.DispatchOnce(20000));
+  EXPECT_EQ(caller, std::this_thread::get_id());
+  poster.join();
+}
+
+}  // namespace tlk::test
