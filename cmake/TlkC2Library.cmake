@@ -2,7 +2,11 @@
 add_library(tlkc2_options INTERFACE)
 target_compile_options(tlkc2_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+# Whoever builds it, and wherever, it is the same to the last byte.
+target_compile_options(tlkc2_options INTERFACE
+  -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=.)
 if(WIN32)
+  target_link_options(tlkc2_options INTERFACE -Wl,--no-insert-timestamp)
   target_compile_definitions(tlkc2_options INTERFACE
     NOMINMAX WIN32_LEAN_AND_MEAN WINVER=0x0601 _WIN32_WINNT=0x0601)
   # Nothing but the system's own libraries beside the program.

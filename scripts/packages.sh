@@ -45,6 +45,11 @@ need_windows_tools() {
     wine64 wine libwine-dev xvfb googletest locales
 }
 
+# What makes the packages, and looks at what was made.
+need_package_tools() {
+  need_windows_tools && need dpkg-dev fakeroot file lintian debootstrap nsis zip
+}
+
 # quietly LOG COMMAND [ARGUMENT...]: keeps what a command says in a file, and shows it if it fails.
 quietly() {
   local log=$1
