@@ -1,0 +1,22 @@
+# CPack runs this between installing each package's files below a folder and packing them: puts beside them
+# what Debian wants in every package, compressed as Debian wants it.
+set(here ${CMAKE_CURRENT_LIST_DIR})
+set(version ${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
+set(maintainer ${CPACK_DEBIAN_PACKAGE_MAINTAINER})
+string(TIMESTAMP year %Y UTC)
+string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+
+foreach(component ${CPACK_COMPONENTS_ALL})
+  set(root ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/${component})
+  string(TOUPPER ${component} key)
+  set(documents ${root}/usr/share/doc/${CPACK_DEBIAN_${key}_PACKAGE_NAME})
+  configure_file(${here}/copyright.in ${documents}/copyright @ONLY)
+  foreach(lent ${CPACK_DEBIAN_${key}_CONTAINS})
+    file(READ /usr/share/doc/${lent}/copyright notice)
+    file(APPEND ${documents}/copyright "\nIt contains code of Debian's ${lent}, for which this holds:\n\n${notice}")
+  endforeach()
+  configure_file(${here}/changelog.in ${documents}/changelog.Debian @ONLY)
+  configure_file(${here}/../../CHANGELOG.md ${documents}/changelog COPYONLY)
+  file(GLOB_RECURSE plain ${documents}/changelog* ${root}/usr/share/man/*.[1-9])
+  execute_process(COMMAND gzip -9n ${plain} COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
