@@ -2,8 +2,8 @@
 # test.sh [--native] [PRESET...]: builds and runs every test.
 #
 # Natively in each of the presets named (by default debug, asan-ubsan and tsan), conversations included, in
-# debug under valgrind too; then, unless --native is given, what guards the released files, and the Windows
-# module in both bitnesses and its tests under Wine.
+# debug under valgrind too; then, unless --native is given, the Windows module in both bitnesses and its tests
+# under Wine, and the packages, which are made for it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -36,10 +36,9 @@ done
 
 build windows-x64
 build windows-x86
-build release tlk
-echo "Checking what guards the released files"
-tests/hardening/check.sh build/release/tools/tlk/tlk \
-  build/windows-x{64,86}/com/TlkC2.dll build/windows-x{64,86}/tools/tlk/tlk.exe
+scripts/package.sh
+echo "Testing the Debian packages"
+tests/packages/debian.sh build/packages
 trap 'end_wine; end_wine32' EXIT
 start_wine
 test_preset windows-x64
@@ -49,6 +48,8 @@ echo "Playing random commands on messages with both builds"
 tests/differential/play.py "build/${native[0]}" build/windows-x64
 echo "Running the samples of docs/embedding.md"
 tests/embedding/check.sh "build/${native[0]}" build/windows-x64
+echo "Testing the Windows packages"
+tests/packages/windows.sh build/packages "build/${native[0]}"
 echo "The 32-bit module, without conversations and samples: the system's container does not run there"
 if start_wine32; then
   in_wine32 test_preset windows-x86
