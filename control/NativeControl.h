@@ -52,8 +52,11 @@ class TLKC2_API NativeControl {
   NativeControl(const NativeControl&) = delete;
   NativeControl& operator=(const NativeControl&) = delete;
 
+  /// The control, to be called.
+  /// @{
   CTlkc* operator->();
   CTlkc& operator*();
+  /// @}
 
  private:
   struct Parts;

@@ -37,11 +37,13 @@ enum TLK_ConnStatusEnum : std::int32_t {
   TLK_Connected = 3,
 };
 
-/// Result code of an automation method.
+/// Result code of an automation method: success, failure, or a lack of memory.
+/// @{
 using ResultCode = std::int32_t;
 inline constexpr ResultCode kResultOk = 0;
 inline constexpr ResultCode kResultFail = static_cast<ResultCode>(0x80004005);
 inline constexpr ResultCode kResultOutOfMemory = static_cast<ResultCode>(0x8007000E);
+/// @}
 
 /// What a control tells its host. Called on the control's thread, from inside the call or the
 /// notification that caused it, so a handler may call the control back, and may let go of it:
@@ -51,6 +53,8 @@ class TLKC2_API ITlkcEvents {
  public:
   virtual ~ITlkcEvents() = default;
 
+  /// The connection has been set up (`TLK_Connected`), or there is none (`TLK_Not_Connected`): it
+  /// ended, could not be set up, or something was asked of it that needs one.
   virtual void ConnStatusChanged(TLK_ConnStatusEnum status) = 0;
 
   /// A message has come. `message` is its serialised `Data` element, tags included, or empty. The
@@ -60,12 +64,12 @@ class TLKC2_API ITlkcEvents {
 
 /// What a control stands on. It refers to its parts and owns none; they outlive the control.
 struct ControlPorts {
-  Sockets& sockets;
-  ControlWindow& window;
-  const Platform& platform;
-  DomFactory& dom;
-  const XmlGate& gate;
-  iLogger& log;
+  Sockets& sockets;          ///< Those of the control's thread.
+  ControlWindow& window;     ///< The control's alone.
+  const Platform& platform;  ///< The ports of the process.
+  DomFactory& dom;           ///< What makes documents.
+  const XmlGate& gate;       ///< What lets texts in.
+  iLogger& log;              ///< The trace log.
 };
 
 /// One connection to a message server.
@@ -88,6 +92,7 @@ struct ControlPorts {
 /// notification end the connection then.
 class TLKC2_API CTlkc : private WindowTarget {
  public:
+  /// A control without a connection. `events` outlives it, as what `ports` refers to does.
   CTlkc(const ControlPorts& ports, ITlkcEvents& events);
 
   /// Closes the connection silently: no event, no record.
@@ -106,6 +111,7 @@ class TLKC2_API CTlkc : private WindowTarget {
   /// and what was received of an incomplete message, stays for the next connection.
   ResultCode Disconnect();
 
+  /// Writes the status to `pVal`. Always succeeds.
   ResultCode ConnectionStatus(TLK_ConnStatusEnum* pVal) const;
 
   /// Queues a message and sends what the socket takes. `data` is one well-formed XML element;
@@ -180,6 +186,8 @@ class TLKC2_API CTlkc : private WindowTarget {
   void LogError(const TraceRecord& record, std::int64_t number);
 
  protected:
+  /// What it stands on, and its state, for who derives from it.
+  /// @{
   const ControlPorts m_ports;
   ITlkcEvents& m_events;
 
@@ -201,6 +209,7 @@ class TLKC2_API CTlkc : private WindowTarget {
   std::int32_t m_expectedLength = -1;
   std::int32_t m_clientId = -1;
   ModuleHandle m_module = nullptr;
+  /// @}
 };
 
 }  // namespace tlk

@@ -29,10 +29,12 @@ TLKC2_API void LeaveOutMessageTexts(bool areLeftOut = true) noexcept;
 /// refers to the text and asks for no memory.
 class ShownText {
  public:
+  /// `text` must stay as long as this object.
   explicit ShownText(std::string_view text) noexcept;
   ShownText(const ShownText&) = delete;
   ShownText& operator=(const ShownText&) = delete;
 
+  /// What the record shows.
   [[nodiscard]] std::string_view View() const { return m_view; }
 
  private:

@@ -68,8 +68,10 @@ class TLKC2_API QNLogger final : public iLogger {
   void Rest();
 
   /// Says what to call when the writer thread starts, and when it ends. Returns true.
+  /// @{
   bool SetThreadStartHook(Hook hook, void* context);
   bool SetThreadEndHook(Hook hook, void* context);
+  /// @}
 
   /// Sets the folder in which the log files lie, and keeps it: `SetDirectory` has no effect from
   /// then on, and only another call of this one changes it.

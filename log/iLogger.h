@@ -33,16 +33,22 @@ using LineList = std::list<std::string>;
 class TLKC2_API iLogger : public ZRefCountedWithFinalization {
  public:
   /// The folder in which the log files lie; empty (the default) for the current one.
+  /// @{
   [[nodiscard]] virtual std::string GetDirectory() const = 0;
   virtual void SetDirectory(const std::string& directory) = 0;
+  /// @}
 
   /// How many bytes may be queued before producers are held back; 512,000 by default.
+  /// @{
   virtual void SetMaxQueueSize(std::int32_t bytes) = 0;
   [[nodiscard]] virtual std::int32_t GetMaxQueueSize() const = 0;
+  /// @}
 
   /// The verbosity threshold: the highest level that is still written.
+  /// @{
   virtual void SetLevel(const std::int32_t& level) = 0;
   [[nodiscard]] virtual std::int32_t GetLevel() const = 0;
+  /// @}
 
   /// Whether each written line is shown on standard output as well; on by default.
   virtual void SetConsoleEcho(bool echo) = 0;
@@ -57,6 +63,8 @@ class TLKC2_API iLogger : public ZRefCountedWithFinalization {
   /// A normal record, its text taken from the string table of the main program.
   virtual void LogNormal(std::int32_t level, std::uint32_t message, const char* source,
                          std::int32_t line, ...) = 0;
+  /// Records of something that is not as it should be, or that failed; otherwise like normal ones.
+  /// @{
   virtual void LogWarning(ModuleHandle module, std::int32_t level, std::uint32_t message,
                           const char* source, std::int32_t line, ...) = 0;
   virtual void LogWarning(std::int32_t level, std::uint32_t message, const char* source,
@@ -65,6 +73,7 @@ class TLKC2_API iLogger : public ZRefCountedWithFinalization {
                         const char* source, std::int32_t line, ...) = 0;
   virtual void LogError(std::int32_t level, std::uint32_t message, const char* source,
                         std::int32_t line, ...) = 0;
+  /// @}
 
   /// Stamps a finished record text with time and thread and queues it.
   virtual void Write(std::string_view record) = 0;
@@ -87,8 +96,11 @@ class TLKC2_API iLogger : public ZRefCountedWithFinalization {
   /// Nobody who logs waits for the disk meanwhile.
   virtual std::int32_t ScanLog(const std::int32_t& file, LineList& lines) = 0;
 
+  /// What `ScanLog` returns.
+  /// @{
   static constexpr std::int32_t kScanDone = 1;
   static constexpr std::int32_t kScanNotOpened = 89;
+  /// @}
 };
 
 }  // namespace tlk

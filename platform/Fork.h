@@ -26,11 +26,13 @@ class TLKC2_API ForkMutex : public std::mutex {
 /// nor end objects like this one.
 class TLKC2_API InForkedChild {
  public:
+  /// From now on, and as long as this object lives.
   explicit InForkedChild(std::function<void()> step);
   ~InForkedChild();
   InForkedChild(const InForkedChild&) = delete;
   InForkedChild& operator=(const InForkedChild&) = delete;
 
+  /// Calls the step, as the child does.
   void Call() const noexcept { m_step(); }
 
  private:

@@ -13,11 +13,11 @@ class Synchronisation;
 /// The ports that a whole process shares. (Sockets and windows belong to a thread and are handed to
 /// each control by themselves.) It refers to its ports and owns none.
 struct Platform {
-  const AnsiText& text;
-  const StringTable& strings;
-  Synchronisation& synchronisation;
-  Surroundings& surroundings;
-  Files& files;
+  const AnsiText& text;              ///< The code page, both ways.
+  const StringTable& strings;        ///< Message numbers to format texts.
+  Synchronisation& synchronisation;  ///< Mutexes, events and threads.
+  Surroundings& surroundings;        ///< The temporary folder, clocks, debugger output.
+  Files& files;                      ///< To append to, remove and rename.
 };
 
 /// The platform that this program runs on. It is made on first use and stays until the process

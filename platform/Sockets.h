@@ -13,8 +13,10 @@ namespace tlk {
 class ControlWindow;
 
 /// A socket as the platform numbers it. All ones means "no socket".
+/// @{
 using SocketHandle = std::uintptr_t;
 inline constexpr SocketHandle kInvalidSocket = ~SocketHandle{0};
+/// @}
 
 /// Result of a socket call that failed; `Sockets::LastError` then tells why.
 inline constexpr int kSocketError = -1;
@@ -22,53 +24,53 @@ inline constexpr int kSocketError = -1;
 /// Error numbers of socket calls. They are the same on every platform, because the trace log shows
 /// them: a platform that numbers its errors differently translates them once, behind `Sockets`.
 namespace socket_error {
-inline constexpr int kNone = 0;
-inline constexpr int kAccess = 10013;
-inline constexpr int kFault = 10014;
-inline constexpr int kInvalidArgument = 10022;
-inline constexpr int kTooManySockets = 10024;
-inline constexpr int kWouldBlock = 10035;
-inline constexpr int kInProgress = 10036;
-inline constexpr int kNotASocket = 10038;
-inline constexpr int kOptionUnknown = 10042;
-inline constexpr int kAddressInUse = 10048;
-inline constexpr int kAddressNotAvailable = 10049;
-inline constexpr int kNetworkDown = 10050;
-inline constexpr int kNetworkUnreachable = 10051;
-inline constexpr int kConnectionAborted = 10053;
-inline constexpr int kConnectionReset = 10054;
-inline constexpr int kNoBufferSpace = 10055;
-inline constexpr int kIsConnected = 10056;
-inline constexpr int kNotConnected = 10057;
-inline constexpr int kTimedOut = 10060;
-inline constexpr int kConnectionRefused = 10061;
-inline constexpr int kHostUnreachable = 10065;
-inline constexpr int kDisconnected = 10101;
-inline constexpr int kHostNotFound = 11001;
-inline constexpr int kTryAgain = 11002;
+inline constexpr int kNone = 0;                     ///< No failure.
+inline constexpr int kAccess = 10013;               ///< Not permitted.
+inline constexpr int kFault = 10014;                ///< A buffer that is not the caller's.
+inline constexpr int kInvalidArgument = 10022;      ///< Something that cannot be asked for now.
+inline constexpr int kTooManySockets = 10024;       ///< No more sockets to be had.
+inline constexpr int kWouldBlock = 10035;           ///< Not now; a notification tells when.
+inline constexpr int kInProgress = 10036;           ///< A call is still under way.
+inline constexpr int kNotASocket = 10038;           ///< Not open, or no socket.
+inline constexpr int kOptionUnknown = 10042;        ///< An option that the system does not know.
+inline constexpr int kAddressInUse = 10048;         ///< The local address is taken.
+inline constexpr int kAddressNotAvailable = 10049;  ///< No address that can be connected to.
+inline constexpr int kNetworkDown = 10050;          ///< The network is down.
+inline constexpr int kNetworkUnreachable = 10051;   ///< No way to the network.
+inline constexpr int kConnectionAborted = 10053;    ///< Ended by this side's system.
+inline constexpr int kConnectionReset = 10054;      ///< Ended by the peer's system.
+inline constexpr int kNoBufferSpace = 10055;        ///< The system lacks memory.
+inline constexpr int kIsConnected = 10056;          ///< Connected already.
+inline constexpr int kNotConnected = 10057;         ///< Not connected.
+inline constexpr int kTimedOut = 10060;             ///< The time ran out.
+inline constexpr int kConnectionRefused = 10061;    ///< Nobody listens there.
+inline constexpr int kHostUnreachable = 10065;      ///< No way to the host.
+inline constexpr int kDisconnected = 10101;         ///< The stream has ended.
+inline constexpr int kHostNotFound = 11001;         ///< No host of that name.
+inline constexpr int kTryAgain = 11002;             ///< The name cannot be looked up now.
 }  // namespace socket_error
 
 /// Events of a socket, as bits of a notification mask and as the low half of a notification.
 namespace socket_event {
-inline constexpr std::uint32_t kRead = 1;
-inline constexpr std::uint32_t kWrite = 2;
-inline constexpr std::uint32_t kConnect = 16;
-inline constexpr std::uint32_t kClose = 32;
-inline constexpr std::uint32_t kAll = kRead | kWrite | kConnect | kClose;
+inline constexpr std::uint32_t kRead = 1;      ///< Bytes wait.
+inline constexpr std::uint32_t kWrite = 2;     ///< There is room for more.
+inline constexpr std::uint32_t kConnect = 16;  ///< The connection is set up.
+inline constexpr std::uint32_t kClose = 32;    ///< The peer is done.
+inline constexpr std::uint32_t kAll = kRead | kWrite | kConnect | kClose;  ///< All of them.
 }  // namespace socket_event
 
 /// The address that is no address: what `Sockets::ParseAddress` gives for text it cannot read.
 inline constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;
 
-/// An IPv4 socket address in the layout of the socket interface. `port` and `address` are in
-/// network byte order.
+/// An IPv4 socket address in the layout of the socket interface.
 struct InternetAddress {
+  /// What `family` is for IPv4.
   static constexpr std::uint16_t kFamily = 2;
 
-  std::uint16_t family = kFamily;
-  std::uint16_t port = 0;
-  std::uint32_t address = kNoAddress;
-  std::array<std::uint8_t, 8> zero{};
+  std::uint16_t family = kFamily;      ///< Always `kFamily`.
+  std::uint16_t port = 0;              ///< In network byte order.
+  std::uint32_t address = kNoAddress;  ///< In network byte order.
+  std::array<std::uint8_t, 8> zero{};  ///< Nothing; the layout has it.
 };
 static_assert(sizeof(InternetAddress) == 16);
 

@@ -45,6 +45,11 @@ need_windows_tools() {
     wine64 wine libwine-dev xvfb googletest locales
 }
 
+# What makes the reference and the drawings.
+need_docs_tools() {
+  need_build_tools && need doxygen gawk graphviz
+}
+
 # What makes the packages, and looks at what was made.
 need_package_tools() {
   need_windows_tools && need dpkg-dev fakeroot file lintian debootstrap nsis zip

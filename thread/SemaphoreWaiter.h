@@ -17,11 +17,13 @@ class SystemEvent;
 /// by the thread itself when its limit has run out.
 class TLKC2_API SemaphoreWaiter {
  public:
+  /// For a thread that needs so many units.
   explicit SemaphoreWaiter(std::uint32_t need);
   ~SemaphoreWaiter();
   SemaphoreWaiter(const SemaphoreWaiter&) = delete;
   SemaphoreWaiter& operator=(const SemaphoreWaiter&) = delete;
 
+  /// How many units it waits for.
   [[nodiscard]] std::uint32_t Need() const { return fNeed; }
 
   /// False when the wait has been settled before.
@@ -57,11 +59,16 @@ class TLKC2_API SemaphoreWaiter {
 /// Waiters in the order in which they came. It links them and owns none.
 class TLKC2_API WaiterQueue {
  public:
+  /// Who waits: whether nobody does, how many do, and the first of them, who must be there.
+  /// @{
   [[nodiscard]] bool IsEmpty() const { return fFront == nullptr; }
   [[nodiscard]] std::int32_t Size() const { return fSize; }
   [[nodiscard]] SemaphoreWaiter& Front() const { return *fFront; }
+  /// @}
 
+  /// Puts a waiter that stands in no queue behind the last.
   void PushBack(SemaphoreWaiter& waiter);
+  /// Takes the first one out, who must be there.
   SemaphoreWaiter& PopFront();
 
   /// False when the waiter stands in no queue.

@@ -29,6 +29,7 @@ static_assert(sizeof(SpinWord) == sizeof(std::uint32_t));
 /// Has a spin word for a scope.
 class SpinLock {
  public:
+  /// Takes the word, which outlives this object.
   explicit SpinLock(SpinWord& word) : fWord(word) { fWord.Acquire(); }
   ~SpinLock() { fWord.Release(); }
   SpinLock(const SpinLock&) = delete;

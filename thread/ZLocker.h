@@ -24,6 +24,7 @@ class ZLocker {
   /// Takes the lock once more; it throws nothing of its own.
   LockResult Acquire();
 
+  /// Whether it has the lock.
   [[nodiscard]] bool HoldsLock() const { return fHolds > 0; }
 
  private:

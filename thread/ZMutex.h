@@ -19,6 +19,7 @@ enum class CreatedHeld : bool { kNo = false, kYes = true };
 /// owner may destroy it.
 class TLKC2_API ZMutex final : public ZMutexBase {
  public:
+  /// `name` is for diagnostics; it stays the caller's and outlives the object.
   explicit ZMutex(const char* name, CreatedHeld createdHeld = CreatedHeld::kNo);
 
   [[nodiscard]] LockResult Acquire(std::int64_t limit) override {

@@ -26,6 +26,7 @@ class TLKC2_API ZMutexBase {
   /// Whether the calling thread holds the lock.
   [[nodiscard]] virtual bool IsHeld() const = 0;
 
+  /// The name that it was made with.
   [[nodiscard]] const char* Name() const { return fName; }
 
  protected:

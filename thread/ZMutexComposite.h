@@ -11,6 +11,7 @@ namespace tlk {
 /// them in the same order, or they wait for each other for ever.
 class TLKC2_API ZMutexComposite final : public ZMutexBase {
  public:
+  /// `name` is for diagnostics; it stays the caller's and outlives the object.
   ZMutexComposite(const char* name, std::vector<ZMutexBase*> locks);
 
   /// Takes the locks in order, all within the one limit. When one cannot be had, those taken before

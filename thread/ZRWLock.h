@@ -14,10 +14,13 @@ namespace tlk {
 /// cannot be taken twice.
 class TLKC2_API LightMutex {
  public:
+  /// `name` is for diagnostics; it stays the caller's and outlives the object.
   explicit LightMutex(const char* name) : fSemaphore(name, 0) {}
 
   /// Throws `ZThread::Disposed` to a thread that waits when the mutex is destroyed.
   void Acquire();
+
+  /// Lets the next one in. There must be a holder.
   void Release();
 
  private:
@@ -39,6 +42,7 @@ class TLKC2_API LightMutex {
 /// there is no room to note one more reader.
 class TLKC2_API ZRWLock {
  public:
+  /// The side of those who read.
   class Read final : public ZMutexBase {
    public:
     /// The limit is not used.
@@ -54,6 +58,7 @@ class TLKC2_API ZRWLock {
     ZRWLock& fLock;
   };
 
+  /// The side of the one who writes.
   class Write final : public ZMutexBase {
    public:
     /// A limit that runs out ends the wait, not the attempt.
@@ -73,8 +78,11 @@ class TLKC2_API ZRWLock {
   ZRWLock(const ZRWLock&) = delete;
   ZRWLock& operator=(const ZRWLock&) = delete;
 
+  /// A side, to be taken like any other lock. It lives as long as this object.
+  /// @{
   [[nodiscard]] Read& ReadSide() { return fRead; }
   [[nodiscard]] Write& WriteSide() { return fWrite; }
+  /// @}
 
   /// How many threads wait for either side in this moment.
   [[nodiscard]] std::int32_t Waiters() const;

@@ -13,6 +13,7 @@ namespace tlk {
 /// a `ZRef`, which takes the first reference. Safe to use from any thread.
 class ReferenceCount {
  public:
+  /// Adds one reference.
   void Add() noexcept { m_count.fetch_add(1, std::memory_order_relaxed); }
 
   /// Drops one reference; true when it was the last.
@@ -20,6 +21,7 @@ class ReferenceCount {
     return m_count.fetch_sub(1, std::memory_order_acq_rel) == 1;
   }
 
+  /// How many references there are in this moment.
   [[nodiscard]] std::int32_t Value() const noexcept {
     return m_count.load(std::memory_order_relaxed);
   }
@@ -36,10 +38,16 @@ class TLKC2_API ZRefCounted {
   ZRefCounted& operator=(const ZRefCounted&) = delete;
   virtual ~ZRefCounted() = default;
 
+  /// Takes and drops a reference. The last one to be dropped ends the object. `ZRef` does it by
+  /// itself.
+  /// @{
   void AddReference() noexcept { m_references.Add(); }
   void DropReference() {
     if (m_references.Drop()) delete this;
   }
+  /// @}
+
+  /// How many references there are in this moment.
   [[nodiscard]] std::int32_t References() const noexcept { return m_references.Value(); }
 
  private:
@@ -58,10 +66,16 @@ class TLKC2_API ZRefCountedWithFinalization {
   /// for a later end. An object that was not made with `new` must not be finalised by this default.
   virtual void Finalize();
 
+  /// Takes and drops a reference. The last one to be dropped ends the object. `ZRef` does it by
+  /// itself.
+  /// @{
   void AddReference() noexcept { m_references.Add(); }
   void DropReference() {
     if (m_references.Drop()) Finalize();
   }
+  /// @}
+
+  /// How many references there are in this moment.
   [[nodiscard]] std::int32_t References() const noexcept { return m_references.Value(); }
 
  private:
@@ -73,8 +87,10 @@ class TLKC2_API ZRefCountedWithFinalization {
 enum class RefAccess : std::int32_t { kPointer = 39, kReference = 65 };
 
 /// Reports the misuse and ends the process.
+/// @{
 [[noreturn]] TLKC2_API void EndOnDeadAccess(RefAccess access);
 [[noreturn]] TLKC2_API void EndOnDeadDereference();
+/// @}
 
 /// A reference to a counted object, or to none.
 ///
@@ -89,9 +105,12 @@ class ZRef {
   /// Takes a reference to `object`, which may be null.
   explicit ZRef(T* object) noexcept : m_object(object) { Take(); }
 
+  /// Takes another reference to the object of `other`.
   ZRef(const ZRef& other) noexcept : m_object(other.m_object) { Take(); }
+  /// Takes the reference of `other` over, which then refers to none.
   ZRef(ZRef&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
 
+  /// Takes a reference to the same object as one of its base or as const.
   template <typename U, typename = std::enable_if_t<std::is_convertible_v<U*, T*>>>
   ZRef(const ZRef<U>& other) noexcept : m_object(other.m_object) {
     Take();
@@ -99,6 +118,7 @@ class ZRef {
 
   ~ZRef() { Drop(); }
 
+  /// Refers to the object of `other` from now on; the reference that it had is dropped.
   ZRef& operator=(ZRef other) noexcept {
     std::swap(m_object, other.m_object);
     return *this;
@@ -124,7 +144,9 @@ class ZRef {
     return m_object;
   }
 
+  /// Whether it refers to an object at all.
   [[nodiscard]] explicit operator bool() const noexcept { return m_object != nullptr; }
+  /// Whether both refer to the same object, or to none.
   [[nodiscard]] bool operator==(const ZRef& other) const noexcept = default;
 
  private:

@@ -19,6 +19,7 @@ namespace tlk {
 /// whose units somebody has got: either may be followed by the semaphore's end.
 class TLKC2_API ZSemaphore {
  public:
+  /// The most units that it ever has.
   static constexpr std::int32_t kMaxCount = 0x7FFFFFFF;
 
   /// `name` is for diagnostics; it stays the caller's and outlives the object.
@@ -58,6 +59,7 @@ class TLKC2_API ZSemaphore {
   /// How many threads wait in this moment.
   [[nodiscard]] std::int32_t Waiters() const;
 
+  /// The name that it was made with.
   [[nodiscard]] const char* Name() const { return fName; }
 
  private:

@@ -42,9 +42,13 @@ class TLKC2_API ZThread {
   /// Lets the thread run. The object may be gone when this returns.
   void Start();
 
+  /// The system's number of the thread, whether it has been started, and the name that it was made
+  /// with.
+  /// @{
   [[nodiscard]] std::uint32_t Id() const { return fId; }
   [[nodiscard]] bool IsStarted() const { return fIsStarted; }
   [[nodiscard]] const char* Name() const { return fName; }
+  /// @}
 
   /// To wait for the thread's end with; it may be kept when the object is gone. Null only for a
   /// main thread of which the system gives no handle.
@@ -76,6 +80,7 @@ class TLKC2_API ZThread {
   /// Makes the record of the main thread out of the calling thread.
   explicit ZThread(Synchronisation& synchronisation);
 
+  /// What `MainThread` gives.
   static std::atomic<ZThread*> sMainThread;
 
  private:

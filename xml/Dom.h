@@ -13,6 +13,7 @@ namespace tlk {
 /// Result of a DOM operation, in the manner of the system's component model: 0 is plain success, a
 /// positive number success without a result (nothing matched, there is no such thing), a negative
 /// number failure.
+/// @{
 using DomResult = std::int32_t;
 inline constexpr DomResult kDomOk = 0;
 inline constexpr DomResult kDomNothing = 1;
@@ -22,7 +23,9 @@ inline constexpr DomResult kDomNoInterface = static_cast<DomResult>(0x80004002);
 inline constexpr DomResult kDomFailed = static_cast<DomResult>(0x80004005);
 inline constexpr DomResult kDomOutOfMemory = static_cast<DomResult>(0x8007000E);
 inline constexpr DomResult kDomBadArgument = static_cast<DomResult>(0x80070057);
+/// @}
 
+/// Whether a result is success, plain or without a result.
 [[nodiscard]] constexpr bool Succeeded(DomResult result) { return result >= 0; }
 
 struct DomNodeTag;
@@ -32,8 +35,8 @@ using DomNode = DomNodeTag*;
 
 /// A name and a value that an element is to have.
 struct DomAttribute {
-  std::string_view name;
-  std::string_view value;
+  std::string_view name;   ///< With its prefix, if it has one.
+  std::string_view value;  ///< As it is meant; what needs it is escaped when it is written.
 };
 
 /// One XML document.
@@ -58,9 +61,15 @@ class TLKC2_API DomDocument {
  public:
   virtual ~DomDocument() = default;
 
+  /// Whether `LoadXml` returns before it is done, checks the text against a document type, and
+  /// fetches what the text names elsewhere. Each is switched off before a text is loaded; a DOM
+  /// that never does so says plain success.
+  /// @{
   [[nodiscard]] virtual DomResult SetAsync(bool on) = 0;
   [[nodiscard]] virtual DomResult SetValidateOnParse(bool on) = 0;
   [[nodiscard]] virtual DomResult SetResolveExternals(bool on) = 0;
+  /// @}
+
   /// Makes paths XPath; older documents speak another language until told so.
   virtual DomResult SelectXPath() = 0;
 
@@ -124,8 +133,10 @@ class TLKC2_API DomDocument {
   /// The first child of a node, and the node behind a node under the same parent; nothing when
   /// there is none, as with attributes. Text that is white space alone, outside CDATA sections, is
   /// passed over.
+  /// @{
   [[nodiscard]] virtual DomResult FirstChild(DomNode node, DomNode& child) = 0;
   [[nodiscard]] virtual DomResult NextSibling(DomNode node, DomNode& sibling) = 0;
+  /// @}
 
   /// The name of an element without its prefix; nothing for any other node.
   [[nodiscard]] virtual DomResult BaseName(DomNode node, std::string& name) = 0;

@@ -18,10 +18,10 @@ enum class FailureValues { kNone, kCode, kCodeThenText, kTextThenCode };
 ///
 /// `shown` is a printf format for the failure's text when `values` names one, else for its code.
 struct Failure {
-  const char* shown;
-  const char* logged;
-  FailureValues values;
-  std::int32_t line;
+  const char* shown;     ///< On standard output.
+  const char* logged;    ///< In the log.
+  FailureValues values;  ///< What stands in `logged` for its placeholders.
+  std::int32_t line;     ///< The record's line number.
 };
 
 /// Shows a failure on standard output and records it as message 1 of the main program's string

@@ -11,21 +11,21 @@ namespace tlk {
 
 class AnsiText;
 
-/// The limits of a document that is let in. The root element is at depth 1; namespace declarations
-/// count as attributes.
+/// How deep a document that is let in may be. The root element is at depth 1.
 inline constexpr std::size_t kMaxXmlDepth = 256;
 /// A message has the envelope's root and `Data` around its body: what one control may send, another
 /// can receive.
 inline constexpr std::size_t kMaxMessageDepth = kMaxXmlDepth + 2;
+/// How many attributes an element may have, namespace declarations among them.
 inline constexpr std::size_t kMaxXmlAttributes = 1024;
 
-/// What the gate found. `reason` is null for a document that may pass, else a constant text;
-/// `position` is then the offset in bytes at which the text goes wrong.
+/// What the gate found.
 struct GateVerdict {
-  const char* reason = nullptr;
-  std::size_t position = 0;
-  bool lacksMemory = false;  ///< Nothing may be wrong with the text then.
+  const char* reason = nullptr;  ///< Null for a document that may pass, else a constant text.
+  std::size_t position = 0;      ///< The offset in bytes at which the text goes wrong.
+  bool lacksMemory = false;      ///< Nothing may be wrong with the text then.
 
+  /// Whether the document may pass.
   [[nodiscard]] bool Passed() const { return reason == nullptr; }
 };
 
@@ -41,6 +41,7 @@ struct GateVerdict {
 /// use from any thread.
 class TLKC2_API XmlGate {
  public:
+  /// `codePage` outlives the gate.
   explicit XmlGate(const AnsiText& codePage);
 
   /// Allocates nothing unless the text holds more than a handful of namespace prefixes or, in a

@@ -135,6 +135,7 @@ class TLKC2_API TLK_XMLBuilder {
   /// Puts each attribute in the place of what its path selects, likewise.
   int UpdateAttributesAtPaths(std::string_view attributes, std::string_view paths);
 
+  /// Whether there is a document.
   [[nodiscard]] bool HasDocument() const { return m_document != nullptr; }
 
   /// Whether the envelope, its payload, stamp or text lacks something because memory ran out, and

@@ -26,6 +26,7 @@ class TLKC2_API TLK_XMLParser {
   TLK_XMLParser(const TLK_XMLParser&) = delete;
   TLK_XMLParser& operator=(const TLK_XMLParser&) = delete;
 
+  /// Whether there is a document.
   [[nodiscard]] bool HasDocument() const { return m_document != nullptr; }
 
   /// Whether an answer, or the document, is missing for lack of memory: it may be there.
@@ -61,6 +62,8 @@ class TLKC2_API TLK_XMLParser {
   /// An attribute of the first node that `path` selects from the document.
   int GetNodeAttribute(std::string_view path, std::string_view name, std::string& value);
 
+  /// The first node that `path` selects from the document, owned by this parser; the result is the
+  /// DOM's.
   DomResult SelectSingleNode(std::string_view path, DomNode& node);
 
   /// The document, for what is not offered here; null without one.
