@@ -4,7 +4,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
-need graphviz fonts-dejavu-core
+
+need_docs_tools
 
 # draw SOURCE: what is written of it. The boxes are measured with one font and shown with whatever the
 # reader has; a ground of its own lets it be read on a dark page as well.

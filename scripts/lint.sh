@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Checks the sources: format, guards on one line, which way the includes point, that nothing but
-# platform/StandardOutput.h prints, warnings as errors, clang-tidy as each of the builds sees them.
+# platform/StandardOutput.h prints, warnings as errors, clang-tidy as each of the builds sees them,
+# that each public name is documented and each drawing is what its source gives.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -25,6 +26,10 @@ if git grep -nE 'std::(v?printf|puts|fputs|cout|cerr)|stdout' -- \
   '*.cpp' '*.h' ':!tests' ':!tools' ':!bench' ':!fuzz'; then
   exit 1
 fi
+
+echo "Checking that each public name is documented, and the drawings"
+scripts/docs.sh >/dev/null
+scripts/drawings.sh --check
 
 # configure PRESET [OPTION...]: for building each source by itself, which finds what it fails to include.
 configure() {

@@ -45,9 +45,9 @@ need_windows_tools() {
     wine64 wine libwine-dev xvfb googletest locales
 }
 
-# What makes the reference and the drawings.
+# What makes the reference and the drawings; the font is the one that these are measured with.
 need_docs_tools() {
-  need_build_tools && need doxygen gawk graphviz
+  need_build_tools && need doxygen gawk graphviz fonts-dejavu-core
 }
 
 # What makes the packages, and looks at what was made.

@@ -11,10 +11,11 @@ cd "$(dirname "$0")/.."
 work=$(mktemp -d)
 screen=
 server=
+wine=
 cleanup() {
   terminal kill-server 2>/dev/null || true
   [ -z "$server" ] || kill "$server" 2>/dev/null || true
-  end_wine
+  [ -z "$wine" ] || end_wine
   [ -z "$screen" ] || kill "$screen" 2>/dev/null || true
   rm -rf "$work"
 }
@@ -114,9 +115,6 @@ drag() {
 # lies_at NAME X Y: whether the window of that name is there.
 lies_at() { xwininfo -root -tree | grep -E "\"$1\": .* \+$2\+$3\$"; }
 
-# has_focus NAME: whether the window of that name hears the keyboard.
-has_focus() { xdotool getwindowfocus getwindowname | grep -Fx "$1"; }
-
 # logged TEXT: whether the trace log has it.
 logged() { grep -F -- "$1" "$work/TLK_Client.log"; }
 
@@ -127,21 +125,22 @@ is_still() {
   cmp "$work/Xvfb_screen0" "$work/before"
 }
 
-# Wine's own desktop has the frames of windows. One fresh window lies in its corner; the console goes
+# Wine's own desktop has the frames of windows. A new window lies in its corner: the console is moved
 # aside first, and the control last, in front of it.
 control() {
   need_windows_tools
   need xdotool x11-utils fonts-wine fonts-dejavu-core
   build windows-x64 TlkC2 tlk
   build release tlk
-  start_screen 888x404
+  start_screen 912x480
   # A Wine of its own: the services of the other one have no screen.
   export TLK_WINE_PREFIX=$PWD/build/wine/screen TLK_WINE_DISPLAY=$DISPLAY
+  wine=yes
   start_wine
   set_console FaceName REG_SZ 'DejaVu Sans Mono'
   set_console FontSize REG_DWORD $((16 << 16))
-  set_console WindowSize REG_DWORD $(((17 << 16) + 100))
-  set_console ScreenBufferSize REG_DWORD $(((17 << 16) + 100))
+  set_console WindowSize REG_DWORD $(((18 << 16) + 104))
+  set_console ScreenBufferSize REG_DWORD $(((18 << 16) + 104))
   local folder=$TLK_WINE_PREFIX/drive_c/TlkC2
   mkdir -p "$folder"
   cp build/windows-x64/com/TlkC2.dll build/windows-x64/tools/tlk/tlk.exe "$folder"
@@ -149,24 +148,26 @@ control() {
   cp /usr/share/wine/fonts/marlett.ttf "$TLK_WINE_PREFIX/drive_c/windows/Fonts"
   start_server build/release/tools/tlk/tlk "$work/server.txt"
 
-  (cd "$folder" && TMPDIR=$work exec "$run_in_wine" explorer /desktop=TlkC2,888x404 \
+  cat >"$folder/greeting.txt" <<SCRIPT
+connect 127.0.0.1 $port
+send Greeting "<Text>Good morning</Text>"
+wait message 5000
+pump 60000
+SCRIPT
+
+  (cd "$folder" && TMPDIR=$work exec "$run_in_wine" explorer /desktop=TlkC2,912x480 \
     wineconsole cmd /k "title Command Prompt& cls") </dev/null >"$work/output" 2>&1 &
   until_true lies_at 'Command Prompt' 0 0
   drag 60 12 84 36
   until_true lies_at 'Command Prompt' 24 24
-  press 'tlk host --window --quiet --module TlkC2.dll'
-  until_true lies_at 'tlk host' 0 0
-  until_true has_focus 'tlk host'
-  xdotool mousemove 500 300 click 1
-  until_true has_focus 'Command Prompt'
-  press "connect 127.0.0.1 $port"
-  until_true logged 'Status changed. Connected.'
+  press 'type greeting.txt'
   until_true is_still
-  press 'send Greeting "<Text>Good morning</Text>"'
+  press 'tlk host --window --quiet --module TlkC2.dll --script greeting.txt'
+  until_true lies_at 'tlk host' 0 0
   until_true logged 'Message Recieved. Greeting'
   until_true is_still
-  drag 60 12 604 192
-  until_true lies_at 'tlk host' 544 180
+  drag 60 12 624 268
+  until_true lies_at 'tlk host' 564 256
   until_true is_still
   take docs/control.png
 }
