@@ -57,10 +57,12 @@ std::string ReadDocument(const std::string& word, std::string& text) {
     return {};
   }
   std::ifstream file;
-  const bool opened = OpenToRead(word.substr(1), file);
-  while (opened && ReadPiece(file, text)) {
+  std::string failure = OpenToRead(word.substr(1), file);
+  while (failure.empty() && ReadPiece(file, text)) {
   }
-  return opened && !file.bad() ? std::string() : "cannot read the file " + Quote(word.substr(1));
+  if (file.bad()) failure = SystemFailure();
+  if (failure.empty()) return {};
+  return "cannot read the file " + Quote(word.substr(1)) + ": " + failure;
 }
 
 std::string ReadWord(const WordForm& form, const std::string& word, Argument& argument) {

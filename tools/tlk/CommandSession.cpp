@@ -30,8 +30,9 @@ void CommandSession::Fail(std::string_view text) {
 }
 
 bool OpenScript(const std::string& program, const std::string& path, std::ifstream& script) {
-  if (OpenToRead(path, script)) return true;
-  std::cerr << program << ": cannot read the script " << path << '\n';
+  const std::string failure = OpenToRead(path, script);
+  if (failure.empty()) return true;
+  std::cerr << program << ": cannot read the script " << path << ": " << failure << '\n';
   return false;
 }
 

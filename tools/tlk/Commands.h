@@ -6,6 +6,9 @@ class App;
 
 namespace tlk {
 
+/// The status when the command line is wrong.
+constexpr int kStatusWrongUse = 2;
+
 /// Adds the subcommands that this build of the program has. The one that was asked for leaves its
 /// status in `exitStatus`.
 void AddCommands(CLI::App& app, int& exitStatus);

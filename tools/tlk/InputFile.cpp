@@ -1,14 +1,19 @@
 #include "tools/tlk/InputFile.h"
 
+#include <cerrno>
+#include <cstring>
+
 namespace tlk {
 
 // Some systems open a folder like a file; only the attempt to read it then fails.
-bool OpenToRead(const std::string& path, std::ifstream& file) {
+std::string OpenToRead(const std::string& path, std::ifstream& file) {
   file.open(path, std::ios::binary);
-  if (!file.is_open() || (file.peek(), file.bad())) return false;
+  if (!file.is_open() || (file.peek(), file.bad())) return SystemFailure();
   file.clear();
-  return true;
+  return {};
 }
+
+std::string SystemFailure() { return std::strerror(errno); }
 
 bool ReadPiece(std::istream& input, std::string& bytes) {
   constexpr std::size_t kReadSize = 65536;

@@ -36,9 +36,9 @@ constexpr const char* kMessageHelp =
     "                                 add to its list of conferences\n"
     "  participant NAME LEADER CREATOR INDEX EXTRA\n"
     "                                 add to its list of participants; EXTRA is not used\n"
-    "  add-attributes TEXT            edit its attribute list by the attribute list in the\n"
-    "  delete-attributes TEXT         text: by name\n"
-    "  update-attributes TEXT\n"
+    "  add-attributes TEXT\n"
+    "  delete-attributes TEXT\n"
+    "  update-attributes TEXT         edit its attribute list by that of the text, by name\n"
     "  add-attributes-at-paths TEXT PATHS\n"
     "  delete-attributes-at-paths PATHS\n"
     "  update-attributes-at-paths TEXT PATHS\n"
@@ -82,8 +82,8 @@ struct MessageOptions {
   std::string checked;
 };
 
-int CannotRead(const std::string& path) {
-  std::cerr << kProgram << ": cannot read " << path << '\n';
+int CannotRead(const std::string& path, const std::string& failure) {
+  std::cerr << kProgram << ": cannot read " << path << ": " << failure << '\n';
   return 1;
 }
 
@@ -103,9 +103,10 @@ int CheckStream(const LineReader::More& more) {
 int Check(const std::string& path) {
   if (path == "-") return CheckStream(ReadStandardInput);
   std::ifstream file;
-  if (!OpenToRead(path, file)) return CannotRead(path);
+  const std::string failure = OpenToRead(path, file);
+  if (!failure.empty()) return CannotRead(path, failure);
   const int status = CheckStream([&](std::string& bytes) { return ReadPiece(file, bytes); });
-  return file.bad() ? CannotRead(path) : status;
+  return file.bad() ? CannotRead(path, SystemFailure()) : status;
 }
 
 int Converse(const std::string& scriptPath) {

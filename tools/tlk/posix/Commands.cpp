@@ -1,5 +1,6 @@
 #include "tools/tlk/Commands.h"
 
+#include "tools/tlk/AbsentCommand.h"
 #include "tools/tlk/host/HostCommand.h"
 #include "tools/tlk/message/MessageCommand.h"
 #include "tools/tlk/posix/CodePage.h"
@@ -18,6 +19,9 @@ void AddCommands(CLI::App& app, int& exitStatus) {
   AddHostCommand(app, exitStatus);
   AddMessageCommand(app, exitStatus);
   AddServeCommand(app, exitStatus);
+  AddAbsentCommand(app, exitStatus, "doctor",
+                   "looks at how the ActiveX control is registered, which is a thing of Windows: "
+                   "run 'tlk.exe doctor' there");
 }
 
 void AddSystemOptions(CLI::App& command) { AddCodePageOption(command); }

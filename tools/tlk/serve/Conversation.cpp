@@ -6,6 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "tools/tlk/InputFile.h"
+
 namespace tlk::serve {
 namespace {
 
@@ -128,9 +130,10 @@ std::optional<Conversation> ReadConversation(std::istream& text, std::string& er
 }
 
 std::optional<Conversation> ReadConversationFile(const std::string& path, std::string& error) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    error = "cannot open " + path;
+  std::ifstream file;
+  const std::string failure = OpenToRead(path, file);
+  if (!failure.empty()) {
+    error = "cannot read " + path + ": " + failure;
     return std::nullopt;
   }
   auto conversation = ReadConversation(file, error);

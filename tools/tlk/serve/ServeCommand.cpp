@@ -1,9 +1,13 @@
 #include "tools/tlk/serve/ServeCommand.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
+#include <limits>
 #include <memory>
+#include <string>
 
 #include "tools/tlk/OwnOutput.h"
+#include "tools/tlk/Words.h"
 #include "tools/tlk/serve/ScriptPlayer.h"
 #include "tools/tlk/serve/Server.h"
 
@@ -35,7 +39,7 @@ constexpr const char* kFooter =
 struct ServeOptions {
   ServerOptions server;
   unsigned seconds = 0;
-  std::size_t clients = 0;
+  unsigned clients = 0;
   std::string script;
   bool indented = false;
 };
@@ -75,26 +79,39 @@ int Run(const ServeOptions& options) {
   }
 }
 
+/// Adds an option that is a whole number from `least` to `most`.
+template <typename Number>
+CLI::Option* AddNumber(CLI::App& serve, const std::string& name, Number& number,
+                       const std::string& description, Number least,
+                       Number most = std::numeric_limits<Number>::max()) {
+  const auto read = [&number, name, least, most](const std::string& word) {
+    const char* const end = word.data() + word.size();
+    const auto [stop, code] = std::from_chars(word.data(), end, number);
+    if (code == std::errc{} && stop == end && number >= least && number <= most) return;
+    throw CLI::ValidationError(name + " must be a whole number from " + std::to_string(least) +
+                               " to " + std::to_string(most) + ", not " + Quote(word));
+  };
+  return serve.add_option_function<std::string>(name, read, description);
+}
+
 void AddOptions(CLI::App& serve, ServeOptions& options) {
-  serve.add_option("--port", options.server.port, "Listen on that port; 0 lets the system choose")
+  auto& [message, queue] = options.server.limits;
+  AddNumber<std::uint16_t>(serve, "--port", options.server.port,
+                           "Listen on that port; 0 lets the system choose", 0)
       ->type_name("N")
-      ->capture_default_str();
+      ->default_str(std::to_string(options.server.port));
   serve.add_flag("--relay", options.server.relay, "Send messages to all other clients, not back");
-  serve.add_option("--for", options.seconds, "Stop after so many seconds")
-      ->type_name("SECONDS")
-      ->check(CLI::PositiveNumber.description(""));
-  serve.add_option("--clients", options.clients, "Stop when so many clients have come and gone")
-      ->type_name("N")
-      ->check(CLI::PositiveNumber.description(""));
-  serve.add_option("--max-length", options.server.limits.message, "Refuse longer messages")
+  AddNumber(serve, "--for", options.seconds, "Stop after so many seconds", 1U)
+      ->type_name("SECONDS");
+  AddNumber(serve, "--clients", options.clients, "Stop when so many clients have come and gone", 1U)
+      ->type_name("N");
+  AddNumber(serve, "--max-length", message, "Refuse longer messages", kLengthPrefix,
+            kMaxMessageLength)
       ->type_name("BYTES")
-      ->check(CLI::Range(kLengthPrefix, kMaxMessageLength).description(""))
-      ->capture_default_str();
-  serve
-      .add_option("--max-queue", options.server.limits.queue,
-                  "Refuse clients that leave more unread")
+      ->default_str(std::to_string(message));
+  AddNumber<std::size_t>(serve, "--max-queue", queue, "Refuse clients that leave more unread", 0)
       ->type_name("BYTES")
-      ->capture_default_str();
+      ->default_str(std::to_string(queue));
   auto* const script =
       serve
           .add_option("--script", options.script,

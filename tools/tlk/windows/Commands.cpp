@@ -1,5 +1,6 @@
 #include "tools/tlk/Commands.h"
 
+#include "tools/tlk/AbsentCommand.h"
 #include "tools/tlk/doctor/DoctorCommand.h"
 #include "tools/tlk/host/HostCommand.h"
 #include "tools/tlk/message/MessageCommand.h"
@@ -17,6 +18,8 @@ void AddCommands(CLI::App& app, int& exitStatus) {
   AddHostCommand(app, exitStatus);
   AddMessageCommand(app, exitStatus);
   AddDoctorCommand(app, exitStatus);
+  AddAbsentCommand(app, exitStatus, "serve",
+                   "the development server is for Linux alone: run 'tlk serve' there");
 }
 
 void AddSystemOptions(CLI::App& /*command*/) {}
