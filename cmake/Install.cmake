@@ -26,6 +26,12 @@ install(TARGETS tlkc2_shared EXPORT TlkC2Targets
 install(TARGETS tlkc2_static EXPORT TlkC2Targets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(TARGETS tlk RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tlk)
+install(FILES tools/tlk/installed/completion.bash
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME tlk COMPONENT tlk)
+# The program writes its own man pages; when it is installed, so that they bear the day that is wanted.
+install(CODE "execute_process(COMMAND_ERROR_IS_FATAL ANY
+  COMMAND \"${PROJECT_SOURCE_DIR}/tools/tlk/installed/make-man-pages.sh\" \"$<TARGET_FILE:tlk>\"
+    \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_MANDIR}/man1\")" COMPONENT tlk)
 install(DIRECTORY ${public_include}/TlkC2 DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/TlkC2)
