@@ -22,7 +22,8 @@ KNOWN_WARNINGS = {
 
 def run_widl(widl, kind, idl, output):
     """Lets widl write one of its outputs."""
-    run = subprocess.run([*widl, kind, "-o", str(output), str(idl)],
+    # Where it lies would stand in the header.
+    run = subprocess.run([*widl, kind, "-o", str(output.resolve()), idl.name], cwd=idl.parent,
                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
     # The warnings do not all end in a line break.
     said = [line for line in run.stdout.replace("warning:", "\nwarning:").splitlines() if line]

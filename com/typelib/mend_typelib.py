@@ -1,10 +1,11 @@
 """Mends the type library that widl 7 writes when a dispinterface is its first type.
 
-Two faults, and one thing that widl cannot do:
+Two faults, one thing that widl cannot do, and one that it should not:
 
  - the second import of IDispatch gets no identifier (its offset is -1), and
  - through that same offset the last byte of the library's own identifier is overwritten;
- - the members of an enumeration cannot have help strings.
+ - the members of an enumeration cannot have help strings;
+ - the library tells when it was made, so that no two are the same.
 
 A library is a header, a directory of 15 segments, the segments one after the other, and then for
 each type that has members a block that describes them. Numbers are 32 bits, little-endian.
@@ -18,10 +19,11 @@ MAGIC = 0x5446534D  # "MSFT"
 HEADER_SIZE = 0x54
 HAS_HELP_DLL = 0x100
 SEGMENT_COUNT = 15
-TYPES, IMPORTS, GUIDS, NAMES, STRINGS = 0, 1, 5, 7, 8
+TYPES, IMPORTS, GUIDS, NAMES, STRINGS, CUSTOM_DATA = 0, 1, 5, 7, 8, 11
 TYPE_SIZE, IMPORT_SIZE, GUID_SIZE = 100, 12, 24
 TYPE_IS_ENUMERATION = 0
 BARE_MEMBER_SIZE = 20
+VT_UI4 = 19
 NO_OFFSET = -1
 IDISPATCH = uuid.UUID("00020400-0000-0000-c000-000000000046")
 
@@ -129,6 +131,17 @@ def mend_library_id(library, identifier):
     library.segments[GUIDS][offset:offset + 16] = identifier.bytes_le
 
 
+def forget_time(library):
+    """Puts the beginning of all times in the place of the present one: as a text, and as the number
+    behind it."""
+    text = rb"( at )\w{3} \w{3} [ \d]\d [\d:]{8} \d{4}"
+    number_behind = rb"(\nW*" + re.escape(struct.pack("<H", VT_UI4)) + rb").{4}"
+    forgotten, count = re.subn(text + number_behind, rb"\1Thu Jan  1 00:00:00 1970\2" + bytes(4),
+                               library.segments[CUSTOM_DATA], flags=re.DOTALL)
+    expect(count == 1, "the time is not where it belongs")
+    library.segments[CUSTOM_DATA] = bytearray(forgotten)
+
+
 def with_help_strings(library, block, count, help_strings):
     """The block of an enumeration, each member with its help string, which is taken out of the
     dictionary."""
@@ -173,4 +186,5 @@ def mend(raw, identifier, help_strings):
     mend_imports(library)
     mend_library_id(library, identifier)
     add_help_strings(library, help_strings)
+    forget_time(library)
     return library.written()
