@@ -52,7 +52,8 @@ need_docs_tools() {
 
 # What makes the packages, and looks at what was made.
 need_package_tools() {
-  need_windows_tools && need dpkg-dev fakeroot file lintian debootstrap nsis zip
+  need_windows_tools && need dpkg-dev fakeroot file lintian debootstrap nsis lowdown zip \
+    unzip
 }
 
 # quietly LOG COMMAND [ARGUMENT...]: keeps what a command says in a file, and shows it if it fails.
