@@ -95,6 +95,14 @@ VIAddVersionKey LegalCopyright "All rights reserved."
   Delete "$INSTDIR\Uninstall.exe"
   RMDir "$INSTDIR"
   DeleteRegKey SHCTX "${APPS}\TlkC2"
+  ${If} $MultiUser.InstallMode == "CurrentUser"
+    ; What a user may have had nothing in before.
+    RMDir "$LOCALAPPDATA\Programs"
+    DeleteRegKey /ifnosubkeys /ifnovalues HKCU "${APPS}"
+    DeleteRegKey /ifnosubkeys /ifnovalues HKCU "Software\Classes\CLSID"
+    DeleteRegKey /ifnosubkeys /ifnovalues HKCU "Software\Classes\Interface"
+    DeleteRegKey /ifnosubkeys /ifnovalues HKCU "Software\Classes\TypeLib"
+  ${EndIf}
 !macroend
 
 !macro RemoveAndFail TEXT
@@ -144,16 +152,16 @@ Section
     !insertmacro RemoveAndFail "The files could not be written to $INSTDIR: TlkC2 is not installed."
   ${EndIf}
 
-  !insertmacro Regsvr32 "$SYSDIR" "" "x64"
-  ${If} ${Errors}
-  ${OrIf} $0 <> 0
-    !insertmacro RemoveAndFail "The 64-bit control could not be registered: TlkC2 is not installed."
-  ${EndIf}
   !insertmacro Regsvr32 "$WINDIR\SysWOW64" "" "x86"
   ${If} ${Errors}
     !insertmacro Say "The 32-bit control was not registered: 32-bit programs do not run here."
   ${ElseIf} $0 <> 0
     !insertmacro RemoveAndFail "The 32-bit control could not be registered: TlkC2 is not installed."
+  ${EndIf}
+  !insertmacro Regsvr32 "$SYSDIR" "" "x64"
+  ${If} ${Errors}
+  ${OrIf} $0 <> 0
+    !insertmacro RemoveAndFail "The 64-bit control could not be registered: TlkC2 is not installed."
   ${EndIf}
 
   WriteRegStr SHCTX "${APPS}\TlkC2" "DisplayName" "TlkC2"
