@@ -86,28 +86,30 @@ VIAddVersionKey LegalCopyright "All rights reserved."
   ExecWait '"${SYSTEM}\regsvr32.exe" /s ${SWITCHES} $1 "$INSTDIR\${FOLDER}\TlkC2.dll"' $0
 !macroend
 
-; Everything that the section below has made, or as much of it as it has.
-!macro RemoveAll
-  SetOutPath "$TEMP"
+!macro Unregister
   !insertmacro Regsvr32 "$WINDIR\SysWOW64" "/u" "x86"
   !insertmacro Regsvr32 "$SYSDIR" "/u" "x64"
-  !include "${REMOVAL}"
-  Delete "$INSTDIR\Uninstall.exe"
-  RMDir "$INSTDIR"
-  DeleteRegKey SHCTX "${APPS}\TlkC2"
   ${If} $MultiUser.InstallMode == "CurrentUser"
     ; What a user may have had nothing in before.
-    RMDir "$LOCALAPPDATA\Programs"
-    DeleteRegKey /ifnosubkeys /ifnovalues HKCU "${APPS}"
     DeleteRegKey /ifnosubkeys /ifnovalues HKCU "Software\Classes\CLSID"
     DeleteRegKey /ifnosubkeys /ifnovalues HKCU "Software\Classes\Interface"
     DeleteRegKey /ifnosubkeys /ifnovalues HKCU "Software\Classes\TypeLib"
   ${EndIf}
 !macroend
 
-!macro RemoveAndFail TEXT
-  !insertmacro RemoveAll
-  !insertmacro Fail ${FAILED} "${TEXT}"
+!macro RemoveFiles
+  SetOutPath "$TEMP"
+  !include "${REMOVAL}"
+  Delete "$INSTDIR\Uninstall.exe"
+  RMDir "$INSTDIR"
+  ${If} $MultiUser.InstallMode == "CurrentUser"
+    RMDir "$LOCALAPPDATA\Programs"
+  ${EndIf}
+!macroend
+
+!macro RemoveFilesAndFail TEXT
+  !insertmacro RemoveFiles
+  !insertmacro Fail ${FAILED} "${TEXT}: TlkC2 is not installed."
 !macroend
 
 Var Folder
@@ -149,19 +151,20 @@ Section
   File /r "${FILES}/*"
   WriteUninstaller "$INSTDIR\Uninstall.exe"
   ${If} ${Errors}
-    !insertmacro RemoveAndFail "The files could not be written to $INSTDIR: TlkC2 is not installed."
+    !insertmacro RemoveFilesAndFail "The files could not be written to $INSTDIR"
   ${EndIf}
 
   !insertmacro Regsvr32 "$WINDIR\SysWOW64" "" "x86"
   ${If} ${Errors}
     !insertmacro Say "The 32-bit control was not registered: 32-bit programs do not run here."
   ${ElseIf} $0 <> 0
-    !insertmacro RemoveAndFail "The 32-bit control could not be registered: TlkC2 is not installed."
+    !insertmacro RemoveFilesAndFail "The 32-bit control could not be registered"
   ${EndIf}
   !insertmacro Regsvr32 "$SYSDIR" "" "x64"
   ${If} ${Errors}
   ${OrIf} $0 <> 0
-    !insertmacro RemoveAndFail "The 64-bit control could not be registered: TlkC2 is not installed."
+    !insertmacro Unregister
+    !insertmacro RemoveFilesAndFail "The 64-bit control could not be registered"
   ${EndIf}
 
   WriteRegStr SHCTX "${APPS}\TlkC2" "DisplayName" "TlkC2"
@@ -206,5 +209,10 @@ Section Uninstall
   !insertmacro LeaveIfInUse "x64\tlk.exe"
   !insertmacro LeaveIfInUse "x86\TlkC2.dll"
   !insertmacro LeaveIfInUse "x86\tlk.exe"
-  !insertmacro RemoveAll
+  !insertmacro Unregister
+  !insertmacro RemoveFiles
+  DeleteRegKey SHCTX "${APPS}\TlkC2"
+  ${If} $MultiUser.InstallMode == "CurrentUser"
+    DeleteRegKey /ifnosubkeys /ifnovalues HKCU "${APPS}"
+  ${EndIf}
 SectionEnd

@@ -153,6 +153,12 @@ install_and_remove() {
   cscript "$work/first.vbs" yes  # It registers itself when it is first used.
   snapshot before
 
+  mkdir -p "$drive/Elsewhere/x64/TlkC2.dll"  # Where a file cannot be written.
+  temporary='' wine 2 "$setup" /S "/$mode" '/D=C:\Elsewhere'
+  says "/$mode is whole or not at all" \
+    'The files could not be written to C:\Elsewhere: TlkC2 is not installed.'
+  rmdir "$drive"/Elsewhere/{x64/{TlkC2.dll,},}
+
   temporary='' wine 0 "$setup" /S "/$mode"
   [ ${#hosts[@]} = 2 ] || says "/$mode tells what is missing" \
     "The 32-bit control was not registered: 32-bit programs do not run here."
