@@ -14,16 +14,18 @@ version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' build/windows-x64/CMakeCa
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 files=$work/TlkC2-$version
-samples=tests/embedding
+sample() { scripts/blocks.sh "$1" docs/embedding.md; }
 
 for bits in x64 x86; do
   quietly "build/windows-$bits.install.log" cmake --install "build/windows-$bits" --prefix "$files/$bits"
   x86_64-w64-mingw32-strip "$files/$bits"/*.dll "$files/$bits"/*.exe
 done
-cp "$samples/greeter.exe.manifest" "$files/x64"
-sed s/amd64/x86/ "$samples/greeter.exe.manifest" >"$files/x86/greeter.exe.manifest"
+sample xml >"$files/x64/greeter.exe.manifest"
+sample xml | sed s/amd64/x86/ >"$files/x86/greeter.exe.manifest"
 mkdir "$files/samples"
-cp "$samples"/{greeter.cpp,status.vbs,status.js} "$files/samples"
+sample cpp >"$files/samples/greeter.cpp"
+sample vb >"$files/samples/status.vbs"
+sample js >"$files/samples/status.js"
 mkdir "$files/docs"
 cp docs/control.png packaging/windows/style.css "$files/docs"
 for page in choices embedding messages performance protocol security trace-log; do

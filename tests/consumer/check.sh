@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# check.sh BUILD WORK TLK FLAGS: installs BUILD below WORK, builds the consumer project against it with
+# check.sh BUILD WORK TLK FLAGS: installs BUILD below WORK, builds the README's program against it with
 # the compiler flags FLAGS, and runs it against the server of the program TLK. Without sanitizers also with
 # the static library, by pkg-config, with an older language, and each program of docs/native.md.
 set -euo pipefail
 build=$1 work=$2/work tlk=$3 flags=$4
 here=$(cd "$(dirname "$0")" && pwd)
-source=$here/project
-. "$here/../../scripts/server.sh"
+cd "$here/../.."
+. scripts/server.sh
 
 rm -rf "$work"
 mkdir -p "$work/tmp"
@@ -17,11 +17,11 @@ cmake --install "$build" --prefix "$work/prefix" >/dev/null
 mkdir -p "$work/own/platform"
 echo '#error "the program has this one"' >"$work/own/platform/Platform.h"
 
-# build_project TARGET: the consumer project with one of the libraries.
+# build_project TARGET: the README's program with one of the libraries.
 build_project() {
   mkdir -p "$work/$1"
-  cp "$source/main.cpp" "$work/$1"
-  sed "s/TlkC2::TlkC2/TlkC2::$1/" "$source/CMakeLists.txt" >"$work/$1/CMakeLists.txt"
+  scripts/blocks.sh cpp README.md >"$work/$1/main.cpp"
+  scripts/blocks.sh cmake README.md | sed "s/TlkC2::TlkC2/TlkC2::$1/" >"$work/$1/CMakeLists.txt"
   cmake -S "$work/$1" -B "$work/$1/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
     -DCMAKE_CXX_FLAGS="$flags -I$work/own" >/dev/null
   cmake --build "$work/$1/build"
@@ -53,11 +53,11 @@ export PKG_CONFIG_PATH
 PKG_CONFIG_PATH=$(find "$work/prefix" -name pkgconfig)
 flags=$(pkg-config --static --cflags --libs tlkc2)
 read -ra flags <<<"$flags"
-g++ -std=c++20 -static -w "$source/main.cpp" -o "$work/all-static" "${flags[@]}" 2>"$work/linker.txt"
+g++ -std=c++20 -static -w "$work/Static/main.cpp" -o "$work/all-static" "${flags[@]}" 2>"$work/linker.txt"
 run "$work/all-static"
 
-if g++ -std=c++17 -c "$source/main.cpp" -o "$work/old.o" "${flags[@]}" 2>"$work/old.txt"; then exit 1; fi
+if g++ -std=c++17 -c "$work/Static/main.cpp" -o "$work/old.o" "${flags[@]}" 2>"$work/old.txt"; then exit 1; fi
 grep -q 'fatal error: TlkC2 needs C++20 (-std=c++20)' "$work/old.txt"
 [ "$(grep -c 'error' "$work/old.txt")" -eq 1 ]
 
-"$here/run-guide.sh" "$here/../../docs/native.md" "$work/prefix" "$work/guide"
+"$here/run-guide.sh" "$PWD/docs/native.md" "$work/prefix" "$work/guide"

@@ -27,8 +27,7 @@ compare() {
   return 1
 }
 
-# The guide's blocks of a language, all together.
-block() { sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/p" docs/embedding.md | grep -v '^```'; }
+block() { scripts/blocks.sh "$1" docs/embedding.md; }
 block cpp >"$work/greeter.cpp"
 block xml >"$work/greeter.exe.manifest"
 block vb >"$work/status.vbs"

@@ -55,5 +55,7 @@ fi
 echo "Installing, using and purging the Debian packages"
 cp -a "$base/." "$work/root"
 cp /etc/resolv.conf "$work/root/etc"
-cp "$packages"/*.deb tests/consumer/project/* tests/packages/in-clean-debian.sh scripts/server.sh "$work/root/srv"
+scripts/blocks.sh cpp README.md >"$work/root/srv/main.cpp"
+scripts/blocks.sh cmake README.md >"$work/root/srv/CMakeLists.txt"
+cp "$packages"/*.deb tests/packages/in-clean-debian.sh scripts/server.sh "$work/root/srv"
 quietly "$work/test.log" in_root "$work/root" /srv/in-clean-debian.sh

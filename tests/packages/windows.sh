@@ -197,18 +197,14 @@ again. Nothing was changed."
   echo "ok /$mode leaves nothing"
 }
 
-install_for_all_and_one() {
-  install_and_remove AllUsers HKLM 'C:\Program Files\TlkC2'
-  install_and_remove CurrentUser HKCU "C:\\users\\$(id -un)\\AppData\\Local\\Programs\\TlkC2"
-}
-
 echo "For the user in the registry alone: this Wine shows programs the machine's classes only, and has one class
 of a user's for both bitnesses"
-install_for_all_and_one
+install_and_remove AllUsers HKLM 'C:\Program Files\TlkC2'
+install_and_remove CurrentUser HKCU "C:\\users\\$(id -un)\\AppData\\Local\\Programs\\TlkC2"
 if start_wine32; then
   end_wine32
   export WINEDLLPATH=$wine32/dlls
   start_anew
-  echo "The same where 32-bit programs run"
-  install_for_all_and_one
+  echo "For the machine where 32-bit programs run"
+  install_and_remove AllUsers HKLM 'C:\Program Files\TlkC2'
 fi

@@ -35,16 +35,6 @@ zcat share/man/man1/tlk-message.1.gz >page
 grep -q '^\.TH TLK\\-MESSAGE 1 1970-01-02 "tlk ' page
 grep -q '^tlk\\-message \\- build and read messages' page
 grep -qF 'Check the bytes of a captured stream instead; \- for standard input. Not with \-\-script.' page
-diff - <(grep -A 7 'add\\-attributes TEXT' page) <<'EXPECTED'
-\fBadd\-attributes TEXT\fR
-.TQ
-\fBdelete\-attributes TEXT\fR
-.TQ
-\fBupdate\-attributes TEXT\fR
-edit its attribute list by that of the text, by name
-.TP
-\fBadd\-attributes\-at\-paths TEXT PATHS\fR
-EXPECTED
 
 . share/bash-completion/completions/tlk
 compopt() { :; }  # The shell has it only while somebody types.
@@ -60,24 +50,18 @@ diff - <(
   complete -p tlk
   completed ''
   completed ho
-  completed help se
   completed serve --m
   completed host -
   completed serve --port ''
   completed message --check 'a '
-  completed serve --script = a
-  completed serve --script =
   completed hlep ''
 ) <<'EXPECTED'
 complete -F _tlk tlk
 -h --help --version host message serve help
 host
-serve
 --max-length --max-queue
 -h --help --script --code-page -q --quiet --no-texts
 
-a talk
-a talk
 a talk
 
 EXPECTED
