@@ -35,11 +35,10 @@ done
 [ $windows = yes ] || exit 0
 
 build windows-x64
-build windows-x86
-scripts/package.sh
-echo "Testing the Debian packages"
-tests/packages/debian.sh build/packages
-trap 'end_wine; end_wine32' EXIT
+echo "Making the packages meanwhile"
+nice scripts/package.sh >build/package.log 2>&1 &
+packaging=$!
+trap 'kill "$packaging" 2>/dev/null || true; end_wine; end_wine32' EXIT
 start_wine
 test_preset windows-x64
 echo "Playing the conversations against the module in its container"
@@ -48,8 +47,17 @@ echo "Playing random commands on messages with both builds"
 tests/differential/play.py "build/${native[0]}" build/windows-x64
 echo "Running the samples of docs/embedding.md"
 tests/embedding/check.sh "build/${native[0]}" build/windows-x64
-echo "Testing the Windows packages"
+
+wait "$packaging" || { cat build/package.log >&2 && exit 1; }
+cat build/packages/SHA256SUMS
+echo "Testing the packages"
+nice tests/packages/debian.sh build/packages >build/debian-packages.log 2>&1 &
+packaging=$!
 tests/packages/windows.sh build/packages "build/${native[0]}"
+wait "$packaging" || { cat build/debian-packages.log >&2 && exit 1; }
+cat build/debian-packages.log
+
+build windows-x86
 echo "The 32-bit module, without conversations and samples: the system's container does not run there"
 if start_wine32; then
   in_wine32 test_preset windows-x86
