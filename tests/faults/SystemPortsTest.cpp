@@ -43,8 +43,8 @@ struct System final : ITlkcEvents {
   void LeaveUnread(const LoopbackPeer& peer, const std::string& much) {
     Sockets& sockets = loop.GetSockets();
     const SocketHandle socket = sockets.Open();
-    sockets.Connect(socket, peer.Address());
-    if (sockets.RequestNotifications(socket, window, 1, socket_event::kAll) == 0)
+    if (sockets.Connect(socket, peer.Address()) == 0 &&
+        sockets.RequestNotifications(socket, window, 1, socket_event::kAll) == 0)
       static_cast<void>(sockets.Send(socket, much));
     sockets.Close(socket);
   }

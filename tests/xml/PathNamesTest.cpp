@@ -37,12 +37,11 @@ TEST(PathNames, RefuseWhatIsTooLongOrTooDeep) {
   const std::string nested[][3] = {
       {"(", "r", ")"}, {"r[", "r", "]"}, {"not(", "r", ")"}, {"-", "1", ""}};
   for (const auto& [before, core, behind] : nested) {
-    const auto deep = [&](std::size_t depth) {
-      return Times(depth, before) + core + Times(depth, behind);
-    };
-    EXPECT_TRUE(IsPath(deep(kMaxPathNesting))) << before;
-    EXPECT_FALSE(IsPath(deep(kMaxPathNesting + 1))) << before;
-    EXPECT_FALSE(IsPath(deep(4'095 / (before + behind).size()))) << before;
+    constexpr std::size_t kDeepest = kMaxPathNesting;
+    for (const auto depth : {kDeepest, kDeepest + 1, 4'095 / (before + behind).size()}) {
+      const std::string path = Times(depth, before) + core + Times(depth, behind);
+      EXPECT_EQ(IsPath(path), depth == kDeepest) << before;
+    }
     EXPECT_FALSE(IsPath(Times(4'095 / before.size(), before))) << before;
   }
   // What is beside each other is not deep.
