@@ -6,7 +6,6 @@
 #include "platform/windows/Variant.h"
 
 namespace tlk {
-namespace {
 
 template <typename Content>
 VARIANT Of(VARTYPE type, Content content) {
@@ -19,8 +18,7 @@ VARIANT Of(VARTYPE type, Content content) {
 VARIANT Number(LONG number) { return Of(VT_I4, number); }
 VARIANT Place(const void* variable) { return Of(VT_BYREF | VT_VARIANT, variable); }
 
-class AutomationTest : public ContainerTest {
- protected:
+struct AutomationTest : ContainerTest {
   /// Arguments stand in the reverse of their usual order; the first are those with names.
   HRESULT Call(DISPID member, std::vector<VARIANT> arguments, std::vector<DISPID> named = {},
                WORD kind = DISPATCH_METHOD) {
@@ -101,5 +99,4 @@ TEST_F(AutomationTest, TalksToAServerByName) {
   }
 }
 
-}  // namespace
 }  // namespace tlk

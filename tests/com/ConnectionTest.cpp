@@ -5,10 +5,8 @@
 #include "tests/com/ContainerFixture.h"
 
 namespace tlk {
-namespace {
 
-class ConnectionTest : public ContainerTest {
- protected:
+struct ConnectionTest : ContainerTest {
   void SetUp() override {
     m_embedded.Advise(m_listener);
     m_embedded.Connect(m_peer);
@@ -122,5 +120,4 @@ TEST(LeftoversTest, AThousandLoadsAndConnectionsLeaveNothing) {
   OleUninitialize();
 }
 
-}  // namespace
 }  // namespace tlk

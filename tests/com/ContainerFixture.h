@@ -90,8 +90,7 @@ inline std::string ServerMessage(const std::string& type) {
 }
 
 /// A control of the module that lies beside the test, in a window, and a sink of its events.
-class ContainerTest : public testing::Test {
- protected:
+struct ContainerTest : testing::Test {
   // Where a module that is loaded afterwards keeps its trace log.
   const BOOL m_temporary = SetEnvironmentVariableW(L"TMP", FileBesideTest("").c_str());
   const LoadedModule m_module;

@@ -4,7 +4,6 @@
 #include "tests/com/ContainerFixture.h"
 
 namespace tlk {
-namespace {
 
 using EventsTest = ContainerTest;
 
@@ -83,5 +82,4 @@ TEST_F(EventsTest, AHandlerMayEndWhatItIsIn) {
   }
 }
 
-}  // namespace
 }  // namespace tlk

@@ -3,7 +3,6 @@
 #include <objsafe.h>
 
 namespace tlk {
-namespace {
 
 const IID kInterfaces[] = {
     IID_IUnknown,          IID_IDispatch,          IID_ITlkc,
@@ -135,5 +134,4 @@ TEST_F(IdentityTest, MeetsAContainerInOneCall) {
   m_embedded.Leave();
 }
 
-}  // namespace
 }  // namespace tlk

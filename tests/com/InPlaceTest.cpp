@@ -5,10 +5,8 @@
 #include "tests/com/ContainerFixture.h"
 
 namespace tlk {
-namespace {
 
-class InPlaceTest : public ContainerTest {
- protected:
+struct InPlaceTest : ContainerTest {
   [[nodiscard]] const char* ShownWindow() const {
     const HWND window = m_embedded.Window();
     if (window == nullptr) return "none";
@@ -105,5 +103,4 @@ TEST_F(InPlaceTest, AContainerMayGoInsideAnyCall) {
   }
 }
 
-}  // namespace
 }  // namespace tlk

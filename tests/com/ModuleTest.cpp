@@ -1,7 +1,6 @@
 #include "tests/com/LoadedModule.h"
 
 namespace tlk {
-namespace {
 
 TEST(ModuleTest, ServesOneClassAndStaysForWhatHoldsIt) {
   const LoadedModule module;
@@ -25,5 +24,4 @@ TEST(ModuleTest, ServesOneClassAndStaysForWhatHoldsIt) {
   EXPECT_EQ(module.Call("DllCanUnloadNow"), S_FALSE) << "a control";
 }
 
-}  // namespace
 }  // namespace tlk

@@ -5,7 +5,6 @@
 #include <vector>
 
 namespace tlk {
-namespace {
 
 using PersistenceTest = ContainerTest;
 
@@ -54,5 +53,4 @@ TEST_F(PersistenceTest, ComesBackInItsSizeAndFromNothingElse) {
   }
 }
 
-}  // namespace
 }  // namespace tlk

@@ -4,7 +4,6 @@
 #include "tests/com/LoadedModule.h"
 
 namespace tlk {
-namespace {
 
 constexpr bool kIs64Bit = sizeof(void*) == 8;
 constexpr REGSAM kOtherView = kIs64Bit ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
@@ -61,8 +60,7 @@ LSTATUS MakeKey(HKEY hive, const std::string& name, REGSAM view = 0, DWORD optio
 }
 
 /// Gives the process a registry of its own: both hives are empty, and nothing outlasts the test.
-class RegistrationTest : public testing::Test {
- protected:
+struct RegistrationTest : testing::Test {
   RegistrationTest() {
     for (const HKEY hive : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER}) {
       HKEY stand = nullptr;
@@ -121,5 +119,4 @@ TEST_F(RegistrationTest, UndoesWhatItWroteWhenItFails) {
   EXPECT_EQ(State(HKEY_CURRENT_USER), "none");
 }
 
-}  // namespace
 }  // namespace tlk

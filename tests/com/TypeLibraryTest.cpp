@@ -7,7 +7,6 @@
 #include "tests/com/LoadedModule.h"
 
 namespace tlk {
-namespace {
 
 std::string Plain(const Bstr& text) { return {text.View().begin(), text.View().end()}; }
 
@@ -71,5 +70,4 @@ TEST(TypeLibraryTest, IsReadBackAsDescribed) {
   EXPECT_TRUE(described.str().ends_with("as C++ sees them.\n" + told.str())) << told.str();
 }
 
-}  // namespace
 }  // namespace tlk

@@ -1,7 +1,6 @@
 #include "tests/control/ControlFixture.h"
 
 namespace tlk::test {
-namespace {
 
 using ConnectionTest = ControlFixture;
 
@@ -161,5 +160,4 @@ TEST_F(ConnectionTest, TheLogLiesInTheTemporaryFolder) {
   }
 }
 
-}  // namespace
 }  // namespace tlk::test

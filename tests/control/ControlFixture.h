@@ -80,8 +80,7 @@ struct HostEvents final : ITlkcEvents {
 
 /// A control on scripted ports. Its records ("E2 150 Connect Failed. Err num = 10061|") and its
 /// events ("status 0|", "Type: <Data/>|") are told in the order in which they happened.
-class ControlFixture : public testing::Test, DomThread, protected ScriptedPorts<SystemDomFactory> {
- protected:
+struct ControlFixture : testing::Test, DomThread, ScriptedPorts<SystemDomFactory> {
   ControlFixture() {
     log.onRecord = [this](const LogRecord& record) {
       if (record.source != "Tlkc") return;

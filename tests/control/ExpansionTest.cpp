@@ -6,7 +6,6 @@
 #include "tests/control/ControlFixture.h"
 
 namespace tlk::test {
-namespace {
 
 /// What no message costs more than, in bytes for each byte on the wire.
 constexpr double kMostExpansion = 32;
@@ -47,5 +46,4 @@ TEST_F(ExpansionTest, OfTheSmallestNodesIsBounded) {
   }
 }
 
-}  // namespace
 }  // namespace tlk::test

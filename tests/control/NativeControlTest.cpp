@@ -3,7 +3,6 @@
 #include "tests/control/ControlFixture.h"
 
 namespace tlk::test {
-namespace {
 
 // A program that chose a folder found its log in the temporary one as soon as it made a control.
 TEST(NativeControlTest, LeavesTheLogInTheFolderThatTheProgramKeeps) {
@@ -15,5 +14,4 @@ TEST(NativeControlTest, LeavesTheLogInTheFolderThatTheProgramKeeps) {
   EXPECT_EQ(TraceLog().GetLevel(), 4);
 }
 
-}  // namespace
 }  // namespace tlk::test

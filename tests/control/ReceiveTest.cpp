@@ -1,7 +1,6 @@
 #include "tests/control/ControlFixture.h"
 
 namespace tlk::test {
-namespace {
 
 /// What is told, and how things stand, when a message could not be read.
 const std::string kNotRead = Ended(trace::kReadFailed) + kIsOver;
@@ -11,8 +10,7 @@ std::string Heard(const std::string& type, const std::string& data = "") {
   return "N0 1000 Message Recieved. " + type + "\n|" + type + ": " + data + "|";
 }
 
-class ReceiveTest : public ControlFixture {
- protected:
+struct ReceiveTest : ControlFixture {
   ReceiveTest() { ConnectQuietly(); }
 
   const std::string message = Frame("Type", "<Data>text</Data>");
@@ -131,5 +129,4 @@ TEST_F(ReceiveTest, AMessageInsideAMessageHandlerIsSkippedAndADisconnectIsNot) {
             heard + Ended("N0 68 Disconnect requested.", 76) + kIsOver + ", keep-alive timer");
 }
 
-}  // namespace
 }  // namespace tlk::test

@@ -1,14 +1,12 @@
 #include "tests/control/ControlFixture.h"
 
 namespace tlk::test {
-namespace {
 
 /// What the control sends while it knows no id, and what is told of it when it has gone.
 const std::string kMessage = Frame("T", "<Data/>", 0, -1);
 std::string Gone(const std::string& text) { return "N0 642 Message sent. " + text + "\n|"; }
 
-class SendTest : public ControlFixture {
- protected:
+struct SendTest : ControlFixture {
   SendTest() { ConnectQuietly(); }
 
   void SendInVain(int error = socket_error::kWouldBlock) {
@@ -218,5 +216,4 @@ TEST_F(SendTest, AnExchangeThatFailsTellsOfEachStep) {
                         ", keep-alive timer");
 }
 
-}  // namespace
 }  // namespace tlk::test

@@ -18,8 +18,7 @@ namespace tlk {
 namespace fs = std::filesystem;
 
 /// The system's files, and a folder for a test's own.
-class FilesFixture : public testing::Test {
- protected:
+struct FilesFixture : testing::Test {
   FilesFixture() { fs::create_directory(m_folder); }
   ~FilesFixture() override { fs::remove_all(m_folder); }
 

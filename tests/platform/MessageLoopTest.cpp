@@ -8,8 +8,6 @@
 
 namespace tlk::test {
 
-namespace {
-
 bool IsReadable(const MessageLoop& loop) {
   pollfd asked{.fd = loop.WaitDescriptor(), .events = POLLIN, .revents = 0};
   return ::poll(&asked, 1, 0) == 1;
@@ -17,8 +15,6 @@ bool IsReadable(const MessageLoop& loop) {
 
 // Whether a loop around this one would call it now.
 bool IsDue(const MessageLoop& loop) { return loop.MillisecondsToNext() == 0 && IsReadable(loop); }
-
-}  // namespace
 
 TEST(MessageLoopTest, CallsWhatIsPostedInItsOrderAndARoundLaterWhatThatPosts) {
   MessageLoop loop;

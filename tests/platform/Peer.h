@@ -14,16 +14,12 @@ namespace tlk {
 class LoopbackPeer {
  public:
   LoopbackPeer() : m_listener(::socket(AF_INET, SOCK_STREAM, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    auto* const name = reinterpret_cast<sockaddr*>(&address);
-    socklen_t size = sizeof(address);
+    m_address.address = htonl(INADDR_LOOPBACK);
+    auto* const name = reinterpret_cast<sockaddr*>(&m_address);
+    socklen_t size = sizeof(m_address);
     Check(::bind(m_listener.Get(), name, size) == 0, "bind");
     Check(::listen(m_listener.Get(), 8) == 0, "listen");
     Check(::getsockname(m_listener.Get(), name, &size) == 0, "name");
-    m_address.port = address.sin_port;
-    m_address.address = address.sin_addr.s_addr;
   }
 
   [[nodiscard]] const InternetAddress& Address() const { return m_address; }

@@ -29,8 +29,7 @@ int StatusOf(pid_t child) {
   return status;
 }
 
-class PosixNamedMutexTest : public testing::Test {
- protected:
+struct PosixNamedMutexTest : testing::Test {
   [[nodiscard]] std::unique_ptr<SystemMutex> Open() const {
     return PosixSynchronisation().OpenNamedMutex(m_name.c_str());
   }

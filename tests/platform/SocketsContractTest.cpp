@@ -49,7 +49,7 @@ TEST_F(SocketsContract, KnowsAddressesAndNames) {
   EXPECT_NE(window->RegisterMessage("one"), window->RegisterMessage("two"));
 }
 
-class TheEndOf : public SocketsFixture, public testing::WithParamInterface<const char*> {};
+struct TheEndOf : SocketsFixture, testing::WithParamInterface<const char*> {};
 
 TEST_P(TheEndOf, LetsOutWhatWasTakenAsLongAsThePeerReads) {
   std::unique_ptr<MessageLoop> loopOfThread;

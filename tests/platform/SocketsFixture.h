@@ -22,8 +22,7 @@ namespace tlk {
 
 /// Sockets and a window of this thread, and a peer to talk to. Notes what the window is told, as
 /// "read", "close:10054", "timer:7", and lets a test act on it.
-class SocketsFixture : public testing::Test, protected WindowTarget {
- protected:
+struct SocketsFixture : testing::Test, WindowTarget {
   SocketsFixture() {
     window->SetTarget(this);
     AddOwnVerbs();

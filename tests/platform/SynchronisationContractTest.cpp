@@ -81,8 +81,7 @@ std::string UniqueName(const std::string& name) {
   return name + std::to_string(System().CurrentThreadId());
 }
 
-class MutexContract : public testing::TestWithParam<bool> {
- protected:
+struct MutexContract : testing::TestWithParam<bool> {
   std::unique_ptr<SystemMutex> m_mutex =
       GetParam() ? System().NewNamedMutex(UniqueName("contract").c_str()) : System().NewMutex();
 };

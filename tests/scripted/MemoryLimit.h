@@ -29,16 +29,12 @@ inline thread_local MemoryLimit* t_memoryLimit = nullptr;
 
 /// A limit of the calling thread, for a scope; none lifts it, for what a test does inside the
 /// product's calls.
-class LimitedMemory {
- public:
+struct LimitedMemory {
   explicit LimitedMemory(MemoryLimit* limit = nullptr)
-      : m_before(std::exchange(t_memoryLimit, limit)) {}
-  ~LimitedMemory() { t_memoryLimit = m_before; }
-  LimitedMemory(const LimitedMemory&) = delete;
-  LimitedMemory& operator=(const LimitedMemory&) = delete;
+      : before(std::exchange(t_memoryLimit, limit)) {}
+  ~LimitedMemory() { t_memoryLimit = before; }
 
- private:
-  MemoryLimit* const m_before;
+  MemoryLimit* const before;
 };
 
 /// Makes a call within a limit.

@@ -5,7 +5,6 @@
 #include <windows.h>
 
 #include <chrono>
-#include <cstdlib>
 
 #include "platform/windows/WindowsControlWindow.h"
 #include "platform/windows/WindowsSockets.h"
@@ -16,8 +15,7 @@ namespace tlk {
 /// Winsock, for as long as the program runs.
 inline const int winsockStarted = [] {
   WSADATA data;
-  if (::WSAStartup(MAKEWORD(2, 2), &data) != 0) std::abort();
-  return 0;
+  return ::WSAStartup(MAKEWORD(2, 2), &data);
 }();
 
 /// What may end while bytes are on their way, to a peer that pauses before each half of them.
@@ -25,9 +23,8 @@ inline constexpr const char* kEndings[] = {"loop"};
 inline constexpr std::chrono::seconds kPause{3};
 
 /// This thread's messages, and sockets whose notifications are among them.
-class MessageLoop {
- public:
-  [[nodiscard]] WindowsSockets& GetSockets() { return m_sockets; }
+struct MessageLoop {
+  [[nodiscard]] WindowsSockets& GetSockets() { return sockets; }
 
   /// Waits for messages and dispatches those that are there; false when none have come.
   bool DispatchOnce(DWORD milliseconds) {
@@ -38,17 +35,13 @@ class MessageLoop {
     return dispatched;
   }
 
- private:
-  WindowsSockets m_sockets;
+  WindowsSockets sockets;
 };
 
 /// A control's window on a window of its own, which can be replaced.
-class MessageWindow final : public WindowsControlWindow {
- public:
+struct MessageWindow final : WindowsControlWindow {
   explicit MessageWindow(MessageLoop& loop) : WindowsControlWindow(loop.GetSockets()) { Appear(); }
   ~MessageWindow() override { Vanish(); }
-  MessageWindow(const MessageWindow&) = delete;
-  MessageWindow& operator=(const MessageWindow&) = delete;
 
   void Appear() {
     HWND const window =
@@ -61,12 +54,10 @@ class MessageWindow final : public WindowsControlWindow {
 
   void Vanish() {
     HWND const window = Handle();
-    if (window == nullptr) return;
     Detach();
     ::DestroyWindow(window);
   }
 
- private:
   static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     auto* const self = reinterpret_cast<MessageWindow*>(::GetWindowLongPtrA(window, GWLP_USERDATA));
     LRESULT result = 0;
