@@ -59,9 +59,8 @@ TEST_F(AutomationTest, RefusesWhatDoesNotFitAndChangesNothing) {
       {"more names than arguments", 2, {Number(1)}, E_INVALIDARG, {1, 0}},
       {"unknown member", 6, {}, DISP_E_MEMBERNOTFOUND, {}},
       {"put", 3, {Number(3)}, DISP_E_MEMBERNOTFOUND, {DISPID_PROPERTYPUT}, DISPATCH_PROPERTYPUT}};
-  for (const auto& [name, member, arguments, result, named, kind] : cases) {
+  for (const auto& [name, member, arguments, result, named, kind] : cases)
     EXPECT_EQ(Call(member, arguments, named, kind), result) << name;
-  }
   EXPECT_EQ(m_embedded.control->Connect(m_bstr.Get(), 1, nullptr), E_POINTER);
   EXPECT_EQ(m_listener.calls, "");
   EXPECT_EQ(kept.Get().lVal, 42);

@@ -15,9 +15,8 @@ namespace tlk {
 
 /// A component on the stack of a test: nobody may hold it in the end.
 template <typename... Interfaces>
-class OwnComponent : public Interfaces... {
- public:
-  ~OwnComponent() { EXPECT_EQ(m_references, 1U); }
+struct OwnComponent : Interfaces... {
+  ~OwnComponent() { EXPECT_EQ(references, 1U); }
 
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
     *object = nullptr;
@@ -26,17 +25,15 @@ class OwnComponent : public Interfaces... {
     AddRef();
     return S_OK;
   }
-  STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-  STDMETHODIMP_(ULONG) Release() override { return --m_references; }
+  STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
+  STDMETHODIMP_(ULONG) Release() override { return --references; }
 
- private:
-  ULONG m_references = 1;
+  ULONG references = 1;
 };
 
 /// What a container shows a control, and a sink of the control's events, in one object.
-class Site final : public OwnComponent<IOleClientSite, IOleInPlaceSite, IOleInPlaceUIWindow,
-                                       IOleControlSite, IAdviseSink, _ITlkcEvents> {
- public:
+struct Site final : OwnComponent<IOleClientSite, IOleInPlaceSite, IOleInPlaceUIWindow,
+                                 IOleControlSite, IAdviseSink, _ITlkcEvents> {
   /// The container's, for all sites.
   static inline const HWND window = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 400, 300,
                                                     nullptr, nullptr, nullptr, nullptr);
@@ -113,7 +110,6 @@ class Site final : public OwnComponent<IOleClientSite, IOleInPlaceSite, IOleInPl
     return Note({told.begin(), told.end()});
   }
 
- private:
   HRESULT Note(const std::string& call) {
     calls += (calls.empty() ? "" : " ") + call;
     if (call != awaited) return S_OK;

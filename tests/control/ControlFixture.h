@@ -126,10 +126,9 @@ struct ControlFixture : testing::Test, DomThread, ScriptedPorts<SystemDomFactory
     if (window.Runs(kConnectTimer)) look += ", connect timer";
     if (window.Runs(kKeepAliveTimer)) look += ", keep-alive timer";
     const auto held = control->m_recvText.size();
-    if (held > 0 || control->m_expectedLength != -1) {
-      look +=
-          ", holds " + std::to_string(held) + " of " + std::to_string(control->m_expectedLength);
-    }
+    const auto expected = control->m_expectedLength;
+    if (held > 0 || expected != -1)
+      look += ", holds " + std::to_string(held) + " of " + std::to_string(expected);
     return control->m_pendingOut.empty() ? look : look + ", queued " + Bare(control->m_pendingOut);
   }
 

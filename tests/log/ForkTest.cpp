@@ -107,8 +107,7 @@ TEST_F(Fork, LetsTwoProcessesWriteAndRotateOneLogWithoutALoss) {
 TEST_F(Fork, WithoutMemoryLeavesTheChildALogThatDoesNothing) {
   Write("p");
   Flush();
-  MemoryLimit none;
-  none.Set(0, kEveryTime);
+  MemoryLimit none{.allowed = 0, .refusals = kEveryTime};
   const auto dropLine = [this] {
     Write("d");
     Flush();

@@ -20,6 +20,7 @@
 #include "tests/scripted/ScriptedStringTable.h"
 #include "tests/scripted/ScriptedSurroundings.h"
 #include "tests/scripted/ScriptedSynchronisation.h"
+#include "tests/thread/Waiting.h"
 
 namespace tlk::test {
 

@@ -8,8 +8,7 @@ namespace tlk::test {
 
 struct ManageMutex : LogFixture {
   static bool IsFree(SystemMutex& mutex) {
-    const auto take = [&] { return mutex.Wait(0) == WaitResult::kSignalled && mutex.Release(); };
-    return std::async(std::launch::async, take).get();
+    return Elsewhere([&] { return mutex.Wait(0) == WaitResult::kSignalled && mutex.Release(); });
   }
 
   /// The status of a guard that ends at once.

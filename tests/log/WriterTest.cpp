@@ -108,17 +108,13 @@ TEST_F(Queue, IsWrittenWithoutAFlushWhichReturnsTheResultOfItsWaits) {
 
 TEST_F(Queue, HoldsEveryLineOfManyProducersOnceAndBeforeTheirFlush) {
   m_log->SetMaxQueueSize(50);  // Less than two lines, so that the throttle has its say as well.
-  std::vector<std::jthread> producers;
-  for (const char producer : {'a', 'b', 'c', 'd'}) {
-    producers.emplace_back([this, producer] {
-      for (int n = 0; n < 40; ++n) {
-        m_log->Write(producer + std::to_string(n));
-        Flush();
-        EXPECT_THAT(Records(), testing::Contains(producer + std::to_string(n)).Times(1));
-      }
-    });
-  }
-  producers.clear();
+  RunOnThreads(4, [this](int producer) {
+    for (int n = producer; n < 160; n += 4) {
+      m_log->Write(std::to_string(n));
+      Flush();
+      EXPECT_THAT(Records(), testing::Contains(std::to_string(n)).Times(1));
+    }
+  });
   EXPECT_EQ(m_sync.ThreadsMade(), 1U);
 }
 

@@ -57,13 +57,7 @@ TEST(PosixSurroundings, TellsTheTimeOfDayOfEveryZone) {
   }
 }
 
-TEST(PosixSurroundings, PrintsDebuggerTextsAsLines) {
-  testing::internal::CaptureStderr();
-  for (const char* text : {"ERROR", "with its end\n"}) PosixSurroundings().DebugOutput(text);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ERROR\nwith its end\n");
-}
-
-TEST(PosixSurroundings, PrintWithoutAWaitOnATerminalThatNobodyMayOpenAnew) {
+TEST(PosixSurroundings, PrintLinesWithoutAWaitOnATerminalThatNobodyMayOpenAnew) {
   const OwnedDescriptor terminal(posix_openpt(O_RDWR | O_NOCTTY));
   EXPECT_EQ(unlockpt(terminal.Get()), 0);
   const OwnedDescriptor printed(open(ptsname(terminal.Get()), O_WRONLY | O_NOCTTY));
@@ -76,8 +70,11 @@ TEST(PosixSurroundings, PrintWithoutAWaitOnATerminalThatNobodyMayOpenAnew) {
   EXPECT_EQ(seteuid(user), 0);
   testing::internal::GetCapturedStderr();
   testing::internal::CaptureStderr();
-  PosixSurroundings().DebugOutput("told elsewhere");
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(" not be printed here: "));
+  for (const char* text : {"told elsewhere", "with its end\n"})
+    PosixSurroundings().DebugOutput(text);
+  EXPECT_THAT(
+      testing::internal::GetCapturedStderr(),
+      testing::ContainsRegex(" not be printed here: [0-9]+\ntold elsewhere\nwith its end\n$"));
   std::array<char, 20> line{};
   EXPECT_EQ(read(terminal.Get(), line.data(), line.size()), 20);
   EXPECT_EQ(std::string_view(line.data(), line.size()), "told on a terminal\r\n");

@@ -13,12 +13,10 @@
 #include "platform/Synchronisation.h"
 #include "tests/thread/Waiting.h"
 
-namespace tlk {
+namespace tlk::test {
 
-using test::RunOnThreads;
-
-constexpr auto kSignalled = WaitResult::kSignalled;
-constexpr auto kTimedOut = WaitResult::kTimedOut;
+using enum ResetMode;
+using enum WaitResult;
 
 /// A limit for waits that end by themselves unless something is wrong.
 constexpr std::uint32_t kLongEnough = 30'000;
@@ -30,8 +28,7 @@ std::unique_ptr<SystemEvent> NewEvent(ResetMode mode, bool isSignalled = false) 
 }
 
 TEST(EventContract, LetsOneGoOrEverybodyUntilItIsReset) {
-  for (const auto& [mode, secondWait] :
-       {std::pair(ResetMode::kAutomatic, kTimedOut), std::pair(ResetMode::kManual, kSignalled)}) {
+  for (const auto& [mode, secondWait] : {std::pair(kAutomatic, kTimedOut), {kManual, kSignalled}}) {
     const auto event = NewEvent(mode, true);
     for (const std::uint32_t limit : {kNoLimit, 10U, 0U}) {
       EXPECT_EQ(event->Wait(limit), kSignalled);
@@ -44,17 +41,16 @@ TEST(EventContract, LetsOneGoOrEverybodyUntilItIsReset) {
 }
 
 TEST(EventContract, LooksAtTheFirstOfTwoFirst) {
-  const auto first = NewEvent(ResetMode::kAutomatic, true);
-  const auto second = NewEvent(ResetMode::kAutomatic, true);
-  for (const auto result : {kSignalled, WaitResult::kSecondSignalled, kTimedOut})
+  const auto first = NewEvent(kAutomatic, true);
+  const auto second = NewEvent(kAutomatic, true);
+  for (const auto result : {kSignalled, kSecondSignalled, kTimedOut})
     EXPECT_EQ(System().WaitEither(*first, *second, 10), result);
 }
 
 /// Two signals, each of them the right to count, go round among many threads. One that is lost, or
 /// that wakes nobody, leaves a thread asleep.
 TEST(EventContract, LosesNoSignalAmongManyThreads) {
-  const std::array events{NewEvent(ResetMode::kAutomatic, true),
-                          NewEvent(ResetMode::kAutomatic, true)};
+  const std::array events{NewEvent(kAutomatic, true), NewEvent(kAutomatic, true)};
   std::array<int, 2> counts{};
   RunOnThreads(6, [&](int thread) {
     for (int round = 0; round < 5'000; ++round) {
@@ -72,9 +68,6 @@ TEST(EventContract, LosesNoSignalAmongManyThreads) {
   });
   EXPECT_EQ(counts[0] + counts[1], 6 * 5'000);
 }
-
-constexpr int kErrorNotFound = 2;
-constexpr int kErrorNotOwner = 288;
 
 /// A name that no other run of this test uses.
 std::string UniqueName(const std::string& name) {
@@ -96,7 +89,7 @@ TEST_P(MutexContract, IsItsOwnersUntilReleasedAsOftenAsTaken) {
       EXPECT_EQ(m_mutex->Wait(limit), kTimedOut);
       EXPECT_GE(std::chrono::steady_clock::now() + std::chrono::milliseconds(16), end);
       EXPECT_FALSE(m_mutex->Release());
-      EXPECT_EQ(System().LastError(), kErrorNotOwner);
+      EXPECT_EQ(System().LastError(), 288) << "not the owner";
     });
     EXPECT_TRUE(m_mutex->Release());
   }
@@ -110,7 +103,7 @@ TEST_P(MutexContract, TellsTheNextOneOnceItsOwnerHasEnded) {
     });
     owner->Resume();
     ASSERT_EQ(owner->Wait(kNoLimit), kSignalled);
-    ASSERT_EQ(m_mutex->Wait(limit), WaitResult::kAbandoned);
+    ASSERT_EQ(m_mutex->Wait(limit), kAbandoned);
     ASSERT_TRUE(m_mutex->Release());
     ASSERT_FALSE(m_mutex->Release());
   }
@@ -142,12 +135,12 @@ TEST(NamedMutexContract, LivesAsLongAsSomebodyHasItOpen) {
     EXPECT_TRUE(opened[1]->Release());
     opened.clear();
     EXPECT_EQ(System().OpenNamedMutex(name.c_str()), nullptr);
-    EXPECT_EQ(System().LastError(), kErrorNotFound);
+    EXPECT_EQ(System().LastError(), 2) << "not found";
   }
 }
 
 TEST(ThreadContract, RunsItsWorkOnceItIsResumed) {
-  const auto mayEnd = NewEvent(ResetMode::kAutomatic);
+  const auto mayEnd = NewEvent(kAutomatic);
   const auto runs = std::make_shared<std::atomic<std::uint32_t>>();
   const auto newThread = [&] {
     return System().NewThread([&mayEnd, runs] {
@@ -193,4 +186,4 @@ TEST(ThreadSlotContract, IsEmptyAtFirstForEachThreadAndRunsOut) {
   EXPECT_NE(System().LastError(), 0);
 }
 
-}  // namespace tlk
+}  // namespace tlk::test

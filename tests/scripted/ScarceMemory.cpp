@@ -6,11 +6,10 @@
 #include <new>
 
 namespace tlk::test {
-namespace {
 
-std::atomic<long> s_live{0};
+static std::atomic<long> s_live{0};
 
-bool IsRefused() {
+static bool IsRefused() {
   MemoryLimit* const limit = t_memoryLimit;
   if (limit == nullptr || limit->allowed < 0) return false;
   const int beyond = limit->asked++ - limit->allowed;
@@ -20,19 +19,17 @@ bool IsRefused() {
 }
 
 // No larger than asked for, so that a sanitizer sees who reads behind it.
-void* Allocate(std::size_t size, std::size_t alignment = alignof(std::max_align_t)) {
+static void* Allocate(std::size_t size, std::size_t alignment = alignof(std::max_align_t)) {
   void* memory = nullptr;
   const auto room = std::max<std::size_t>(size, 1);
   if (!IsRefused() && posix_memalign(&memory, alignment, room) == 0) ++s_live;
   return memory;
 }
 
-void* OrThrow(void* memory) {
+static void* OrThrow(void* memory) {
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
-
-}  // namespace
 
 void* AllocateScarce(std::size_t size) { return Allocate(size); }
 

@@ -81,9 +81,8 @@ class ScriptedSockets final : public Sockets {
     const auto room = static_cast<std::size_t>(size);
     if (size < 0 || room > buffer.size()) return FailWith(socket_error::kFault);
     if (size == 0) return 0;
-    if (m_arrivals.empty()) {
+    if (m_arrivals.empty())
       return FailWith(blocking ? socket_error::kTimedOut : socket_error::kWouldBlock);
-    }
     auto& [bytes, error] = m_arrivals.front();
     const auto count = static_cast<int>(bytes.copy(buffer.data(), room));
     const int result = error == 0 ? count : FailWith(error);

@@ -12,11 +12,8 @@ TEST(ZRWLockWithoutMemory, StaysAsItIs) {
   ZRWLock lock;
   ZMutexBase& read = lock.ReadSide();
   ASSERT_EQ(read.Acquire(), LockResult::kAcquired);
-  MemoryLimit none;
-  none.Set(0, kEveryTime);
-  t_memoryLimit = &none;
-  EXPECT_THROW(static_cast<void>(read.Acquire()), std::bad_alloc);
-  t_memoryLimit = nullptr;
+  MemoryLimit none{.allowed = 0, .refusals = kEveryTime};
+  EXPECT_THROW(Within(none, [&] { return read.Acquire(); }), std::bad_alloc);
   read.Release();
   // Nobody counts any more: another thread may write at once.
   EXPECT_EQ(Elsewhere([&] { return lock.WriteSide().Acquire(); }), LockResult::kAcquired);
