@@ -52,8 +52,7 @@ TEST_F(ConnectionTest, EndsWithTheProcess) {
 }
 
 // The system tells only when none is left.
-template <typename Take, typename Free>
-std::size_t CountFreeIndexes(Take take, Free free) {
+std::size_t CountFreeIndexes(auto take, auto free) {
   std::vector<DWORD> taken;
   for (DWORD index = 0; (index = take()) != TLS_OUT_OF_INDEXES;) taken.push_back(index);
   for (const DWORD index : taken) free(index);

@@ -109,10 +109,8 @@ TEST_F(IdentityTest, DrawsItsTextIntoItsBoundsAndNowhereElse) {
   RestoreDC(device, -1);
   const RECT place{80, 10, 100, 90};
   int strays = 0;
-  for (int x = 0; x < 200; ++x) {
-    for (int y = 0; y < 100; ++y)
-      strays += !PtInRect(&place, {x, y}) && GetPixel(device, x, y) != 0;
-  }
+  for (int at = 0; at < 200 * 100; ++at)
+    strays += GetPixel(device, at % 200, at / 200) != 0 && !PtInRect(&place, {at % 200, at / 200});
   EXPECT_EQ(strays, 0);
   EXPECT_TRUE(GetPixel(device, 81, 11) == 0xFFFFFF && GetPixel(device, 98, 88) == 0xFFFFFF);
   DeleteDC(device);

@@ -79,8 +79,7 @@ struct RegistrationTest : testing::Test {
   }
 
   /// What the machine's hive and the user's have after a call that succeeds.
-  template <typename... Arguments>
-  std::string After(const char* entry, Arguments... arguments) {
+  std::string After(const char* entry, auto... arguments) {
     EXPECT_EQ(m_module.Call(entry, arguments...), S_OK) << entry;
     return State(HKEY_LOCAL_MACHINE) + " " + State(HKEY_CURRENT_USER);
   }

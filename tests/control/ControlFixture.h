@@ -8,7 +8,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "SystemDom.h"
 #include "tests/scripted/ScriptedControl.h"
@@ -16,8 +15,6 @@
 #include "transport/TraceLog.h"
 
 namespace tlk::test {
-
-using Timeline = std::vector<std::string>;
 
 inline constexpr std::uintptr_t kConnectTimer = 0x52ED8D;
 inline constexpr std::uintptr_t kKeepAliveTimer = 0x52ED92;

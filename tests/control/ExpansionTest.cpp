@@ -10,8 +10,6 @@ namespace tlk::test {
 /// What no message costs more than, in bytes for each byte on the wire.
 constexpr double kMostExpansion = 32;
 
-constexpr std::size_t kSize = 1'000'000;
-
 using ExpansionTest = ControlFixture;
 
 double PeakBytes() {
@@ -39,7 +37,7 @@ TEST_F(ExpansionTest, OfTheSmallestNodesIsBounded) {
   for (const std::string piece : {"x", "<a/>", "x<a/>", "\x80<a/>", "<a b=''/>", "<!---->", "<?a?>",
                                   "&lt;", "<![CDATA[]]>x"}) {
     std::string pieces;
-    while (pieces.size() < kSize) pieces += piece;
+    while (pieces.size() < 1'000'000) pieces += piece;
     // What the root declares, its data inherits, which costs a copy of it.
     const auto message = Frame("Wide\" xmlns:p=\"u", "<Data>" + pieces + "</Data>");
     EXPECT_EXIT(receive(message), testing::ExitedWithCode(0), "Recieved. Wide") << piece;

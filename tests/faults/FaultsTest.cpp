@@ -40,8 +40,8 @@ struct Fault {
 
 /// What came of a conversation.
 struct Outcome {
-  Timeline host;     ///< Events, and what calls gave.
-  std::string sent;  ///< What the server got.
+  std::vector<std::string> host;  ///< Events, and what calls gave.
+  std::string sent;               ///< What the server got.
   int refusals = 0;  ///< Ends, calls that told of a failure, and what was not done for an end.
   int records = 0;   ///< In the log; `errors` of them tell of one.
   int errors = 0;

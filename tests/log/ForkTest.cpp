@@ -15,8 +15,7 @@
 namespace tlk::test {
 
 /// Forks, with as much memory; the child does its work without a failure and comes to its end.
-template <typename Work>
-void InChild(const Work& work, MemoryLimit* limit = nullptr) {
+void InChild(const auto& work, MemoryLimit* limit = nullptr) {
   std::fflush(nullptr);
   t_memoryLimit = limit;
   const pid_t child = fork();

@@ -43,10 +43,9 @@ TEST(MessageLoopTest, LeavesWhatIsPostedToALoopWithinACall) {
 TEST(MessageLoopTest, IsWokenByAnotherThread) {
   MessageLoop loop;
   auto caller = std::thread::id();
-  std::thread poster([&] { loop.Post([&] { caller = std::this_thread::get_id(); }); });
+  const std::jthread poster([&] { loop.Post([&] { caller = std::this_thread::get_id(); }); });
   EXPECT_TRUE(loop.DispatchOnce(20000));
   EXPECT_EQ(caller, std::this_thread::get_id());
-  poster.join();
 }
 
 }  // namespace tlk::test

@@ -106,10 +106,9 @@ TEST_F(PosixNamedMutexTest, IsRefusedInAFolderThatOthersMayWriteTo) {
   const uid_t user = 1'000'000 + static_cast<uid_t>(getpid());
   const std::string folder = m_folder + std::to_string(user);
   ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
-  for (const auto& [owner, rights, error] : {std::tuple(0U, 0755U, EACCES),
-                                             {user, 0720U, EACCES},
-                                             {user, 0702U, EACCES},
-                                             {user, 0755U, 0}}) {
+  const std::tuple<uid_t, mode_t, int> folders[] = {
+      {0, 0755, EACCES}, {user, 0720, EACCES}, {user, 0702, EACCES}, {user, 0755, 0}};
+  for (const auto& [owner, rights, error] : folders) {
     ASSERT_EQ(chown(folder.c_str(), owner, owner) + chmod(folder.c_str(), rights), 0);
     const pid_t child = StartChild([&] {
       if (setresuid(user, user, user) != 0) return 1;

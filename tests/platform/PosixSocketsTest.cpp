@@ -79,12 +79,12 @@ void SocketsFixture::AddOwnVerbs() {
     return seconds >= 5 && seconds < 15 ? "" : std::to_string(seconds);
   };
   verbs["quiet"] = [this](auto&) {
-    return RunUntil([this] {
-             const auto end = TimerQueue::Clock::now() + std::chrono::milliseconds(50);
-             loop.DispatchOnce(50);
-             return TimerQueue::Clock::now() >= end;
-           }),
-           "";
+    const auto isQuiet = [this] {
+      const auto end = TimerQueue::Clock::now() + std::chrono::milliseconds(50);
+      loop.DispatchOnce(50);
+      return TimerQueue::Clock::now() >= end;
+    };
+    return RunUntil(isQuiet), "";
   };
   verbs["elsewhere"] = [this](auto&) {
     MessageLoop otherLoop;

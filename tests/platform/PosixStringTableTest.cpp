@@ -22,7 +22,6 @@ TEST(PosixStringTable, FindsTextsByModuleAndNumberAndCutsThemToFit) {
     EXPECT_EQ(buffer.c_str(), text);
   };
   expect(module, 101, "%s");
-  expect(nullptr, 101, "main");
   expect(other, 102, "another");
   expect(module, 102, "");
   expect(&table, 101, "");

@@ -17,11 +17,8 @@ std::map<std::string, std::string> ReadScripts() {
     std::ifstream file(path);
     if (!file) std::abort();
     for (std::string line, name; std::getline(file, line);) {
-      if (line.starts_with(' ')) {
-        scripts[name] += line;
-      } else if (!line.starts_with('#')) {
-        name = line;
-      }
+      if (line.starts_with(' ')) scripts[name] += line;
+      if (line.find_first_of(" #") != 0) name = line;
     }
   }
   return scripts;

@@ -33,13 +33,11 @@ struct SocketsFixture : testing::Test, WindowTarget {
 
   std::intptr_t OnSocketNotify(std::uint32_t message, std::uintptr_t /*socket*/,
                                std::uintptr_t lParam, bool& handled) override {
-    static const std::map<std::uintptr_t, std::string> kNames{{socket_event::kRead, "read"},
-                                                              {socket_event::kWrite, "write"},
-                                                              {socket_event::kClose, "close"}};
+    const std::map<std::uintptr_t, std::string> names{{1, "read"}, {2, "write"}, {32, "close"}};
     EXPECT_EQ(message, registered);
     handled = true;
     const auto error = lParam >> 16;
-    Note(kNames.at(lParam & 0xFFFF) + (error == 0 ? "" : ':' + std::to_string(error)));
+    Note(names.at(lParam & 0xFFFF) + (error == 0 ? "" : ':' + std::to_string(error)));
     return 0;
   }
   void OnTimer(std::uintptr_t timerId) override { Note("timer:" + std::to_string(timerId)); }
@@ -166,9 +164,8 @@ struct SocketsFixture : testing::Test, WindowTarget {
       {"slow",
        [this](auto&) {
          slowReader = std::jthread([this](const std::stop_token& stop) {
-           for (; !stop.stop_requested();
-                std::this_thread::sleep_for(std::chrono::milliseconds(20)))
-             peer.ReadSome(1 << 16);
+           for (; !stop.stop_requested(); peer.ReadSome(1 << 16))
+             std::this_thread::sleep_for(std::chrono::milliseconds(20));
          });
          return "";
        }},

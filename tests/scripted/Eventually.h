@@ -6,8 +6,7 @@
 namespace tlk::test {
 
 /// Waits for a condition; false when it has not come true within ten seconds.
-template <typename Condition>
-[[nodiscard]] bool Eventually(const Condition& condition) {
+[[nodiscard]] bool Eventually(const auto& condition) {
   const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
   while (!condition()) {
     if (std::chrono::steady_clock::now() > limit) return false;

@@ -38,8 +38,7 @@ struct LimitedMemory {
 };
 
 /// Makes a call within a limit.
-template <typename Call>
-auto Within(MemoryLimit& limit, Call call) {
+auto Within(MemoryLimit& limit, auto call) {
   const LimitedMemory limited(&limit);
   return call();
 }

@@ -22,11 +22,9 @@ void FreeScarce(void* memory);
 /// Runs an operation with ever more memory until it has enough, and returns how often it had not.
 /// The operation tells whether all that it got was right; it makes no assertions itself. It is
 /// refused memory `refused` times, each time that it asks for some.
-template <typename Operation>
-int FailOneByOne(Operation operation, int refused = kEveryTime) {
+int FailOneByOne(auto operation, int refused = kEveryTime) {
   for (int given = 0;; ++given) {
-    MemoryLimit limit;
-    limit.Set(given, refused);
+    MemoryLimit limit{.allowed = given, .refusals = refused};
     EXPECT_TRUE(Within(limit, operation)) << "with " << given << " allocations";
     if (!limit.hasRefused) return given;
   }

@@ -19,8 +19,7 @@ struct DomScript {
   DomResult failure = kDomOk;
 
   /// Gives what is wanted of a call, else what it gives.
-  template <typename Call>
-  DomResult Meet(const std::string& name, Call call) {
+  DomResult Meet(const std::string& name, auto call) {
     if (std::regex_search(name, failing, std::regex_constants::match_continuous)) return failure;
     if (anyCall.IsThis()) return kDomFailed;
     calls.push_back(name);
@@ -120,12 +119,10 @@ class ScriptedDomDocument final : public DomDocument {
   }
 
  private:
-  template <typename Method, typename... Arguments>
-  DomResult Ask(const std::string& call, Method method, Arguments&... arguments) {
+  DomResult Ask(const std::string& call, auto method, auto&... arguments) {
     return m_script.Meet(call, [&] { return (*m_real.*method)(arguments...); });
   }
-  template <typename Method>
-  DomResult Tailed(const char* call, Method method, DomNode node, std::string& text) {
+  DomResult Tailed(const char* call, auto method, DomNode node, std::string& text) {
     const DomResult result = Ask(call, method, node, text);
     if (result == kDomOk) text += m_script.tail;
     return result;

@@ -136,10 +136,7 @@ class ScriptedSockets final : public Sockets {
   int LastError() const override { return m_lastError; }
 
  private:
-  int FailWith(int error) {
-    m_lastError = error;
-    return kSocketError;
-  }
+  int FailWith(int error) { return m_lastError = error, kSocketError; }
 
   int Next(std::string_view call) {
     if (anyCall.IsThis()) return FailWith(anyError);

@@ -127,8 +127,7 @@ class ScriptedSynchronisation final : public Synchronisation {
     }
   };
 
-  template <typename Wait>
-  WaitResult Do(Waits& waits, Wait wait) {
+  WaitResult Do(Waits& waits, auto wait) {
     if (anyCall.IsThis()) return WaitResult::kFailed;
     while (waits.areHeld) std::this_thread::yield();
     ++waits.going;
@@ -137,8 +136,8 @@ class ScriptedSynchronisation final : public Synchronisation {
     return result;
   }
 
-  template <typename Wrapper, typename Thing>
-  std::unique_ptr<Wrapper> Wrap(Thing real) {
+  template <typename Wrapper>
+  std::unique_ptr<Wrapper> Wrap(auto real) {
     return real == nullptr ? nullptr : std::make_unique<Wrapper>(*this, std::move(real));
   }
 
