@@ -27,9 +27,10 @@ template <typename Text>
 Text Decoded(const std::string& signs) {
   std::istringstream words(signs);
   Text text;
-  for (std::string sign; words >> sign;)
-    text +=
-        static_cast<Text::value_type>(sign.size() == 1 ? sign[0] : std::stoi(sign, nullptr, 16));
+  for (std::string sign; words >> sign;) {
+    const int number = sign.size() == 1 ? sign[0] : std::stoi(sign, nullptr, 16);
+    text += static_cast<typename Text::value_type>(number);
+  }
   return text;
 }
 

@@ -56,7 +56,7 @@ TEST(PosixAnsiText, TakesTimeInProportion) {
     const auto expectInProportion = [&](auto piece) {
       // The best of a few, for other programs run beside this one.
       std::array<std::vector<std::clock_t>, 2> times;
-      for (int round = 0; round < 10; ++round) {
+      for (std::size_t round = 0; round < 10; ++round) {
         decltype(piece) pieces;
         while (pieces.size() < (round % 2 == 0 ? 20'000 : 80'000)) pieces += piece;
         const std::clock_t start = std::clock();

@@ -42,7 +42,7 @@ int connect(int socket, const sockaddr* name, socklen_t size) {
   if (interruptions == 0) return CallOrInterrupt(connect, "connect", socket, name, size);
   fcntl(socket, F_SETFL, O_NONBLOCK);
   const int left = interruptions.exchange(0);
-  connect(socket, name, size);
+  static_cast<void>(connect(socket, name, size));
   interruptions = left;
   fcntl(socket, F_SETFL, 0);
   return CallOrInterrupt(connect, "connect", socket, name, size);

@@ -135,7 +135,8 @@ struct SocketsFixture : testing::Test, WindowTarget {
       {"receive", [this](auto& size) { return Receive(std::stoi(size)); }},
       {"request",
        [this](auto& mask) {
-         return Outcome(sockets.RequestNotifications(socket, *window, registered, std::stoi(mask)));
+         const auto events = static_cast<std::uint32_t>(std::stoul(mask));
+         return Outcome(sockets.RequestNotifications(socket, *window, registered, events));
        }},
       {"block", [this](auto&) { return Outcome(sockets.SetBlocking(socket)); }},
       {"keep-alive", [this](auto&) { return Outcome(sockets.EnableKeepAlive(socket)); }},
@@ -156,11 +157,11 @@ struct SocketsFixture : testing::Test, WindowTarget {
       {"each-told", [this](auto& steps) { return ActWhenTold(steps, false), ""; }},
       {"handled", [this](auto&) { return RunUntil([&] { return !onTold; }), ""; }},
       {"destroy", [this](auto&) { return window.reset(), ""; }},
-      {"start", [this](auto& id) { return window->StartTimer(std::stoi(id), 10), ""; }},
-      {"stop", [this](auto& id) { return window->StopTimer(std::stoi(id)), ""; }},
+      {"start", [this](auto& id) { return window->StartTimer(std::stoul(id), 10), ""; }},
+      {"stop", [this](auto& id) { return window->StopTimer(std::stoul(id)), ""; }},
       {"send", [this](auto& bytes) { return peer.Send(bytes), ""; }},
       {"drain", [this](auto&) { return Drain(), ""; }},
-      {"heard", [this](auto& size) { return peer.ReadSome(std::stoi(size)); }},
+      {"heard", [this](auto& size) { return peer.ReadSome(std::stoul(size)); }},
       {"slow",
        [this](auto&) {
          slowReader = std::jthread([this](const std::stop_token& stop) {

@@ -24,6 +24,7 @@ auto Elsewhere(const auto& work) { return std::async(std::launch::async, work).g
 /// Runs the work on so many threads, which it tells their numbers, and waits for their ends.
 void RunOnThreads(int count, const auto& work) {
   std::vector<std::jthread> threads;
+  threads.reserve(static_cast<std::size_t>(count));
   for (int n = 0; n < count; ++n) threads.emplace_back(work, n);
 }
 
