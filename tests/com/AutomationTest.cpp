@@ -10,7 +10,7 @@ namespace tlk {
 VARIANT Of(VARTYPE type, auto content) {
   VARIANT value{};
   value.vt = type;
-  std::memcpy(&value.byref, &content, sizeof content);
+  std::memcpy(&value.byref, &content, sizeof(content));
   return value;
 }
 

@@ -1,8 +1,9 @@
-#include "platform/posix/MessageLoop.h"
+#include "platform/posix/MessageWindow.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <chrono>
 #include <string>
 #include <thread>
 
@@ -38,6 +39,16 @@ TEST(MessageLoopTest, LeavesWhatIsPostedToALoopWithinACall) {
   loop.Post([&] { called += "second, "; });
   EXPECT_TRUE(loop.DispatchOnce(-1));
   EXPECT_EQ(called, "second, inner done");
+}
+
+TEST(MessageLoopTest, DoesNotWaitForWhatIsDue) {
+  MessageLoop loop;
+  MessageWindow window(loop);
+  window.StartTimer(1, 1);
+  while (loop.MillisecondsToNext() != 0) std::this_thread::yield();
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_TRUE(loop.DispatchOnce(20000));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 TEST(MessageLoopTest, IsWokenByAnotherThread) {

@@ -11,8 +11,9 @@ TEST(PosixStringTable, FindsTextsByModuleAndNumberAndCutsThemToFit) {
   const ModuleHandle module = table.Register("Tlkc2", 101, "replaced");
   EXPECT_EQ(table.Register("TLKC2", 101, "%s"), module);
   EXPECT_EQ(table.Register(nullptr, 101, "main"), nullptr);
-  const ModuleHandle other = table.Register("other", 102, "another");
+  const ModuleHandle other = table.Register("AtoZ", 102, "another");
   EXPECT_EQ(table.FindModule("tLKc2"), module);
+  EXPECT_EQ(table.FindModule("aTOz"), other);
   EXPECT_EQ(table.FindModule("missing"), nullptr);
 
   const auto expect = [&](ModuleHandle from, std::uint32_t number, const std::string& text,

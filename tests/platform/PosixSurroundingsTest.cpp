@@ -32,7 +32,7 @@ TEST(PosixSurroundings, FindsTheTemporaryFolderInTheEnvironment) {
 
 // Steps of a little more than five days, through years with and without a leap day, and back before
 // the epoch; then a minute in which clocks change. The last minute is remembered, and no other must
-// be taken for it, such as that of half its number.
+// be taken for it, such as one whose number is its own, shifted by the bits of a field.
 TEST(PosixSurroundings, TellsTheTimeOfDayOfEveryZone) {
   using namespace std::chrono;
   constexpr std::time_t kSpring = 1'772'953'200;
@@ -42,7 +42,9 @@ TEST(PosixSurroundings, TellsTheTimeOfDayOfEveryZone) {
     const PosixSurroundings surroundings;
     for (std::time_t step = -100'000'000; step < 2'000'000'000; step += 450'061) {
       const std::time_t minute = step - (step % 60 + 60) % 60;
-      for (const std::time_t time : {step, minute, 2 * minute, minute, minute / 120 * 60, minute,
+      const auto shifted = [minute](int bits) { return (minute / 60 >> bits) * 60; };
+      for (const std::time_t time : {step, minute, 2 * minute, minute, shifted(1), minute,
+                                     shifted(4), minute, shifted(5), minute, shifted(12), minute,
                                      minute + 59, minute + 60, minute - 1, kSpring - 1, kSpring}) {
         std::tm expected{};
         ASSERT_NE(localtime_r(&time, &expected), nullptr);

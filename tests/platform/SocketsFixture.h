@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <functional>
 #include <map>
@@ -79,6 +80,7 @@ struct SocketsFixture : testing::Test, WindowTarget {
 
   std::string Receive(int size) {
     std::array<char, 200> room;
+    errno = EAGAIN;  // What an earlier call left says nothing of this one.
     const int count = sockets.Receive(socket, room, size);
     return count < 0 ? Outcome(count) : std::string(room.data(), static_cast<std::size_t>(count));
   }

@@ -70,9 +70,9 @@ TEST_F(AllocationTest, EditsAllOrNothing) {
   const std::string list = "<Attribute_List><A/>" + rich + "</Attribute_List>";
   const std::string before = "<m xmlns:p=\"u\">" + list + "</m>";
   const std::string fresh = "<Attribute_List><B>" + rich + "</B></Attribute_List>";
-  ExpectAll(before, "<m xmlns:p=\"u\"><B>" + rich + "</B></m>", true, [&](auto& builder) {
-    return builder.UpdateAttributesAtPaths(fresh, "<Path_List><P>//A/..</P></Path_List>");
-  });
+  const std::string path = "<Path_List><P>//A/.." + std::string(4'000, ' ') + "</P></Path_List>";
+  ExpectAll(before, "<m xmlns:p=\"u\"><B>" + rich + "</B></m>", true,
+            [&](auto& builder) { return builder.UpdateAttributesAtPaths(fresh, path); });
   ExpectAll(before, "<m xmlns:p=\"u\"/>", true, [](auto& builder) {
     return builder.DeleteAttributesAtPaths("<Path_List><P>.</P></Path_List>");
   });
