@@ -7,6 +7,7 @@ build=$1 work=$2/work tlk=$3 flags=$4
 here=$(cd "$(dirname "$0")" && pwd)
 cd "$here/../.."
 . scripts/server.sh
+. tests/consumer/greet.sh
 
 rm -rf "$work"
 mkdir -p "$work/tmp"
@@ -27,34 +28,22 @@ build_project() {
   cmake --build "$work/$1/build"
 }
 
-# run PROGRAM: beside a server.
-run() {
-  start_server "$tlk" "$work/server.txt"
-  TMPDIR=$work/tmp "$1" "$port" >"$work/greeter.txt"
-  wait "$server"
-  diff - "$work/greeter.txt" <<'EXPECTED'
-connected
-<Data><Text>Good morning</Text></Data>
-not connected
-EXPECTED
-}
-
 server=
 trap '[ -z "$server" ] || kill "$server" 2>/dev/null || true' EXIT
 build_project TlkC2
-run "$work/TlkC2/build/greeter"
+greet "$tlk" "$work/TlkC2/build/greeter" "$work/tmp"
 grep -q 'Message Recieved. Greeting' "$work/tmp/TLK_Client.log"
 [ -z "$flags" ] || exit 0
 
 build_project Static
-run "$work/Static/build/greeter"
+greet "$tlk" "$work/Static/build/greeter" "$work/tmp"
 
 export PKG_CONFIG_PATH
 PKG_CONFIG_PATH=$(find "$work/prefix" -name pkgconfig)
 flags=$(pkg-config --static --cflags --libs tlkc2)
 read -ra flags <<<"$flags"
 g++ -std=c++20 -static -w "$work/Static/main.cpp" -o "$work/all-static" "${flags[@]}" 2>"$work/linker.txt"
-run "$work/all-static"
+greet "$tlk" "$work/all-static" "$work/tmp"
 
 if g++ -std=c++17 -c "$work/Static/main.cpp" -o "$work/old.o" "${flags[@]}" 2>"$work/old.txt"; then exit 1; fi
 grep -q 'fatal error: TlkC2 needs C++20 (-std=c++20)' "$work/old.txt"

@@ -57,5 +57,6 @@ cp -a "$base/." "$work/root"
 cp /etc/resolv.conf "$work/root/etc"
 scripts/blocks.sh cpp README.md >"$work/root/srv/main.cpp"
 scripts/blocks.sh cmake README.md >"$work/root/srv/CMakeLists.txt"
-cp "$packages"/*.deb tests/packages/in-clean-debian.sh scripts/server.sh "$work/root/srv"
+cp "$packages"/*.deb tests/packages/in-clean-debian.sh scripts/server.sh \
+  tests/consumer/greet.sh "$work/root/srv"
 quietly "$work/test.log" in_root "$work/root" /srv/in-clean-debian.sh

@@ -1,27 +1,16 @@
 #!/usr/bin/env bash
-# in-clean-debian.sh: where it lies beside the packages, the README's program and scripts/server.sh, in a
+# in-clean-debian.sh: where it lies beside the packages, the README's program and what runs it, in a
 # Debian that is thrown away: installs the packages, builds the program by CMake and by pkg-config, runs it
 # against the server of the installed `tlk`, purges everything, and compares what there is with before.
 set -euo pipefail
 cd "$(dirname "$0")"
 . ./server.sh
+. ./greet.sh
 
 # what_there_is: every file and package, without what apt and its logs keep of their own.
 what_there_is() {
   find / -xdev \( -path /srv -o -path /tmp -o -path /proc -o -path /var/log -o -path /var/cache/apt \) -prune -o -print
   dpkg-query -W
-}
-
-# run PROGRAM: beside a server.
-run() {
-  start_server tlk server.txt
-  timeout 20 "$1" "$port" >printed.txt || echo "ended with $?" >>printed.txt
-  wait "$server"
-  diff - printed.txt <<'EXPECTED'
-connected
-<Data><Text>Good morning</Text></Data>
-not connected
-EXPECTED
 }
 
 apt-get update
@@ -34,11 +23,11 @@ dpkg-query --control-show libtlkc2-1 shlibs | grep -xF "libtlkc2 1 libtlkc2-1 (>
 
 cmake -B build
 cmake --build build
-run build/greeter
+greet tlk build/greeter /tmp
 flags=$(pkg-config --cflags --libs tlkc2)
 read -ra flags <<<"$flags"
 g++ -std=c++20 main.cpp -o greeter "${flags[@]}"
-run ./greeter
+greet tlk ./greeter /tmp
 
 packages=(./*.deb)
 packages=("${packages[@]#./}")

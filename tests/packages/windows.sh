@@ -186,8 +186,6 @@ again. Nothing was changed."
   temporary='' wine 0 "$setup" /S "/$mode" '/D=C:\Elsewhere'
   wine 0 reg query "$apps"
   says "/$mode replaces another version" "    DisplayVersion    REG_SZ    $version"
-  wine 0 reg query "$class"
-  says "/$mode is registered anew" '    (Default)    REG_SZ    C:\Elsewhere\x64\TlkC2.dll'
 
   temporary='' wine 0 'C:\Elsewhere\Uninstall.exe' /S
   until_true has_ended Un.exe

@@ -33,7 +33,6 @@ all='EXIT STATUS,ENVIRONMENT'
 [ "$(sections tlk-message)" = "NAME,SYNOPSIS,DESCRIPTION,OPTIONS,EXAMPLES,$all,SEE ALSO" ]
 zcat share/man/man1/tlk-message.1.gz >page
 grep -q '^\.TH TLK\\-MESSAGE 1 1970-01-02 "tlk ' page
-grep -q '^tlk\\-message \\- build and read messages' page
 grep -qF 'Check the bytes of a captured stream instead; \- for standard input. Not with \-\-script.' page
 
 . share/bash-completion/completions/tlk
@@ -54,7 +53,6 @@ diff - <(
   completed host -
   completed serve --port ''
   completed message --check 'a '
-  completed hlep ''
 ) <<'EXPECTED'
 complete -F _tlk tlk
 -h --help --version host message serve help
@@ -63,5 +61,4 @@ host
 -h --help --script --code-page -q --quiet --no-texts
 
 a talk
-
 EXPECTED
