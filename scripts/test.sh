@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # test.sh [--native] [PRESET...]: builds and runs every test.
 #
-# Natively in each of the presets named (by default debug, asan-ubsan and tsan), conversations included, in
-# debug under valgrind too; then, unless --native is given, the Windows module in both bitnesses and its tests
-# under Wine, and the packages, which are made for it.
+# Natively in debug, asan-ubsan and tsan, conversations included, in debug under valgrind too; then, unless
+# --native is given, the Windows module in both bitnesses and its tests under Wine, and the packages, which are
+# made for it. With presets named, natively in these alone.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -23,6 +23,7 @@ test_preset() {
 
 windows=yes
 [ "${1:-}" != --native ] || { windows=no && shift; }
+[ "$#" -eq 0 ] || windows=no
 
 need_test_tools
 [ $windows = no ] || need_windows_tools
