@@ -8,8 +8,8 @@ cd "$(dirname "$0")/.."
 packages=$PWD/build/packages
 rm -rf "$packages"
 mkdir -p "$packages"
-# The time that everything made here bears.
-SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+# The time that everything made here bears: the commit's, or outside a clone the changelog's.
+SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || stat -c %Y CHANGELOG.md)}
 export SOURCE_DATE_EPOCH
 
 need_package_tools
