@@ -1,6 +1,8 @@
 #include "tests/com/ContainerFixture.h"
 
-#include <cstring>
+#include <algorithm>
+#include <cstddef>
+#include <span>
 #include <vector>
 
 #include "platform/windows/Variant.h"
@@ -10,7 +12,8 @@ namespace tlk {
 VARIANT Of(VARTYPE type, auto content) {
   VARIANT value{};
   value.vt = type;
-  std::memcpy(&value.byref, &content, sizeof(content));
+  std::ranges::copy(std::as_bytes(std::span(&content, 1)),
+                    reinterpret_cast<std::byte*>(&value.byref));
   return value;
 }
 

@@ -77,7 +77,8 @@ TEST_F(EventsTest, AHandlerMayEndWhatItIsIn) {
     peer.Send(ServerMessage("One") + ServerMessage("Two"));
     EXPECT_TRUE(PumpUntil([&] { return m_listener.calls.size() > 10; }));
     EXPECT_EQ(m_embedded.Do(OLEIVERB_SHOW), S_OK);
-    EXPECT_TRUE(PumpUntil([&] { return m_listener.calls == "One <Data/>" + heard; }));
+    const std::string all = "One <Data/>" + heard;
+    EXPECT_TRUE(PumpUntil([&] { return m_listener.calls == all; }));
     m_embedded.control->Disconnect();
   }
 }

@@ -1,5 +1,6 @@
 #include "tests/com/ContainerFixture.h"
 
+#include <gmock/gmock.h>
 #include <objsafe.h>
 
 namespace tlk {

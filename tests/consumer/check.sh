@@ -12,7 +12,6 @@ cd "$here/../.."
 rm -rf "$work"
 mkdir -p "$work/tmp"
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
-"$work/prefix/bin/tlk" --version
 
 # A folder of the program's own that is called like one of the library's does no harm.
 mkdir -p "$work/own/platform"

@@ -21,8 +21,7 @@ tlk --version | grep -F "$version"
 ldconfig -p | grep -F libtlkc2.so.1
 dpkg-query --control-show libtlkc2-1 shlibs | grep -xF "libtlkc2 1 libtlkc2-1 (>= $version)"
 
-cmake -B build
-cmake --build build
+cmake -B build && cmake --build build
 greet tlk build/greeter /tmp
 flags=$(pkg-config --cflags --libs tlkc2)
 read -ra flags <<<"$flags"

@@ -33,7 +33,6 @@ all='EXIT STATUS,ENVIRONMENT'
 [ "$(sections tlk-message)" = "NAME,SYNOPSIS,DESCRIPTION,OPTIONS,EXAMPLES,$all,SEE ALSO" ]
 zcat share/man/man1/tlk-message.1.gz >page
 grep -q '^\.TH TLK\\-MESSAGE 1 1970-01-02 "tlk ' page
-grep -qF 'Check the bytes of a captured stream instead; \- for standard input. Not with \-\-script.' page
 
 . share/bash-completion/completions/tlk
 compopt() { :; }  # The shell has it only while somebody types.
