@@ -36,11 +36,12 @@ done
 [ $windows = yes ] || exit 0
 
 build windows-x64
+packaging=
+trap 'kill $packaging 2>/dev/null || true; end_wine; end_wine32' EXIT
+start_wine
 echo "Making the packages meanwhile"
 nice scripts/package.sh >build/package.log 2>&1 &
 packaging=$!
-trap 'kill "$packaging" 2>/dev/null || true; end_wine; end_wine32' EXIT
-start_wine
 test_preset windows-x64
 echo "Playing the conversations against the module in its container"
 tests/conversations/play-in-wine.sh "build/${native[0]}" build/windows-x64
