@@ -1,15 +1,17 @@
 # What Debian has for Linux but not for mingw-w64: header libraries are lent, GoogleTest is built.
 
-# CLI11 is headers alone, but the folder it lies in holds Linux's own headers too, so it gets a folder
-# of its own.
-find_path(TLKC2_CLI11_HEADERS CLI/CLI.hpp PATHS /usr/include REQUIRED
+# CLI11 and Asio are headers alone, but the folder they lie in holds Linux's own headers too, so they get
+# a folder of their own.
+find_path(TLKC2_HEADER_LIBRARIES NAMES CLI/CLI.hpp asio.hpp PATHS /usr/include REQUIRED
   NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
 set(lent ${PROJECT_BINARY_DIR}/lent)
 file(MAKE_DIRECTORY ${lent})
-file(CREATE_LINK ${TLKC2_CLI11_HEADERS}/CLI ${lent}/CLI SYMBOLIC)
-add_library(CLI11 INTERFACE)
-add_library(CLI11::CLI11 ALIAS CLI11)
-target_include_directories(CLI11 SYSTEM INTERFACE ${lent})
+foreach(header CLI asio asio.hpp)
+  file(CREATE_LINK ${TLKC2_HEADER_LIBRARIES}/${header} ${lent}/${header} SYMBOLIC)
+endforeach()
+add_library(tlkc2_lent INTERFACE)
+target_include_directories(tlkc2_lent SYSTEM INTERFACE ${lent})
+add_library(CLI11::CLI11 ALIAS tlkc2_lent)
 
 if(TLKC2_TESTS)
   add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)

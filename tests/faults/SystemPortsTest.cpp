@@ -8,7 +8,7 @@
 #include "tests/log/LogFixture.h"
 #include "tests/platform/posix/LoopbackPeer.h"
 #include "tests/scripted/ScarceMemory.h"
-#include "tools/tlk/SilentLog.h"
+#include "tools/tlk/wire/SilentLog.h"
 
 namespace tlk::test {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/tlk/SilentLog.h"
+#include "tools/tlk/wire/SilentLog.h"
 
 namespace tlk {
 

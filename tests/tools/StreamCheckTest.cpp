@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/tlk/message/Workshop.h"
+#include "tools/tlk/wire/Workshop.h"
 
 namespace tlk::message {
 namespace {
@@ -42,7 +42,7 @@ TEST(StreamCheck, FindsTheByteAtWhichAStreamFirstGoesWrongHoweverItIsSplitUp) {
        "message 2 offset=89 length=90 type=\"A\"\nfault at byte 89: a message "
        "begins with <TLK_Message\n"},
   };
-  const Workshop workshop;
+  const wire::Workshop workshop;
   for (const auto& [bytes, expected] : cases) {
     const std::string stream = a + bytes;
     for (std::size_t piece = 1; piece <= stream.size(); ++piece) {

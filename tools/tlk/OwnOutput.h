@@ -9,6 +9,9 @@ namespace tlk {
 /// The libraries beneath print there too: the trace log echoes its lines and the codec reports its
 /// failures. Whoever reads the tool's output wants none of it, so the tool takes standard output
 /// for itself and sends everybody else's to standard error.
+///
+/// Lines and texts are UTF-8. A terminal shows them in its own encoding; a pipe or a file gets them
+/// as they are.
 class OwnOutput {
  public:
   /// The one of the process. The first call takes standard output over, so it comes before anything

@@ -12,15 +12,15 @@
 #include "tools/tlk/StandardInput.h"
 #include "tools/tlk/message/MessageSession.h"
 #include "tools/tlk/message/StreamCheck.h"
-#include "tools/tlk/message/SystemDom.h"
-#include "tools/tlk/message/Workshop.h"
+#include "tools/tlk/wire/SystemDom.h"
+#include "tools/tlk/wire/Workshop.h"
 
 namespace tlk {
 namespace {
 
 using message::MessageSession;
 using message::StreamCheck;
-using message::Workshop;
+using wire::Workshop;
 
 constexpr const char* kProgram = "tlk message";
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/tlk/FrameExtractor.h"
+#include "tools/tlk/wire/FrameExtractor.h"
 #include "xml/Codec.h"
 
 namespace tlk::message {

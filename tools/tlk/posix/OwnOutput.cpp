@@ -11,6 +11,9 @@
 #include <cstring>
 #include <string>
 
+#include "platform/Utf8.h"
+#include "tools/tlk/posix/TerminalText.h"
+
 namespace tlk {
 namespace {
 
@@ -38,6 +41,17 @@ bool WaitForRoom(int descriptor) {
   std::exit(OwnOutput::kStatusOutputLost);
 }
 
+void WriteBytes(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const auto written = ::write(descriptor, bytes.data(), bytes.size());
+    if (written >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno == EAGAIN ? !WaitForRoom(descriptor) : errno != EINTR) {
+      EndWithoutOutput(errno);
+    }
+  }
+}
+
 }  // namespace
 
 OwnOutput& OwnOutput::Get() {
@@ -54,13 +68,12 @@ OwnOutput::OwnOutput()
 void OwnOutput::Line(std::string_view line) { Text(std::string(line) + '\n'); }
 
 void OwnOutput::Text(std::string_view text) {
-  while (!text.empty()) {
-    const auto written = ::write(m_descriptor, text.data(), text.size());
-    if (written >= 0) {
-      text.remove_prefix(static_cast<std::size_t>(written));
-    } else if (errno == EAGAIN ? !WaitForRoom(m_descriptor) : errno != EINTR) {
-      EndWithoutOutput(errno);
-    }
+  if (!IsTerminal() || TerminalIsUtf8()) {
+    WriteBytes(m_descriptor, text);
+  } else {
+    std::string encoded;
+    TerminalText().Narrow(ToUtf16(text), encoded);
+    WriteBytes(m_descriptor, encoded);
   }
 }
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/tlk/FrameExtractor.h"
+#include "tools/tlk/wire/FrameExtractor.h"
 
 namespace tlk::serve {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/tlk/SilentLog.h"
+#include "tools/tlk/wire/SilentLog.h"
 #include "xml/Codec.h"
 #include "xml/Gate.h"
 #include "xml/pugixml/PugiDom.h"

@@ -8,8 +8,8 @@
 #include <csignal>
 #include <utility>
 
-#include "tools/tlk/FrameExtractor.h"
 #include "tools/tlk/Words.h"
+#include "tools/tlk/wire/FrameExtractor.h"
 
 namespace tlk::serve {
 namespace {

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "tools/tlk/Words.h"
+#include "tools/tlk/net/Listening.h"
 #include "tools/tlk/serve/Indentation.h"
-#include "tools/tlk/serve/Listening.h"
 #include "transport/Framing.h"
 #include "transport/MessageTypes.h"
 
@@ -96,8 +96,8 @@ ScriptPlayer::ScriptPlayer(const Conversation& conversation, const LineWriter& w
       m_acceptor(m_io) {}
 
 asio::error_code ScriptPlayer::Listen(std::uint16_t port) {
-  const auto error = ListenOnLoopback(m_acceptor, port);
-  if (!error) m_writeLine(ListeningLine(m_acceptor));
+  const auto error = net::Listen(m_acceptor, {asio::ip::address_v4::loopback(), port});
+  if (!error) m_writeLine(net::ListeningLine(m_acceptor));
   return error;
 }
 

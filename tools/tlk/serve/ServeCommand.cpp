@@ -1,13 +1,11 @@
 #include "tools/tlk/serve/ServeCommand.h"
 
 #include <CLI/CLI.hpp>
-#include <charconv>
-#include <limits>
 #include <memory>
 #include <string>
 
+#include "tools/tlk/NumberOption.h"
 #include "tools/tlk/OwnOutput.h"
-#include "tools/tlk/Words.h"
 #include "tools/tlk/serve/ScriptPlayer.h"
 #include "tools/tlk/serve/Server.h"
 
@@ -77,21 +75,6 @@ int Run(const ServeOptions& options) {
   } catch (const std::exception& error) {
     return ReportFailure(error.what());
   }
-}
-
-/// Adds an option that is a whole number from `least` to `most`.
-template <typename Number>
-CLI::Option* AddNumber(CLI::App& serve, const std::string& name, Number& number,
-                       const std::string& description, Number least,
-                       Number most = std::numeric_limits<Number>::max()) {
-  const auto read = [&number, name, least, most](const std::string& word) {
-    const char* const end = word.data() + word.size();
-    const auto [stop, code] = std::from_chars(word.data(), end, number);
-    if (code == std::errc{} && stop == end && number >= least && number <= most) return;
-    throw CLI::ValidationError(name + " must be a whole number from " + std::to_string(least) +
-                               " to " + std::to_string(most) + ", not " + Quote(word));
-  };
-  return serve.add_option_function<std::string>(name, read, description);
 }
 
 void AddOptions(CLI::App& serve, ServeOptions& options) {

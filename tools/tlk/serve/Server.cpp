@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "tools/tlk/Words.h"
-#include "tools/tlk/serve/Listening.h"
+#include "tools/tlk/net/Listening.h"
 #include "transport/MessageTypes.h"
 
 namespace tlk::serve {
@@ -27,8 +27,8 @@ Server::Server(const ServerOptions& options, LineWriter writeLine)
 Server::~Server() = default;
 
 asio::error_code Server::Listen() {
-  const auto error = ListenOnLoopback(m_acceptor, m_options.port);
-  if (!error) m_writeLine(ListeningLine(m_acceptor));
+  const auto error = net::Listen(m_acceptor, {asio::ip::address_v4::loopback(), m_options.port});
+  if (!error) m_writeLine(net::ListeningLine(m_acceptor));
   return error;
 }
 

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <string>
 
+#include "platform/Utf8.h"
 #include "tools/tlk/windows/StandardOutput.h"
 
 namespace tlk {
@@ -22,6 +23,30 @@ constexpr std::size_t kMostAtOnce = 16384;
 [[noreturn]] void EndWithoutOutput(int error) {
   std::fprintf(stderr, "tlk: cannot write standard output: %s\n", std::strerror(error));
   std::exit(OwnOutput::kStatusOutputLost);
+}
+
+HANDLE HandleOf(int descriptor) { return reinterpret_cast<HANDLE>(_get_osfhandle(descriptor)); }
+
+void WriteBytes(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const auto most = static_cast<unsigned>(std::min(bytes.size(), kMostAtOnce));
+    const int written = _write(descriptor, bytes.data(), most);
+    if (written <= 0) EndWithoutOutput(errno);
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+/// A console shows bytes by a code page of its own, so it is given characters.
+void WriteToConsole(int descriptor, std::u16string_view text) {
+  while (!text.empty()) {
+    const auto most = static_cast<DWORD>(std::min(text.size(), kMostAtOnce / 2));
+    DWORD written = 0;
+    if (!WriteConsoleW(HandleOf(descriptor), text.data(), most, &written, nullptr) ||
+        written == 0) {
+      EndWithoutOutput(EIO);
+    }
+    text.remove_prefix(written);
+  }
 }
 
 }  // namespace
@@ -42,17 +67,16 @@ OwnOutput::OwnOutput() : m_descriptor(_dup(STDOUT_FILENO)) {
 void OwnOutput::Line(std::string_view line) { Text(std::string(line) + '\n'); }
 
 void OwnOutput::Text(std::string_view text) {
-  while (!text.empty()) {
-    const auto most = static_cast<unsigned>(std::min(text.size(), kMostAtOnce));
-    const int written = _write(m_descriptor, text.data(), most);
-    if (written <= 0) EndWithoutOutput(errno);
-    text.remove_prefix(static_cast<std::size_t>(written));
+  if (IsTerminal()) {
+    WriteToConsole(m_descriptor, ToUtf16(text));
+  } else {
+    WriteBytes(m_descriptor, text);
   }
 }
 
 bool OwnOutput::IsTerminal() const {
   DWORD mode = 0;
-  return GetConsoleMode(reinterpret_cast<HANDLE>(_get_osfhandle(m_descriptor)), &mode) != 0;
+  return GetConsoleMode(HandleOf(m_descriptor), &mode) != 0;
 }
 
 }  // namespace tlk

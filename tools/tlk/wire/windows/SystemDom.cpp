@@ -1,11 +1,11 @@
-#include "tools/tlk/message/SystemDom.h"
+#include "tools/tlk/wire/SystemDom.h"
 
 #include <objbase.h>
 
 #include "platform/Platform.h"
 #include "xml/msxml/MsxmlDom.h"
 
-namespace tlk::message {
+namespace tlk::wire {
 namespace {
 
 /// COM for this thread. Where it is not to be had, making a document fails and says so.
@@ -34,4 +34,4 @@ std::unique_ptr<DomFactory> NewSystemDom() {
   return std::make_unique<ApartmentDom>(SystemPlatform().text);
 }
 
-}  // namespace tlk::message
+}  // namespace tlk::wire

@@ -3,12 +3,12 @@
 #include <memory>
 
 #include "platform/Platform.h"
-#include "tools/tlk/SilentLog.h"
-#include "tools/tlk/message/SystemDom.h"
+#include "tools/tlk/wire/SilentLog.h"
+#include "tools/tlk/wire/SystemDom.h"
 #include "xml/Codec.h"
 #include "xml/Gate.h"
 
-namespace tlk::message {
+namespace tlk::wire {
 
 /// The DOM, the gate and the rest that the codec needs, for this thread. Nothing is logged.
 struct Workshop {
@@ -18,4 +18,4 @@ struct Workshop {
   Codec codec{*dom, SystemPlatform().text, gate, log};
 };
 
-}  // namespace tlk::message
+}  // namespace tlk::wire

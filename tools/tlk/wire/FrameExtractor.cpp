@@ -1,4 +1,4 @@
-#include "tools/tlk/FrameExtractor.h"
+#include "tools/tlk/wire/FrameExtractor.h"
 
 #include <algorithm>
 #include <charconv>

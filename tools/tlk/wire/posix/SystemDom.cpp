@@ -1,12 +1,12 @@
-#include "tools/tlk/message/SystemDom.h"
+#include "tools/tlk/wire/SystemDom.h"
 
 #include "platform/Platform.h"
 #include "xml/pugixml/PugiDom.h"
 
-namespace tlk::message {
+namespace tlk::wire {
 
 std::unique_ptr<DomFactory> NewSystemDom() {
   return std::make_unique<PugiDomFactory>(SystemPlatform().text);
 }
 
-}  // namespace tlk::message
+}  // namespace tlk::wire
