@@ -13,7 +13,7 @@ import sys
 import tempfile
 
 DISSECTOR, TABLE = sys.argv[1:]
-FIELDS = {"frame": "frame.number", "info": "_ws.col.Info", "expert": "_ws.expert.message"} | {
+FIELDS = {"frame": "frame.number", "info": "_ws.col.Info", "expert": "_ws.expert.message", "fault": "_ws.lua.text"} | {
     name: f"tlk.{name}" for name in ("length type from to data keep_alive keep_alive_answer request_in "
                                      "response_in response_time stray").split()}
 

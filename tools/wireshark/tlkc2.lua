@@ -208,7 +208,7 @@ local function add_stray(range, packet, tree, problem)
   return string.format("%d bytes of no message", range:len())
 end
 
-function tlk.dissector(tvb, packet, tree)
+local function dissect(tvb, packet, tree)
   local bytes, at, shorts = tvb:raw(), 1, {}
   while at <= #bytes do
     local left = #bytes - at + 1
@@ -226,16 +226,20 @@ function tlk.dissector(tvb, packet, tree)
   end
   packet.cols.protocol = "TLK"
   if #shorts == 0 then return end
-  packet.cols.info = table.concat(shorts, ", ")
+  -- What was put together in this frame, and what follows it there, come one by one.
+  packet.cols.info = (packet.private.tlk or "") .. table.concat(shorts, ", ")
   packet.cols.info:fence()
+  packet.private.tlk = ", "
 end
+
+tlk.dissector = dissect
 
 -- For streams that begin with a message. Others are decoded by their ports, or by the user ("Decode As").
 tlk:register_heuristic("tcp", function(tvb, packet, tree)
   local start = ROOT .. " " .. MARKER
   if tvb:len() < #start or tvb:raw(0, #start) ~= start then return false end
   packet.conversation = tlk
-  tlk.dissector(tvb, packet, tree)
+  dissect(tvb, packet, tree)  -- Called as tlk.dissector it could not ask for more segments.
   return true
 end)
 DissectorTable.get("tcp.port"):add_for_decode_as(tlk)
