@@ -44,7 +44,7 @@ def packets(line, sequences):
     lengths, _, order = cuts.partition(" : ")
     by_client = arrow == ">"
     text = re.sub(r"\\x(..)", lambda byte: chr(int(byte[1], 16)), text)
-    text = re.sub(r"\[(.*?)\]", lambda match: message(by_client, match), text).encode("latin-1")
+    text = re.sub(r"(?s)\[(.*?)\]", lambda match: message(by_client, match), text).encode("latin-1")
     pieces = []
     for length in [*map(int, lengths.split()), len(text)]:
         pieces.append((sequences[by_client], text[:length]))

@@ -55,6 +55,7 @@ tlk.prefs.encoding = Pref.enum("Code page", ENC_WINDOWS_1252, "The clients' ANSI
 }, false)
 
 local tcp_stream = Field.new("tcp.stream")
+local type_of_packet = Field.new("tlk.type")
 
 -- By number of the stream: `server`, its server's address; `started`, the addresses that have sent a message;
 -- `asked`, the client's last message, while nothing came back. And what the first look at each place has found,
@@ -156,8 +157,29 @@ local function add_turn(branch, turn)
   branch:add(fields.response_time, time):set_generated()
 end
 
--- For the list of packets: what a peer wrote, without its control characters.
-local function listed(text) return (text:gsub("\xC2[\x80-\x9F]", "?"):gsub("%c", "?")) end
+-- Control characters that a terminal is not to get from a peer, as the code page writes them.
+local function has_controls(bytes)
+  local encoding = tlk.prefs.encoding
+  return bytes:find("[\0-\8\11\12\14-\31\127]")
+    or encoding == ENC_UTF_8 and bytes:find("\xC2[\x80-\x9F]")
+    or encoding == ENC_GB18030 and bytes:find("\x81\x30[\x81-\x83]")
+end
+
+-- Adds a text, byte by byte if it has control characters.
+local function add_text(branch, field, range)
+  local text = range:raw()
+  if has_controls(text) then
+    branch:add(field, range, (text:gsub("[^ -~]", function(byte) return string.format("\\x%02X", byte:byte()) end)))
+  else
+    branch:add_packet_field(field, range, tlk.prefs.encoding)
+  end
+end
+
+-- The type that was added last, on one line.
+local function listed_type()
+  local types = { type_of_packet() }
+  return (types[#types].value:gsub("%s", " "))
+end
 
 -- Adds a message, or of one that was cut off what there is, and returns it in short.
 local function add_message(range, packet, tree, length, digits)
@@ -168,8 +190,8 @@ local function add_message(range, packet, tree, length, digits)
   local kind = ""
   if first then
     local value = range:range(first - 1, last - first + 1)
-    branch:add_packet_field(fields.type, value, tlk.prefs.encoding)
-    kind = listed(value:string(tlk.prefs.encoding))
+    add_text(branch, fields.type, value)
+    kind = listed_type()
     local flag = keep_alives[text:sub(first, last)]
     if flag then branch:add(flag, value, true) end
   end
@@ -181,7 +203,7 @@ local function add_message(range, packet, tree, length, digits)
   local from = add_id(branch, range, text, "From", inside, body)
   local to = add_id(branch, range, text, "To", inside, body)
   if body < behind then
-    branch:add_packet_field(fields.data, range:range(body - 1, behind - body), tlk.prefs.encoding)
+    add_text(branch, fields.data, range:range(body - 1, behind - body))
   end
 
   add_turn(branch, finding(packet, range, look_at_turn(packet, to)))
