@@ -32,6 +32,10 @@ install(FILES tools/tlk/installed/completion.bash
 install(CODE "execute_process(COMMAND_ERROR_IS_FATAL ANY
   COMMAND \"${PROJECT_SOURCE_DIR}/tools/tlk/installed/make-man-pages.sh\" \"$<TARGET_FILE:tlk>\"
     \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_MANDIR}/man1\")" COMPONENT tlk)
+# Where the lnav and the Wireshark of this prefix look; those of /usr have their settings in /etc.
+file(RELATIVE_PATH settings ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_SYSCONFDIR})
+install(FILES tools/lnav/tlkc2.json DESTINATION ${settings}/lnav/formats/tlkc2 COMPONENT tlk)
+install(FILES tools/wireshark/tlkc2.lua DESTINATION ${CMAKE_INSTALL_LIBDIR}/wireshark/plugins COMPONENT tlk)
 install(DIRECTORY ${public_include}/TlkC2 DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/TlkC2)

@@ -48,6 +48,7 @@ execute_process(COMMAND dpkg-shlibdeps -O ${build}/libtlkc2.so.1
 string(REGEX REPLACE "^.*Depends=|\n" "" depends "${depends}")
 file(WRITE ${control}/shlibs "libtlkc2 1 libtlkc2-1 (>= ${CPACK_PACKAGE_VERSION})\n")
 file(WRITE ${control}/triggers "activate-noawait ldconfig\n")
+file(WRITE ${control}/conffiles "/etc/lnav/formats/tlkc2/tlkc2.json\n")
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libtlkc2-1)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
@@ -70,10 +71,13 @@ library to link statically, and what CMake and pkg-config know it by.")
 set(CPACK_DEBIAN_TLK_PACKAGE_NAME tlk)
 set(CPACK_DEBIAN_TLK_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_TLK_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_TLK_PACKAGE_SUGGESTS "lnav, wireshark | tshark")
+set(CPACK_DEBIAN_TLK_PACKAGE_CONTROL_EXTRA ${control}/conffiles)
 set(CPACK_DEBIAN_TLK_CONTAINS libpugixml-dev libcli11-dev libasio-dev)
 set(CPACK_DEBIAN_TLK_DESCRIPTION "connection to a message server (console, server, workbench)
 ${CPACK_PACKAGE_DESCRIPTION}
 .
 This package has the tool for those who write servers and hosts: a host to
 type at, a server to develop against, and a workbench that builds, reads and
-checks messages.")
+checks messages. The lnav and the Wireshark of this system know the trace log
+and the messages by it.")

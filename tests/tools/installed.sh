@@ -9,6 +9,8 @@ cd "$prefix"
 
 diff - <(find . -type f | sort) <<'EXPECTED'
 ./bin/tlk
+./etc/lnav/formats/tlkc2/tlkc2.json
+./lib/wireshark/plugins/tlkc2.lua
 ./share/bash-completion/completions/tlk
 ./share/man/man1/tlk-host.1.gz
 ./share/man/man1/tlk-message.1.gz
