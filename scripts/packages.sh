@@ -26,7 +26,7 @@ need_build_tools() {
 
 need_test_tools() {
   need_build_tools && need libgtest-dev libgmock-dev libexpat1-dev valgrind iproute2 \
-    python3 pkgconf libglib2.0-dev groff-base
+    python3 pkgconf libglib2.0-dev groff-base lnav tshark
 }
 
 need_fuzz_tools() {

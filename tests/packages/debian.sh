@@ -39,14 +39,14 @@ mirror=$(apt-get --print-uris update | sed -nE "s|^'(.*)/dists/$suite/InRelease'
 /usr/lib/apt/apt-helper download-file "$mirror/dists/$suite/InRelease" "$work/files/InRelease" \
   >"$work/mirror.log" 2>&1 || leave_out "the mirror gives nothing: $(grep '^E: Failed' "$work/mirror.log")"
 
-base=$work/$suite
+base=$work/$suite-lnav-tshark
 if [ ! -e "$base" ]; then
   echo "Making a clean Debian"
   rm -rf "$base.new"
   quietly "$work/debootstrap.log" alone debootstrap --variant=minbase "$suite" "$base.new" "$mirror"
   echo force-unsafe-io >"$base.new/etc/dpkg/dpkg.cfg.d/unsafe-io"
   quietly "$work/tools.log" in_root "$base.new" apt-get install -y --no-install-recommends \
-    g++ make cmake pkg-config
+    g++ make cmake pkg-config lnav tshark
   in_root "$base.new" apt-get clean
   echo 127.0.0.1 localhost >"$base.new/etc/hosts"
   mv "$base.new" "$base"

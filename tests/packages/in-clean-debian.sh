@@ -28,6 +28,10 @@ read -ra flags <<<"$flags"
 g++ -std=c++20 main.cpp -o greeter "${flags[@]}"
 greet tlk ./greeter /tmp
 
+export HOME=$PWD
+lnav -n -c ";SELECT count(*) || ' sent' FROM tlkc2_log WHERE line = 642" /tmp/TLK_Client.log | grep -F ' sent'
+tshark -G protocols | grep -P '^TlkC2 message\t'
+
 packages=(./*.deb)
 packages=("${packages[@]#./}")
 apt-get purge -y --autoremove "${packages[@]%%_*}"
