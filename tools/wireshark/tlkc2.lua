@@ -175,10 +175,14 @@ local function add_text(branch, field, range)
   end
 end
 
--- The type that was added last, on one line.
-local function listed_type()
-  local types = { type_of_packet() }
-  return (types[#types].value:gsub("%s", " "))
+-- What was just added as the type, on one line. Wireshark decodes it whole for a field alone.
+local function type_in_short(range)
+  local text = range:raw()
+  if text:find("[^ -~]") then
+    local types = { type_of_packet() }
+    text = types[#types].value
+  end
+  return (text:gsub("%s", " "))
 end
 
 -- Adds a message, or of one that was cut off what there is, and returns it in short.
@@ -191,7 +195,7 @@ local function add_message(range, packet, tree, length, digits)
   if first then
     local value = range:range(first - 1, last - first + 1)
     add_text(branch, fields.type, value)
-    kind = listed_type()
+    kind = type_in_short(value)
     local flag = keep_alives[text:sub(first, last)]
     if flag then branch:add(flag, value, true) end
   end
@@ -207,12 +211,13 @@ local function add_message(range, packet, tree, length, digits)
   end
 
   add_turn(branch, finding(packet, range, look_at_turn(packet, to)))
+  local short = string.format("%s (%s → %s, %d bytes)", kind, from or "?", to or "?", length)
   if #text < length then
     branch:add_proto_expert_info(experts.cut)
   elseif not ending then
     branch:add_proto_expert_info(experts.stamp, "The length stamp does not fit: no message ends there")
+    short = short .. " bad stamp: no message ends there"
   end
-  local short = string.format("%s (%s → %s, %d bytes)", kind, from or "?", to or "?", length)
   branch:append_text(": " .. short)
   return short
 end
@@ -223,7 +228,7 @@ local function add_stray(range, packet, tree, problem)
   branch:add(fields.stray, range)
   if problem then
     branch:add_proto_expert_info(experts.stamp, "The length stamp does not fit: " .. problem)
-    return "bad stamp"
+    return "bad stamp: " .. problem
   end
   local started = finding(packet, range, function(stream, sender) return stream.started[sender] or false end)
   branch:add_proto_expert_info(started and experts.between or experts.first)
