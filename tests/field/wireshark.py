@@ -81,7 +81,7 @@ def gets_through_garbage():
     chance = random.Random(17)
     words = [b"<TLK_Message", b' Length="', b"0000000", b"0000045", b"-000001", b"9999999", b'"', b" Type='", b"<To Id='7",
              b"<Data", b"</TLK_Message>", b"\0\x1B", b" " * 40, message(True, "Word", "").encode()]
-    records = [packet(0, chance.randrange(2), chance.randrange(2000), b"".join(chance.choices(words, k=8)), 1025 + i // 10)
+    records = [packet(0, chance.randrange(2), i % 10 * 120, b"".join(chance.choices(words, k=8)), 1025 + i // 10)
                for i in range(3000)]
     shown = tshark(capture([]) + b"".join(records) + packet(9, True, 1000, message(True, "Last", "").encode()),
                    "-V", "-d", "tcp.port==1371,tlk")

@@ -79,7 +79,7 @@ local function address(host, port) return tostring(host) .. " " .. port end
 -- Finds out once what LOOK(STREAM, SENDER, RECEIVER) returns for this place.
 local function finding(packet, range, look)
   local stream = tcp_stream().value
-  local place = table.concat({ packet.number, stream, range:offset(), range:len() }, " ")
+  local place = table.concat({ packet.number, stream, range:tvb():offset(), range:len() }, " ")
   if findings[place] == nil then
     streams[stream] = streams[stream] or { started = {} }
     findings[place] = look(streams[stream], address(packet.src, packet.src_port),
