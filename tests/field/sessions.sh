@@ -1,17 +1,13 @@
 #!/usr/bin/env bash
 # sessions.sh TLK SOURCE: whether docs/field-tools.md installs and shows what it says, where the log is that of the
-# stories in docs/trace-log.md and the capture one of captures.txt; then whether lnav.md beside this holds.
+# stories in docs/trace-log.md, and the capture one of captures.txt; then whether lnav.md beside this holds.
 set -euo pipefail
-tlk=$(realpath "$1") source=$2
-export HOME
-HOME=$(mktemp -d)
+tlk=$(realpath "$1") source=$2 HOME=$(mktemp -d)
 trap 'rm -rf "$HOME"' EXIT
-cd "$HOME"
-mkdir field-tools
-cp "$source"/tools/lnav/tlkc2.json "$source"/tools/wireshark/tlkc2.lua field-tools
+mkdir "$HOME/field-tools" && cd "$HOME"
+cp "$source"/tools/{lnav/tlkc2.json,wireshark/tlkc2.lua} field-tools
 sed -n '/^## Stories/,$p' "$source/docs/trace-log.md" | sed -n '/^```$/,/^```$/{/^```/d;p}' |
   sed -z 's/\n (/\x01 (/g' | sort -s -k1,2 | tr '\001' '\n' >TLK_Client.log
 "$source/tests/field/wireshark.py" - "$source/tests/field/captures.txt" 'what docs/' >talk.pcap
-for page in docs/field-tools.md tests/field/lnav.md; do
-  "$source/tests/docs/play-sessions.sh" "$tlk" "$source/$page"
-done
+"$source/tests/docs/play-sessions.sh" "$tlk" "$source/docs/field-tools.md"
+"$source/tests/docs/play-sessions.sh" "$tlk" "$source/tests/field/lnav.md"
