@@ -1,45 +1,39 @@
 #include "tools/tlk/message/StreamCheck.h"
 
-#include <algorithm>
-#include <optional>
 #include <utility>
 
 #include "tools/tlk/Words.h"
+#include "tools/tlk/message/CaptureKind.h"
 #include "xml/Gate.h"
 #include "xml/TLK_XMLParser.h"
 
 namespace tlk::message {
+
+using wire::Counted;
+using wire::Finding;
+using wire::JudgeEnd;
+using wire::JudgeMessage;
+using wire::ReadMessageText;
+using wire::Sender;
+
 namespace {
 
-constexpr std::string_view kRootTag = kMessageOpening.substr(0, kMessageOpening.find(' '));
-constexpr std::string_view kBlanks = " \t\r\n";
-
-/// The first byte that is not that of the root's opening tag; none when the message begins with it.
-std::optional<std::size_t> FindStrayByte(std::string_view frame) {
-  const std::size_t matched = MatchOpening(frame);
-  const bool isRoot = matched > kRootTag.size() ||
-                      (matched == kRootTag.size() && kBlanks.find(frame[matched]) != kBlanks.npos);
-  if (isRoot) return std::nullopt;
-  return matched;
-}
-
-std::string Counted(std::uint64_t count, const char* unit) {
-  return std::to_string(count) + ' ' + unit + (count == 1 ? "" : "s");
-}
+constexpr std::string_view kHowToTakeBytesOut =
+    "  Unpack it if it is compressed. Wireshark takes the bytes of one direction out of packets:\n"
+    "  Follow, TCP Stream, show as Raw, Save as; so does 'tcpflow -r FILE'.";
 
 }  // namespace
-
-/// What a message is found to be.
-struct StreamCheck::Finding {
-  std::optional<std::string> type;
-  std::string fault;
-  std::size_t position = 0;  ///< Of the fault, in the message.
-};
 
 StreamCheck::StreamCheck(const Codec& codec, Print print)
     : m_codec(codec), m_print(std::move(print)) {}
 
 bool StreamCheck::Append(std::string_view bytes) {
+  m_firstBytes += bytes.substr(0, kTellingBytes - m_firstBytes.size());
+  if (const auto kind = ForeignKind(m_firstBytes); !kind.empty()) {
+    Tell(0, {true, 0, "this is " + std::string(kind) + ", not the bytes of a stream"});
+    m_print(kHowToTakeBytesOut);
+    return false;
+  }
   m_frames.Append(bytes);
   std::uint64_t offset = m_frames.Offset();
   while (const auto frame = m_frames.Next()) {
@@ -47,63 +41,45 @@ bool StreamCheck::Append(std::string_view bytes) {
     offset = m_frames.Offset();
   }
   if (m_frames.Error().empty()) return true;
-  Fault(m_frames.ErrorOffset(), m_frames.Error());
+  Tell(0, {true, m_frames.ErrorOffset(), m_frames.Error()});
   return false;
 }
 
 void StreamCheck::End() {
-  const std::string_view rest = m_frames.Rest();
-  const std::uint64_t begin = m_frames.Offset();
-  const std::string message = "the message at byte " + std::to_string(begin);
-  const std::size_t matched = MatchOpening(rest);
-  if (matched < std::min(rest.size(), kMessageOpening.size())) {
-    Fault(begin + matched, "left over: " + Counted(rest.size(), "byte") + ", no message begins so");
-  } else if (m_frames.Length() != 0) {
-    Fault(begin + rest.size(), "the stream ends, but " + message + " lacks " +
-                                   Counted(m_frames.Length() - rest.size(), "byte"));
-  } else if (!rest.empty()) {
-    Fault(begin + rest.size(), "the stream ends within the stamp of " + message);
+  if (const auto finding = JudgeEnd(m_frames)) {
+    Tell(0, *finding);
   } else if (!m_foundFault) {
-    m_print("all well: " + Counted(m_messages, "message") + ", " + Counted(begin, "byte"));
+    m_print("all well: " + Counted(m_messages, "message") + ", " +
+            Counted(m_frames.Offset(), "byte"));
   }
 }
 
 void StreamCheck::CheckMessage(std::uint64_t offset, const std::string& frame) {
-  const Finding found = Examine(frame);
+  const auto message = ReadMessageText(frame, m_codec.gate);
+  auto findings = JudgeMessage(frame, message, Sender::kUnknown);
+  std::string type;
+  const bool hasType = message.verdict.Passed() && ReadType(frame, type, findings);
   m_print("message " + std::to_string(++m_messages) + " offset=" + std::to_string(offset) +
-          " length=" + std::to_string(frame.size()) +
-          " type=" + (found.type ? Quote(*found.type) : "-"));
-  if (!found.fault.empty()) {
-    Fault(offset + found.position, found.fault);
-  } else if (!found.type) {
-    m_print("remark at byte " + std::to_string(offset) + ": no Type; a host is told an empty one");
+          " length=" + std::to_string(frame.size()) + " type=" + (hasType ? Quote(type) : "-"));
+  for (const auto& finding : findings) {
+    Tell(offset, finding);
   }
 }
 
-StreamCheck::Finding StreamCheck::Examine(std::string_view frame) const {
-  Finding finding;
+/// As a client reads it. What forbids that is found then, too.
+bool StreamCheck::ReadType(const std::string& frame, std::string& type,
+                           std::vector<Finding>& findings) const {
   Codec codec = m_codec;
   codec.maxDepth = kMaxMessageDepth;
-  const GateVerdict verdict = codec.gate.Pass(frame, codec.maxDepth);
-  if (verdict.Passed()) {
-    TLK_XMLParser parser(codec, frame);
-    std::string type;
-    if (parser.GetType(type) == 0) finding.type = type;
-    if (!parser.HasDocument()) finding.fault = "the DOM cannot load the message";
-  } else {
-    finding.fault = std::string("not XML: ") + verdict.reason;
-    finding.position = verdict.position;
-  }
-  if (const auto stray = FindStrayByte(frame)) {
-    finding.fault = "a message begins with " + std::string(kRootTag);
-    finding.position = *stray;
-  }
-  return finding;
+  TLK_XMLParser parser(codec, frame);
+  if (!parser.HasDocument()) findings = {{true, 0, "the DOM cannot load the message"}};
+  return parser.GetType(type) == 0;
 }
 
-void StreamCheck::Fault(std::uint64_t offset, const std::string& what) {
-  m_foundFault = true;
-  m_print("fault at byte " + std::to_string(offset) + ": " + what);
+void StreamCheck::Tell(std::uint64_t offset, const Finding& finding) {
+  m_foundFault = m_foundFault || finding.isFault;
+  m_print((finding.isFault ? "fault at byte " : "remark at byte ") +
+          std::to_string(offset + finding.position) + ": " + finding.text);
 }
 
 }  // namespace tlk::message

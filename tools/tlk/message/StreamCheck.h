@@ -4,8 +4,10 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tools/tlk/wire/FrameExtractor.h"
+#include "tools/tlk/wire/MessageRules.h"
 #include "xml/Codec.h"
 
 namespace tlk::message {
@@ -18,7 +20,8 @@ namespace tlk::message {
 ///
 /// The first fault is where the stream first goes wrong; those behind it may follow from it. A
 /// message that is framed but otherwise faulty does not end the check, as it does not end a
-/// connection; a faulty stamp does both. What hosts can live with is a remark and no fault.
+/// connection; a faulty stamp does both. What hosts can live with is a remark and no fault. A
+/// file of another kind, such as a capture of packets, is named and ends the check.
 class StreamCheck {
  public:
   using Print = std::function<void(std::string_view line)>;
@@ -35,15 +38,15 @@ class StreamCheck {
   [[nodiscard]] bool FoundFault() const { return m_foundFault; }
 
  private:
-  struct Finding;
-
   void CheckMessage(std::uint64_t offset, const std::string& frame);
-  [[nodiscard]] Finding Examine(std::string_view frame) const;
-  void Fault(std::uint64_t offset, const std::string& what);
+  bool ReadType(const std::string& frame, std::string& type,
+                std::vector<wire::Finding>& findings) const;
+  void Tell(std::uint64_t offset, const wire::Finding& finding);
 
   const Codec m_codec;
   const Print m_print;
   FrameExtractor m_frames;
+  std::string m_firstBytes;  ///< As many as tell what a file is.
   std::uint64_t m_messages = 0;
   bool m_foundFault = false;
 };

@@ -56,6 +56,8 @@ class Judge {
     JudgeId(MessageText::kTo);
     JudgeData();
     JudgeChildren();
+    std::stable_sort(m_findings.begin(), m_findings.end(),
+                     [](const auto& a, const auto& b) { return a.position < b.position; });
     return std::move(m_findings);
   }
 
@@ -99,7 +101,7 @@ class Judge {
     const auto id = ReadId(*value);
     if (!id) {
       Remark(*value, "the Id of " + name + ", " + Quoted(*value) +
-                         ", is no signed 32-bit number: it reads as far as it is one, else as 0");
+                         ", is no signed 32-bit number: it reads as its first digits, or as 0");
     } else if (child == MessageText::kTo) {
       JudgeReceiver(*value, *id);
     }
