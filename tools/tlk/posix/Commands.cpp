@@ -5,6 +5,7 @@
 #include "tools/tlk/message/MessageCommand.h"
 #include "tools/tlk/posix/CodePage.h"
 #include "tools/tlk/serve/ServeCommand.h"
+#include "tools/tlk/tap/TapCommand.h"
 
 namespace tlk {
 
@@ -13,12 +14,14 @@ const char* const kExamples =
     "  tlk host                           type commands, see events\n"
     "  tlk host --script commands.txt     run commands from a file\n"
     "  tlk message                        build and read messages by hand\n"
-    "  tlk message --check captured.bin   find the fault in a stream\n";
+    "  tlk message --check captured.bin   find the fault in a stream\n"
+    "  tlk tap --to server 1371           see what hosts and a server say\n";
 
 void AddCommands(CLI::App& app, int& exitStatus) {
   AddHostCommand(app, exitStatus);
   AddMessageCommand(app, exitStatus);
   AddServeCommand(app, exitStatus);
+  AddTapCommand(app, exitStatus);
   AddAbsentCommand(app, exitStatus, "doctor",
                    "looks at how the ActiveX control is registered, which is a thing of Windows: "
                    "run 'tlk.exe doctor' there");
