@@ -7,3 +7,7 @@ tlkc2_add_comparison(receive SOURCES receive.cpp StropheClient.cpp
 tlkc2_add_comparison(roundtrip SOURCES roundtrip.cpp LINK tlkc2_control)
 tlkc2_add_comparison(large SOURCES large.cpp LINK tlkc2_control ${TLKC2_PUGIXML})
 tlkc2_add_comparison(idle SOURCES idle.cpp LINK tlkc2_control)
+
+# A script that stands beside the others, and measures the program.
+configure_file(tap.py compare_tap COPYONLY)
+add_custom_target(compare_tap DEPENDS tlk)

@@ -6,7 +6,7 @@
 # A bound that is not met shows in the table and fails nothing.
 set -euo pipefail
 
-subjects=(receive roundtrip building large logging locks gate lists hostile idle)
+subjects=(receive roundtrip building large logging locks gate lists hostile idle tap)
 
 # fail TEXT... : ends with status 2.
 fail() {
