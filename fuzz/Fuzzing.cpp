@@ -32,4 +32,14 @@ std::string Input::Text() {
   return text;
 }
 
+std::string PeerBytes(Input& input) {
+  const bool isStamped = input.Choice(2) == 1;
+  std::string bytes = input.Text();
+  if (!isStamped) return bytes;
+  char head[] = "<TLK_Message Length=\"0000000\"";
+  std::snprintf(head, sizeof head, "<TLK_Message Length=\"%07u\"",
+                static_cast<unsigned>(sizeof head - 1 + bytes.size()) % 10'000'000);
+  return head + bytes;
+}
+
 }  // namespace tlk::fuzz

@@ -35,4 +35,7 @@ class Input {
   std::string_view m_left;
 };
 
+/// Bytes from a peer: as the input has them, or put into a message that tells its true length.
+[[nodiscard]] std::string PeerBytes(Input& input);
+
 }  // namespace tlk::fuzz
