@@ -15,6 +15,7 @@ diff - <(find . -type f | sort) <<'EXPECTED'
 ./share/man/man1/tlk-host.1.gz
 ./share/man/man1/tlk-message.1.gz
 ./share/man/man1/tlk-serve.1.gz
+./share/man/man1/tlk-tap.1.gz
 ./share/man/man1/tlk.1.gz
 EXPECTED
 
@@ -56,7 +57,7 @@ diff - <(
   completed message --check 'a '
 ) <<'EXPECTED'
 complete -F _tlk tlk
--h --help --version host message serve help
+-h --help --version host message serve tap help
 host
 --max-length --max-queue
 -h --help --script --code-page -q --quiet --no-texts

@@ -75,7 +75,9 @@ void Observer::Ended(int client, Way way, const Moment& when) {
   m_printer.Print(wire::ShowTime(when.local) + ' ' + NameOf(client, way) + " end\n" +
                   FaultAtEnd(stream));
   if (m_recorder == nullptr) return;
-  RecordRest(client, way, when);
+  for (const Way any : kWays) {
+    RecordRest(client, any, when);
+  }
   m_recorder->End(client, way, when.tick);
 }
 

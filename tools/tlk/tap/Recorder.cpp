@@ -146,9 +146,7 @@ void Recorder::Pause(std::uint64_t tick) {
 
 void Recorder::Put(int client, std::string_view line, std::uint64_t tick) {
   std::string text;
-  if (std::exchange(m_client, client) != client) {
-    text = "  client " + std::to_string(client) + '\n';
-  }
+  if (std::exchange(m_client, client) != client) text = "  client " + std::to_string(client) + '\n';
   m_tick = tick;
   Write(((text += "  ") += line) += '\n');
 }

@@ -85,9 +85,7 @@ TapOptions Settle(const TapCommandOptions& options) {
 /// It listens before it makes a file, and says so when all is well.
 int RunTap(const TapCommandOptions& options) {
   Tap tap(Settle(options));
-  if (const auto error = tap.Listen()) {
-    return ReportTapFailure("cannot listen: " + error.message());
-  }
+  if (const auto error = tap.Listen()) return ReportTapFailure("cannot listen: " + error.message());
   OpenFile record;
   if (!options.record.empty()) record = MakeNewFile(options.record);
   if (!options.record.empty() && record == nullptr) {
@@ -129,7 +127,8 @@ void AddTapOptions(CLI::App& tap, TapCommandOptions& options) {
   };
   tap.add_option_function<std::vector<std::string>>("--to", readTarget,
                                                     "The server, by name or address")
-      ->expected(2)
+      ->type_size(2)
+      ->expected(1)
       ->required()
       ->type_name("HOST PORT");
   tap.add_flag("--hide-data", options.view.hideData,
