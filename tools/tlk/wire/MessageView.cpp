@@ -37,7 +37,9 @@ std::string ShowType(const MessageText& message) {
 
 std::string ShowId(const MessageChild& child) {
   const auto id = FindAttribute(child.tag, "Id");
-  return id ? Printable(id->substr(0, kMostOfId)) : "-";
+  if (!id) return "-";
+  const auto shown = Printable(id->substr(0, kMostOfId));
+  return id->find_first_not_of("-0123456789") == std::string_view::npos ? shown : '"' + shown + '"';
 }
 
 /// Lays a body out in lines while a scanner goes through it.
