@@ -161,6 +161,7 @@ void Recorder::Write(std::string_view text) {
   std::FILE* const file = m_file.get();
   if (std::fwrite(text.data(), 1, text.size(), file) != text.size() || std::fflush(file) != 0) {
     m_failure = SystemFailure();
+    std::fprintf(stderr, "tlk tap: the record ends here: %s\n", m_failure.c_str());
   }
 }
 
