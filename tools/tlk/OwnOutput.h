@@ -29,6 +29,9 @@ class OwnOutput {
   /// Writes a text as it is, otherwise like `Line`.
   void Text(std::string_view text);
 
+  /// Whether somebody may still read it. Where the system does not tell, the next line will.
+  [[nodiscard]] bool HasReader() const;
+
   /// Whether it goes to a terminal.
   [[nodiscard]] bool IsTerminal() const;
 

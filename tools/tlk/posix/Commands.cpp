@@ -2,6 +2,7 @@
 
 #include "tools/tlk/AbsentCommand.h"
 #include "tools/tlk/host/HostCommand.h"
+#include "tools/tlk/log/LogCommand.h"
 #include "tools/tlk/message/MessageCommand.h"
 #include "tools/tlk/posix/CodePage.h"
 #include "tools/tlk/serve/ServeCommand.h"
@@ -13,12 +14,14 @@ const char* const kExamples =
     "  tlk serve --port 1371              answer every message with itself\n"
     "  tlk host                           type commands, see events\n"
     "  tlk host --script commands.txt     run commands from a file\n"
+    "  tlk log --errors --explain         see what went wrong, and what to do\n"
     "  tlk message                        build and read messages by hand\n"
     "  tlk message --check captured.bin   find the fault in a stream\n"
     "  tlk tap --to server 1371           see what hosts and a server say\n";
 
 void AddCommands(CLI::App& app, int& exitStatus) {
   AddHostCommand(app, exitStatus);
+  AddLogCommand(app, exitStatus);
   AddMessageCommand(app, exitStatus);
   AddServeCommand(app, exitStatus);
   AddTapCommand(app, exitStatus);

@@ -77,6 +77,11 @@ void OwnOutput::Text(std::string_view text) {
   }
 }
 
+bool OwnOutput::HasReader() const {
+  pollfd looked{m_descriptor, 0, 0};
+  return ::poll(&looked, 1, 0) <= 0 || (looked.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
+}
+
 bool OwnOutput::IsTerminal() const { return ::isatty(m_descriptor) == 1; }
 
 }  // namespace tlk

@@ -74,6 +74,8 @@ void OwnOutput::Text(std::string_view text) {
   }
 }
 
+bool OwnOutput::HasReader() const { return true; }
+
 bool OwnOutput::IsTerminal() const {
   DWORD mode = 0;
   return GetConsoleMode(HandleOf(m_descriptor), &mode) != 0;
