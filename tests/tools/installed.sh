@@ -13,6 +13,7 @@ diff - <(find . -type f | sort) <<'EXPECTED'
 ./lib/wireshark/plugins/tlkc2.lua
 ./share/bash-completion/completions/tlk
 ./share/man/man1/tlk-host.1.gz
+./share/man/man1/tlk-log.1.gz
 ./share/man/man1/tlk-message.1.gz
 ./share/man/man1/tlk-serve.1.gz
 ./share/man/man1/tlk-tap.1.gz
@@ -32,6 +33,7 @@ sections() {
 all='EXIT STATUS,ENVIRONMENT'
 [ "$(sections tlk)" = "NAME,SYNOPSIS,DESCRIPTION,COMMANDS,OPTIONS,EXAMPLES,$all,FILES,SEE ALSO" ]
 [ "$(sections tlk-host)" = "NAME,SYNOPSIS,DESCRIPTION,OPTIONS,EXAMPLES,$all,FILES,SEE ALSO" ]
+[ "$(sections tlk-log)" = "NAME,SYNOPSIS,DESCRIPTION,OPTIONS,EXAMPLES,$all,FILES,SEE ALSO" ]
 [ "$(sections tlk-serve)" = "NAME,SYNOPSIS,DESCRIPTION,OPTIONS,EXAMPLES,$all,SEE ALSO" ]
 [ "$(sections tlk-message)" = "NAME,SYNOPSIS,DESCRIPTION,OPTIONS,EXAMPLES,$all,SEE ALSO" ]
 zcat share/man/man1/tlk-message.1.gz >page
@@ -57,7 +59,7 @@ diff - <(
   completed message --check 'a '
 ) <<'EXPECTED'
 complete -F _tlk tlk
--h --help --version host message serve tap help
+-h --help --version host log message serve tap help
 host
 --max-length --max-queue
 -h --help --script --code-page -q --quiet --no-texts

@@ -109,9 +109,9 @@ NR == 1 {
   add("SYNOPSIS", bold(called) " " rest)
   next
 }
-/^(Options|Subcommands|Examples):$/ {
+/^(Positionals|Options|Subcommands|Examples):$/ {
   end_block()
-  part = /^Sub/ ? "COMMANDS" : toupper(substr($0, 1, length($0) - 1))
+  part = /^Sub/ ? "COMMANDS" : /^Pos/ ? "OPTIONS" : toupper(substr($0, 1, length($0) - 1))
   may_be_list = 1
   next
 }
@@ -132,7 +132,7 @@ NR == 1 {
 }
 
 function add_surroundings(    hosts) {
-  hosts = name == "tlk" || name == "tlk-host"
+  hosts = name == "tlk" || name == "tlk-host" || name == "tlk-log"
   shares_meaning = 0
   add_term("ENVIRONMENT", bold("TLK_CODE_PAGE"),
     "The ANSI code page, by a name that \\fBiconv\\fR(1) knows. Without it: CP1252.")

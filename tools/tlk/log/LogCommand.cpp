@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/Files.h"
@@ -50,6 +51,8 @@ constexpr const char* kLogHelp =
     "  tlk log --summary --since 3d     connections, messages and errors of three days\n"
     "  tlk log --json old/TLK_Client*.log";
 
+constexpr std::string_view kInput = "-";
+
 struct LogOptions {
   std::vector<std::string> places;
   Wanted wanted;
@@ -72,7 +75,7 @@ class LogRun {
   explicit LogRun(Listing& listing) : m_take([&](const Record& record) { listing.Take(record); }) {}
 
   int Read(const std::string& place) {
-    if (place == "-") return ReadInput();
+    if (place == kInput) return ReadInput();
     return IsFolder(place) ? ReadFolder(place) : ReadOne(place);
   }
 
@@ -141,6 +144,17 @@ int Follow(const std::string& place, Listing& listing) {
   return OwnOutput::kStatusOutputLost;
 }
 
+void RefuseMisfits(const LogOptions& options) {
+  const bool hasForm = options.follows || options.shown.asJson || options.shown.withExplanations;
+  if (options.shown.asSummary && hasForm) {
+    throw CLI::ValidationError("--summary does not go with --follow, --json and --explain");
+  }
+  const auto& places = options.places;
+  if (options.follows && !places.empty() && (places.size() > 1 || places.front() == kInput)) {
+    throw CLI::ValidationError("--follow is for one FILE or FOLDER");
+  }
+}
+
 int RunLog(LogOptions options) {
   options.wanted.text = SearchedText(options.wanted.text);
   Listing listing(options.wanted, options.shown,
@@ -190,7 +204,8 @@ void AddFilters(CLI::App& command, Wanted& wanted) {
   command.add_flag("--errors", wanted.errorsOnly, "Only errors, mark E");
   wanted.thread.emplace();
   AddNumber(command, "--thread", *wanted.thread, "Only records of that thread",
-            std::numeric_limits<std::int32_t>::min());
+            std::numeric_limits<std::int32_t>::min())
+      ->type_name("N");
   command
       .add_option_function<std::string>(
           "--line", [&wanted](const std::string& word) { ReadPlace(word, wanted); },
@@ -211,28 +226,21 @@ void AddLogCommand(CLI::App& app, int& exitStatus) {
   auto* const command = app.add_subcommand("log", "Read the trace log.");
   const auto options = std::make_shared<log::LogOptions>();
   command
-      ->add_option("places", options->places, "What to read, this user's log if nothing is named")
-      ->type_name("FILE|FOLDER");
-  auto* const follow =
-      command->add_flag("-f,--follow", options->follows, "Go on with what is written to the log");
+      ->add_option("LOG", options->places,
+                   "A FILE or a FOLDER to read; without it, this user's log")
+      ->type_name("");
+  command->add_flag("-f,--follow", options->follows, "Go on with what is written to the log");
   log::AddFilters(*command, options->wanted);
-  auto* const explain = command->add_flag("--explain", options->shown.withExplanations,
-                                          "Say below each record what it means and what to do");
-  auto* const json =
-      command->add_flag("--json", options->shown.asJson, "Print each record as a JSON object");
-  command
-      ->add_flag("--summary", options->shown.asSummary,
-                 "Print connections, messages by type and errors by place instead")
-      ->excludes(follow)
-      ->excludes(explain)
-      ->excludes(json);
+  command->add_flag("--explain", options->shown.withExplanations,
+                    "Say below each record what it means and what to do");
+  command->add_flag("--json", options->shown.asJson, "Print each record as a JSON object");
+  command->add_flag("--summary", options->shown.asSummary,
+                    "Print connections, messages by type and errors by place instead");
   AddSystemOptions(*command);
   command->footer(log::kLogHelp);
   command->callback([command, options, &exitStatus] {
     if (command->count("--thread") == 0) options->wanted.thread.reset();
-    if (options->follows && options->places.size() > 1) {
-      throw CLI::ValidationError("--follow is for one FILE or FOLDER");
-    }
+    log::RefuseMisfits(*options);
     exitStatus = log::RunLog(*options);
   });
 }

@@ -1,6 +1,6 @@
 #include "tools/tlk/log/RecordJson.h"
 
-#include <array>
+#include <algorithm>
 
 #include "platform/AnsiText.h"
 #include "platform/Platform.h"
@@ -33,12 +33,16 @@ void AppendCharacter(char16_t character, std::string& json) {
   }
 }
 
+bool NeedsEscape(char character) {
+  return character == '"' || character == '\\' || character == '\t';
+}
+
 /// Plain text goes in runs between what needs a backslash.
 void AppendPlain(std::string_view text, std::string& json) {
   while (!text.empty()) {
-    const std::size_t run = std::min(text.find_first_of("\"\\\t"), text.size());
-    json += text.substr(0, run);
-    text.remove_prefix(run);
+    const auto* const special = std::ranges::find_if(text, NeedsEscape);
+    json.append(text.begin(), special);
+    text.remove_prefix(static_cast<std::size_t>(special - text.begin()));
     if (text.empty()) return;
     AppendCharacter(static_cast<unsigned char>(text.front()), json);
     text.remove_prefix(1);
