@@ -100,10 +100,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string sizes(input.Choice(16), '\0');
   for (char& piece : sizes) piece = static_cast<char>(input.Byte());
   // Repeated, so that what is cut for its length is reached.
-  const unsigned times = input.Choice(8) == 0 ? 2000 : 1;
+  const unsigned times = input.Choice(64) == 0 ? 2000 : 1;
   const std::string pattern = input.Rest();
   std::string file;
-  for (unsigned i = 0; i < times && file.size() < 100'000; ++i) file += pattern;
+  for (unsigned i = 0; i < times && file.size() <= log::RecordReader::kLongestRecord; ++i)
+    file += pattern;
 
   Reading whole;
   whole.Append(file);

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# check-trace-log.sh SOURCE: whether docs/trace-log.md has each record of the control, its line, its
+# check-trace-log.sh SOURCE TLK: whether docs/trace-log.md has each record of the control, its line, its
 # text and the line of the end that follows in one row of a table, and all that the codec and the
-# logger say; and whether its commands do what it says.
+# logger say; whether its commands do what it says; and whether `tlk log --explain` has found all of it there.
 set -euo pipefail
 cd "$1"
 records=$(tr '\n' ' ' <transport/TraceLog.h | grep -oE '\{ *[0-9]+, *"[^"]*" *\}(, *[0-9]+)?' |
@@ -42,4 +42,30 @@ if [ "$(sh -c "$(sample LC_ALL=C)" | iconv -f UTF-8 -t UTF-16LE | wc -c)" -ne 25
   echo "Its command for the code page does not get through every byte" >&2
   missing=1
 fi
+
+# explained: how many of the records on standard input have an explanation that says something.
+explained() { "$1" log - --explain | grep -cE '^= .{10}'; }
+# said_of SOURCE TLK: the same for the lines of a source.
+said_of() { sed -E "s/^([0-9]+).*/11\/21\/2026 12:29:15.147  (1) E x ($1 - \1)/" | explained "$2"; }
+lines=$(sed -E 's/^([0-9]+) \[([0-9]*)\].*/\1 \2/' <<<"$records" | tr ' ' '\n' | grep .)
+codec=$(grep -oE '^\| \(?[BP] [^|]*' docs/trace-log.md)
+for source in Tlkc TLK_XMLBuilder TLK_XMLParser; do
+  case $source in
+    *Builder) lines=$(grep -oE 'B [0-9]+(, [0-9]+)*' <<<"$codec" | grep -oE '[0-9]+') ;;
+    *Parser) lines=$(grep -oE 'P [0-9]+(, [0-9]+)*' <<<"$codec" | grep -oE '[0-9]+') ;;
+  esac
+  wanted=$(wc -l <<<"$lines")
+  if [ "$wanted" -lt 10 ] || [ "$(said_of "$source" "$2" <<<"$lines")" -ne "$wanted" ]; then
+    echo "tlk log --explain has nothing to say of some of these lines of $source:" $lines >&2
+    missing=1
+  fi
+done
+
+# What the page shows of its own samples is what the reader makes of them.
+shown=$("$2" log --errors --explain docs/trace-log.md)
+sample=$(sed -n '/^\$ tlk log --errors --explain/,/^```/p' docs/trace-log.md | sed '1d; $d')
+[ "$(grep -c . <<<"$sample")" -ge 4 ] || { echo "docs/trace-log.md shows no session of tlk log" >&2; missing=1; }
+while IFS= read -r line; do
+  grep -qxF -- "$line" <<<"$shown" || { echo "tlk log does not print: $line" >&2; missing=1; }
+done <<<"$sample"
 exit "$missing"

@@ -7,6 +7,9 @@
 namespace tlk::log {
 namespace {
 
+// What the log writes between two records begins so.
+constexpr std::string_view kQueueLine = "-----";
+
 void AppendShown(std::string_view text, std::string& shown) {
   if (IsPlain(text)) {
     shown += text;
@@ -32,6 +35,7 @@ void AppendText(const Record& record, std::string& shown) {
   const auto end =
       static_cast<std::size_t>(record.message.data() + record.message.size() - record.text.data());
   std::string_view rest = record.text.substr(0, end);
+  if (!record.hasHead && !record.text.starts_with(kQueueLine)) shown += "? ";
   AppendShown(TakeLine(rest), shown);
   while (!rest.empty()) {
     const std::string_view line = TakeLine(rest);

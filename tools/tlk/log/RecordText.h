@@ -12,7 +12,8 @@ namespace tlk::log {
 
 /// Appends a record as a person reads it: its first line as the log has it, the lines of its
 /// message behind that indented by two blanks, or with "! " where a peer has written what looks
-/// like a record, and its source at the end of the last one.
+/// like a record, and its source at the end of the last one. A line that belongs to no record has
+/// "? " before it.
 void AppendText(const Record& record, std::string& shown);
 
 /// Appends what there is to say of how the record came to be, as lines that begin with "= ".
