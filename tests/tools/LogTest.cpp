@@ -1,11 +1,15 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "log/QNLogger.h"
+#include "platform/Platform.h"
+#include "platform/Synchronisation.h"
 #include "tools/tlk/log/Following.h"
 #include "tools/tlk/log/LogTime.h"
 #include "tools/tlk/log/Tally.h"
@@ -14,8 +18,9 @@ namespace tlk::log {
 namespace {
 
 TEST(LogFollowing, ReadsEachRecordOnceHoweverOftenTheLogIsRotatedBetween) {
-  const auto folder = std::filesystem::path(testing::TempDir()) / "tlk-log-following";
-  std::filesystem::remove_all(folder);
+  const auto folder =
+      std::filesystem::temp_directory_path() /
+      ("tlk-log-" + std::to_string(SystemPlatform().synchronisation.CurrentThreadId()));
   std::filesystem::create_directory(folder);
   QNLogger logger("TLK_Client.log", 4);
   logger.SetConsoleEcho(false);
@@ -30,26 +35,28 @@ TEST(LogFollowing, ReadsEachRecordOnceHoweverOftenTheLogIsRotatedBetween) {
     seen.emplace_back(TakeLine(message));
   };
   const auto doubt = [](const char* remark) { ADD_FAILURE() << remark; };
-  Following following(Generations(LogIn(folder.string())), {.record = see, .remark = doubt});
+  auto following = std::make_unique<Following>(Generations(LogIn(folder.string())),
+                                               Following::Listener{see, doubt});
   std::minstd_rand random;
-  for (int round = 0; round < 60; ++round) {
-    for (auto left = random() % 120; left > 0; --left) {
+  for (int round = 0; round < 80; ++round) {
+    for (auto left = random() % 80; left > 0; --left) {
       given.push_back("Message sent. " + std::to_string(given.size()));
       const std::string text = given.back() + "\n11/22/2026 10:24:00.100  (1) E forged\n";
       logger.LogNormal(nullptr, 0, 115, "Tlkc", 642, text.c_str());
     }
     ASSERT_EQ(logger.Flush(), 0U);
-    following.Look();
+    following->Look();
   }
   // A file that has been left is looked at once more.
-  for (int idle = 0; idle < 3; idle = following.Look() ? 0 : idle + 1) continue;
+  for (int idle = 0; idle < 3; idle = following->Look() ? 0 : idle + 1) continue;
   EXPECT_GT(given.size(), 1000U);
   EXPECT_EQ(seen, given);
 
   // What somebody deletes is not taken for the end.
   for (const auto& entry : std::filesystem::directory_iterator(folder))
     std::filesystem::remove(entry.path());
-  EXPECT_FALSE(following.Look());
+  EXPECT_FALSE(following->Look());
+  following.reset();
   std::filesystem::remove_all(folder);
 }
 
