@@ -96,6 +96,7 @@ void CheckJson(std::string_view json) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace tlk::fuzz;
+  using tlk::log::RecordReader;
   Input input(data, size);
   std::string sizes(input.Choice(16), '\0');
   for (char& piece : sizes) piece = static_cast<char>(input.Byte());
@@ -103,7 +104,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const unsigned times = input.Choice(64) == 0 ? 2000 : 1;
   const std::string pattern = input.Rest();
   std::string file;
-  for (unsigned i = 0; i < times && file.size() <= log::RecordReader::kLongestRecord; ++i)
+  for (unsigned i = 0; i < times && file.size() <= RecordReader::kLongestRecord; ++i)
     file += pattern;
 
   Reading whole;

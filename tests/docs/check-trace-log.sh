@@ -62,10 +62,12 @@ for source in Tlkc TLK_XMLBuilder TLK_XMLParser; do
 done
 
 # What the page shows of its own samples is what the reader makes of them.
-shown=$("$2" log --errors --explain docs/trace-log.md)
-sample=$(sed -n '/^\$ tlk log --errors --explain/,/^```/p' docs/trace-log.md | sed '1d; $d')
-[ "$(grep -c . <<<"$sample")" -ge 4 ] || { echo "docs/trace-log.md shows no session of tlk log" >&2; missing=1; }
-while IFS= read -r line; do
-  grep -qxF -- "$line" <<<"$shown" || { echo "tlk log does not print: $line" >&2; missing=1; }
-done <<<"$sample"
+for options in '--errors --explain' '--json --line 150'; do
+  shown=$("$2" log $options docs/trace-log.md)
+  sample=$(sed -n "/^\\$ tlk log $options\$/,/^\`\`\`/p" docs/trace-log.md | sed '1d; $d')
+  [ -n "$sample" ] || { echo "docs/trace-log.md does not show tlk log $options" >&2; missing=1; }
+  while IFS= read -r line; do
+    grep -qxF -- "$line" <<<"$shown" || { echo "tlk log does not print: $line" >&2; missing=1; }
+  done <<<"$sample"
+done
 exit "$missing"

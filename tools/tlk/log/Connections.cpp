@@ -10,8 +10,8 @@
 namespace tlk::log {
 namespace {
 
-// More than a log of honest programs has at a time; others are not followed.
-constexpr std::size_t kMostOpen = 100'000;
+// More than a log of honest programs has at a time.
+constexpr std::size_t kMostOpen = 10'000;
 
 enum class Role { kEnd, kFailure };
 
@@ -107,11 +107,16 @@ void Connections::End() {
       m_print(Named(thread) + beginning.stamp + "  no end in the log");
   }
   m_open.clear();
+  if (m_notFollowed == 0) return;
+  m_print("  not followed, for too many were open: " + std::to_string(m_notFollowed));
 }
 
 void Connections::Begin(const Record& record) {
   ++m_begun;
-  if (m_openCount == kMostOpen) return;
+  if (m_openCount == kMostOpen) {
+    ++m_notFollowed;
+    return;
+  }
   ++m_openCount;
   m_open[record.head.thread].push_back({std::string(record.head.stamp), record.head.time});
 }

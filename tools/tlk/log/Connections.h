@@ -45,6 +45,7 @@ class Connections {
   std::map<std::int32_t, std::deque<Beginning>> m_open;
   std::size_t m_openCount = 0;
   std::uint64_t m_begun = 0;
+  std::uint64_t m_notFollowed = 0;
   Tally m_ends;
 };
 
