@@ -1,16 +1,19 @@
 #!/usr/bin/env python3
 # serve.py TLK: what `tlk serve` answers and refuses, what it says of it, and how a script fails by what a
-# client sends; and how it talks with a console.
+# client sends; and how it talks with a console. TLK may be several words, the last one a program for Windows.
 
 import contextlib
 import pathlib
+import re
+import shlex
 import socket
 import subprocess
 import sys
 import tempfile
 import unittest
 
-TLK = sys.argv.pop()
+TLK = shlex.split(sys.argv.pop())
+natively = unittest.skipIf(TLK[-1].endswith(".exe"), "Wine lets no signal through, and a host needs a module")
 
 
 def stamped(text):
@@ -31,11 +34,18 @@ def rows(name):
 
 class Serve(unittest.TestCase):
     def start(self, *options):
-        self.server = subprocess.Popen([TLK, "serve", *options], encoding="latin-1",
+        self.server = subprocess.Popen([*TLK, "serve", *options], encoding="latin-1",
                                        stdout=subprocess.PIPE)
         self.addCleanup(self.server.communicate)
         self.addCleanup(self.server.terminate)
         self.port = int(self.server.stdout.readline().removeprefix("listening 127.0.0.1:"))
+
+    @contextlib.contextmanager
+    def file(self, text):
+        with tempfile.NamedTemporaryFile("w", encoding="latin-1", newline="") as file:
+            file.write(text)
+            file.flush()
+            yield file.name
 
     # Its calls give up after a while.
     def connect(self, text=""):
@@ -76,7 +86,7 @@ class Serve(unittest.TestCase):
             "client 1 lost: the stream ends within a message\n", "stopped\n", "")
         self.assertEqual(self.server.wait(20), 0)
 
-    def test_relays_to_everybody_else_until_it_is_told_to_stop(self):
+    def test_relays_to_everybody_else(self):
         self.start("--relay")
         first, second, third = (self.connect() for _ in range(3))
         self.expect_lines("client 1 connected", "client 2 connected", "client 3 connected")
@@ -84,10 +94,16 @@ class Serve(unittest.TestCase):
         self.expect(second, message("News", "<Data><a/></Data>", 1, 2))
         self.expect(third, message("News", "<Data><a/></Data>", 1, 3))
         self.expect(first, message("Keep Connection Alive Response", "<Data/>", 0, 1))
+        self.expect_lines("client 1 message", "client 1 message")
+
+    @natively
+    def test_stops_when_it_is_told_to(self):
+        self.start()
+        client = self.connect()
+        self.expect_lines("client 1 connected\n")
         self.server.terminate()
-        self.expect_lines("client 1 message", "client 1 message", "client 1 closed\n",
-                          "client 2 closed\n", "client 3 closed\n", "stopped\n")
-        self.expect(third, "")
+        self.expect_lines("client 1 closed\n", "stopped\n")
+        self.expect(client, "")
         self.assertEqual(self.server.wait(20), 0)
 
     def test_refuses_bad_clients_and_serves_the_others(self):
@@ -111,12 +127,75 @@ class Serve(unittest.TestCase):
         with self.assertRaises(ConnectionError):
             while True:
                 self.send(deaf, message("Flood", f"<Data>{'x' * 60000}</Data>"))
-        self.expect(self.connect(message("Hello")), message("Hello", "", 0, 2))
+        self.expect(self.connect(message("Hello")), message("Hello", "<Data/>", 0, 2))
 
+    # What is sent is in the shape that a client is used to, however it came.
+    def test_puts_what_it_passes_on_in_order(self):
+        self.start()
+        rest = '<Data>\r\n\t<a>&#8364;</a>\r\n</Data>\r\n<b xmlns:p="u"/>\r\n'
+        said = stamped(f"<TLK_Message Length=\"0000000\" p:x='\"' xmlns:p=\"urn\" Type='a\">b'>\r\n\t"
+                       f"<To Id='0'>x</To><From Id='-1'/>{rest}</TLK_Message>\r\n")
+        expected = stamped("<TLK_Message Length=\"0000000\" xmlns=\"\" Type='a\">b' p:x='\"' xmlns:p=\"urn\">"
+                           '<From Id="0"/><To Id="1"/><Data><a>&#8364;</a></Data><b xmlns:p="u"/></TLK_Message>')
+        self.expect(self.connect(said), expected)
+
+    # Nobody but those who leave most is refused.
+    def test_holds_little_for_all_clients_together(self):
+        self.start("--relay", "--max-memory", "3000000")
+        reader, *others = (self.connect() for _ in range(6))
+        self.expect_lines(*(f"client {n} connected" for n in range(1, 7)))
+        for number, client in enumerate(others[:3], 2):
+            self.send(client, f'<TLK_Message Length="9999999" {"x" * (number * 400000)}')
+        self.expect_lines("client 4 refused: does not finish: ")
+        self.send(others[3], message("Hello"))
+        self.expect(reader, message("Hello", "<Data/>", 5, 1))
+
+    def test_refuses_the_slowest_reader_first(self):
+        self.start("--relay", "--max-memory", "3000000")
+        reader, deaf, sender = (self.connect() for _ in range(3))
+        self.expect_lines(*(f"client {n} connected" for n in range(1, 4)))
+        flood = message("Flood", f"<Data>{'x' * 400000}</Data>")
+        deaf.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
+        for line in iter(self.server.stdout.readline, ""):
+            if not line.startswith("client 3 message"):
+                break
+            self.expect(reader, flood.replace('"-1"', '"3"').replace('To Id="0"', 'To Id="1"')
+                        .replace("0400096", "0400095"))
+            self.send(sender, flood)
+        self.assertRegex(line, "client 2 refused: does not read: [1-9][0-9]+ bytes wait; all clients together")
+
+    def test_answers_by_type_and_shows_what_it_says(self):
+        with self.file('on Q message A <a/>\non Q message B "<b>caf\xe9</b>"\non N nothing\non * message E\n') as name:
+            self.start("--answer", name, "--show", "--clients", "1")
+            client = self.connect(message("Q", "<Data><q>\x9b1m</q></Data>") + message("N") + message("X"))
+            self.expect(client, message("A", "<Data><a/></Data>", 0, 1) +
+                        message("B", "<Data><b>caf\xe9</b></Data>", 0, 1) + message("E", "<Data/>", 0, 1))
+            client.close()
+            shown = re.sub(r"\d\d:\d\d:\d\d\.\d{3}", "TIME", self.server.stdout.read())
+        self.assertIn("TIME client 1 > type=\"Q\" from=-1 to=0 bytes=116\n  <q>\u203a1m</q>\n"
+                      "TIME client 1 < type=\"A\" from=0 to=1 bytes=103\n  <a/>\n"
+                      "TIME client 1 < type=\"B\" from=0 to=1 bytes=110\n  <b>caf\xe9</b>\n"
+                      "client 1 message type=\"N\" bytes=88\n", shown.encode("latin-1").decode())
+
+    def test_says_what_is_wrong_with_a_file(self):
+        for option, text, error in rows("wrong-files.txt"):
+            with self.subTest(text), self.file(text.encode("latin-1").decode("unicode_escape")) as name:
+                run = subprocess.run([*TLK, "serve", option, name], capture_output=True, encoding="latin-1")
+                place = f"tlk serve: {'cannot read ' * ('line' not in error)}{name}: {error}"
+                self.assertEqual((run.stderr[:len(place)], run.stdout, run.returncode), (place, "", 1))
+
+    def test_warns_who_is_not_this_machine_s_alone(self):
+        for address, listens, warning in (("0.0.0.0", "listening 0.0.0.0:", "warning: other machines can reach 0.0.0.0"),
+                                          ("127.0.0.2", "listening 127.0.0.2:", "")):
+            run = subprocess.run([*TLK, "serve", "--bind", address, "--for", "1"], capture_output=True, text=True)
+            self.assertEqual((run.stdout[:len(listens)], run.returncode), (listens, 0))
+            self.assertIn(warning, run.stderr) if warning else self.assertEqual(run.stderr, "")
+
+    @natively
     # While its input is open and still.
     def test_a_console_hears_of_a_message_and_ends(self):
         self.start()
-        console = subprocess.Popen([TLK, "host", "--quiet"], encoding="latin-1",
+        console = subprocess.Popen([*TLK, "host", "--quiet"], encoding="latin-1",
                                    stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         self.addCleanup(console.communicate)
         console.stdin.write("on message quit\r\n"
@@ -129,10 +208,9 @@ class Serve(unittest.TestCase):
 
     def test_says_why_a_script_fails(self):
         for script, text, end, *options in rows("scripts.txt"):
-            with self.subTest(script, text=text), tempfile.NamedTemporaryFile("w") as file:
-                file.write("\n ".join(["limit 1\nserver:", *script.split("; ")]))
-                file.flush()
-                self.start("--script", file.name, *options)
+            script = "\n ".join(["limit 1\nserver:", *script.split("; ")])
+            with self.subTest(script, text=text), self.file(script) as name:
+                self.start("--script", name, *options)
                 with contextlib.suppress(OSError):  # It may be over before all is sent.
                     self.connect(stamped(text)).shutdown(socket.SHUT_WR)
                 lines = self.server.stdout.read().splitlines()

@@ -9,26 +9,23 @@
 namespace tlk {
 namespace {
 
-std::size_t CountWords(const CommandForm& form) {
-  const auto* const end =
-      std::find_if(form.words.begin(), form.words.end(),
-                   [](const WordForm& word) { return word.kind == WordKind::kNone; });
-  return static_cast<std::size_t>(end - form.words.begin());
-}
-
 std::string Usage(const CommandForm& form) {
   std::string usage(form.name);
   const std::size_t count = CountWords(form);
+  std::size_t open = 0;
   for (std::size_t i = 0; i < count; ++i) {
-    usage += i == form.needed ? " [" : " ";
+    const bool opens = i == form.needed || (form.oneByOne && i > form.needed);
+    usage += opens ? " [" : " ";
     usage += form.words[i].name;
+    if (opens) ++open;
   }
-  return count > form.needed ? usage + "]" : usage;
+  return usage.append(open, ']');
 }
 
 bool CountFits(const CommandForm& form, std::size_t given) {
   const std::size_t count = CountWords(form);
   const bool endless = count > 0 && form.words[count - 1].kind == WordKind::kRest;
+  if (form.oneByOne) return given >= form.needed && given <= count;
   return given == form.needed || given == count || (endless && given > form.needed);
 }
 
@@ -84,6 +81,13 @@ std::string ReadWord(const WordForm& form, const std::string& word, Argument& ar
 }
 
 }  // namespace
+
+std::size_t CountWords(const CommandForm& form) {
+  const auto* const end =
+      std::find_if(form.words.begin(), form.words.end(),
+                   [](const WordForm& word) { return word.kind == WordKind::kNone; });
+  return static_cast<std::size_t>(end - form.words.begin());
+}
 
 bool SplitCommand(std::string_view line, std::vector<std::string>& words, std::string& error) {
   words.clear();

@@ -33,12 +33,16 @@ struct WordForm {
 };
 
 /// A command: its name, how many words must follow, and what they are. The words behind those come
-/// all together or not at all.
+/// all together or not at all, or else one by one.
 struct CommandForm {
   std::string_view name;
   std::size_t needed = 0;
   std::array<WordForm, 5> words = {};
+  bool oneByOne = false;
 };
+
+/// How many words the form knows.
+[[nodiscard]] std::size_t CountWords(const CommandForm& form);
 
 /// A word that was read by its form.
 struct Argument {

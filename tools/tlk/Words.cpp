@@ -42,6 +42,9 @@ class WordReader {
     return !m_rest.empty();
   }
 
+  /// Bytes that have not been read.
+  [[nodiscard]] std::size_t Left() const { return m_rest.size(); }
+
   [[nodiscard]] bool ReadWord(std::string& word, std::string& error) {
     return m_rest.front() == '"' ? ReadQuoted(word, error) : ReadPlain(word);
   }
@@ -113,11 +116,22 @@ class WordReader {
 }  // namespace
 
 bool SplitWords(std::string_view line, std::vector<std::string>& words, std::string& error) {
+  WordPlaces places;
+  return SplitWords(line, words, error, places);
+}
+
+bool SplitWords(std::string_view line, std::vector<std::string>& words, std::string& error,
+                WordPlaces& places) {
   words.clear();
+  places = {};
   WordReader reader(line);
   while (reader.SkipToWord()) {
+    places.begins.push_back(line.size() - reader.Left());
     std::string word;
-    if (!reader.ReadWord(word, error)) return false;
+    if (!reader.ReadWord(word, error)) {
+      places.fault = line.size() - reader.Left();
+      return false;
+    }
     words.push_back(std::move(word));
   }
   return true;

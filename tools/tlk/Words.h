@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +18,16 @@ namespace tlk {
 /// `words` then holds the words before the bad one.
 [[nodiscard]] bool SplitWords(std::string_view line, std::vector<std::string>& words,
                               std::string& error);
+
+/// Where the words of a line begin, as offsets into it.
+struct WordPlaces {
+  std::vector<std::size_t> begins;  ///< Of each word, the bad one included.
+  std::size_t fault = 0;            ///< Where the bad one goes wrong.
+};
+
+/// The same, and says where.
+[[nodiscard]] bool SplitWords(std::string_view line, std::vector<std::string>& words,
+                              std::string& error, WordPlaces& places);
 
 /// A text in double quotes. A quote and a backslash get a backslash before them; every byte below
 /// 0x20 or above 0x7E becomes `\xHH`. `SplitWords` gives the text back.

@@ -5,16 +5,19 @@
 #include <asio/write.hpp>
 #include <utility>
 
+#include "tools/tlk/Printable.h"
+
 namespace tlk::serve {
 
 Connection::Connection(asio::ip::tcp::socket socket, int id, const ConnectionLimits& limits,
-                       ConnectionEvents& events)
+                       ConnectionEvents& events, std::size_t& held)
     : m_socket(std::move(socket)),
       m_id(id),
       m_limits(limits),
       m_events(events),
       m_frames(limits.message),
-      m_readBuffer() {}
+      m_readBuffer(),
+      m_holding(held, sizeof *this) {}
 
 void Connection::Start() {
   asio::error_code ignored;
@@ -42,12 +45,13 @@ void Connection::OnBytes(std::string_view bytes) {
     m_events.OnFrame(*this, *frame);
   }
   if (!m_frames.Error().empty()) Refuse(m_frames.Error());
+  CountMemory();
   if (m_socket.is_open()) Read();
 }
 
 void Connection::OnReadFailed(const asio::error_code& error) {
   if (error != asio::error::eof) {
-    End("lost: " + error.message());
+    End("lost: " + Printable(error.message()));
   } else if (!m_frames.Rest().empty()) {
     End("lost: the stream ends within a message");
   } else if (m_queue.empty()) {
@@ -57,10 +61,11 @@ void Connection::OnReadFailed(const asio::error_code& error) {
   }
 }
 
-void Connection::Send(std::string bytes) {
+void Connection::Send(Outgoing message) {
   if (!m_socket.is_open()) return;
-  m_queued += bytes.size();
-  m_queue.push_back(std::move(bytes));
+  m_queued += message.Size();
+  m_queue.push_back(std::move(message));
+  CountMemory();
   if (m_queued > m_limits.queue) {
     Refuse("does not read: " + std::to_string(m_queued) + " bytes wait");
   } else if (m_queue.size() == 1) {
@@ -69,10 +74,10 @@ void Connection::Send(std::string bytes) {
 }
 
 void Connection::Write() {
-  asio::async_write(m_socket, asio::buffer(m_queue.front()),
+  asio::async_write(m_socket, m_queue.front().Buffers(),
                     [self = shared_from_this()](const asio::error_code& error, std::size_t count) {
                       if (error) {
-                        self->End("lost: " + error.message());
+                        self->End("lost: " + Printable(error.message()));
                       } else {
                         self->OnWritten(count);
                       }
@@ -82,11 +87,17 @@ void Connection::Write() {
 void Connection::OnWritten(std::size_t count) {
   m_queued -= count;
   m_queue.pop_front();
+  CountMemory();
   if (!m_queue.empty()) {
     Write();
   } else if (m_clientDone) {
     End("closed");
   }
+}
+
+void Connection::CountMemory() {
+  m_holding.Set(sizeof *this + m_frames.Capacity() + m_queue.size() * sizeof(Outgoing));
+  m_events.OnGrowth();
 }
 
 void Connection::Refuse(std::string_view reason) { End("refused: " + std::string(reason)); }

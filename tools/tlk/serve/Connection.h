@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "tools/tlk/serve/Holding.h"
+#include "tools/tlk/serve/Outgoing.h"
 #include "tools/tlk/wire/FrameExtractor.h"
 
 namespace tlk::serve {
@@ -24,6 +26,9 @@ class ConnectionEvents {
   /// it, "lost: ..." when the network did, "refused: ..." when the server did.
   virtual void OnEnd(Connection& connection, const std::string& how) = 0;
 
+  /// More memory is held now for a client.
+  virtual void OnGrowth() = 0;
+
  protected:
   ~ConnectionEvents() = default;
 };
@@ -37,18 +42,25 @@ struct ConnectionLimits {
 /// One client. Its pending operations hold it, so it lives until the last of them is done.
 class Connection : public std::enable_shared_from_this<Connection> {
  public:
-  /// `id` names the client; `events` outlives the connection.
+  /// `id` names the client; `events` and `held` outlive the connection. All that it takes, but for
+  /// what messages share, is counted into `held`.
   Connection(asio::ip::tcp::socket socket, int id, const ConnectionLimits& limits,
-             ConnectionEvents& events);
+             ConnectionEvents& events, std::size_t& held);
 
   [[nodiscard]] int Id() const { return m_id; }
 
   /// Begins to read.
   void Start();
 
-  /// Queues bytes and sends them as the client reads. A client that leaves more waiting than the
+  /// Queues a message and sends it as the client reads. A client that leaves more waiting than the
   /// limit is refused.
-  void Send(std::string bytes);
+  void Send(Outgoing message);
+
+  /// Bytes that wait until the client reads them.
+  [[nodiscard]] std::size_t Unread() const { return m_queued; }
+
+  /// Bytes of a message of which the rest has not come.
+  [[nodiscard]] std::size_t Unfinished() const { return m_frames.Rest().size(); }
 
   /// Ends the connection because of something the client did.
   void Refuse(std::string_view reason);
@@ -62,8 +74,9 @@ class Connection : public std::enable_shared_from_this<Connection> {
   void OnReadFailed(const asio::error_code& error);
   void Write();
   void OnWritten(std::size_t count);
+  void CountMemory();
 
-  static constexpr std::size_t kReadSize = 64U << 10U;
+  static constexpr std::size_t kReadSize = 16U << 10U;
 
   asio::ip::tcp::socket m_socket;
   const int m_id;
@@ -71,9 +84,10 @@ class Connection : public std::enable_shared_from_this<Connection> {
   ConnectionEvents& m_events;
   FrameExtractor m_frames;
   std::array<char, kReadSize> m_readBuffer;
-  std::deque<std::string> m_queue;  ///< What is to be sent; the front is being sent.
-  std::size_t m_queued = 0;         ///< Bytes in `m_queue`.
-  bool m_clientDone = false;        ///< The client has ended its side of the stream.
+  std::deque<Outgoing> m_queue;  ///< What is to be sent; the front is being sent.
+  std::size_t m_queued = 0;      ///< Bytes in `m_queue`.
+  bool m_clientDone = false;     ///< The client has ended its side of the stream.
+  Holding m_holding;
 };
 
 }  // namespace tlk::serve

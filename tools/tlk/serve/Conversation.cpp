@@ -1,144 +1,130 @@
 #include "tools/tlk/serve/Conversation.h"
 
+#include <array>
 #include <charconv>
-#include <fstream>
-#include <istream>
-#include <string_view>
-#include <utility>
+#include <limits>
 
-#include "tools/tlk/InputFile.h"
+#include "tools/tlk/Words.h"
+#include "transport/Framing.h"
 
 namespace tlk::serve {
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r";
 constexpr std::string_view kFill = "$FILL:";
+constexpr std::array<std::string_view, 4> kSections = {"server:", "host:", "output:", "log:"};
+constexpr const char* kExpected =
+    "expected a setting (limit, status, code-page, host-options) or a section (server:, host:, "
+    "output:, log:)";
 
-/// No message can hold more, so a longer fill is a mistake in the file.
-constexpr std::size_t kMaxFill = 9999999;
-
-std::string_view Trim(std::string_view text) {
-  const auto first = text.find_first_not_of(kBlanks);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
-template <typename Number>
-bool ReadNumber(std::string_view text, Number& number) {
-  const auto* end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, number);
-  return read.ec == std::errc() && read.ptr == end && number >= 0;
-}
-
-/// Writes every fill of a line out; false when one has no sensible number.
-bool ExpandFills(std::string& line) {
-  for (auto at = line.find(kFill); at != std::string::npos; at = line.find(kFill, at)) {
-    const auto* digits = line.data() + at + kFill.size();
-    std::size_t count = 0;
-    const auto read = std::from_chars(digits, line.data() + line.size(), count);
-    if (read.ec != std::errc() || count > kMaxFill) return false;
-    line.replace(at, static_cast<std::size_t>(read.ptr - line.data()) - at, count, 'x');
-  }
-  return true;
-}
-
-struct Section {
+struct Setting {
   std::string_view name;
-  std::vector<ConversationLine> Conversation::*lines;
+  bool isNumber;
+  int least;
 };
 
-constexpr Section kSections[] = {
-    {"server:", &Conversation::server},
-    {"host:", &Conversation::host},
-    {"output:", &Conversation::output},
-    {"log:", &Conversation::log},
-};
+constexpr Setting kSettings[] = {
+    {"limit", true, 1}, {"status", true, 0}, {"code-page", false, 0}, {"host-options", false, 0}};
+
+/// The value of a setting that is a number.
+int ReadValue(const ScriptLine& line, const Setting& setting, std::size_t begin) {
+  const auto value = std::string_view(line.text).substr(begin);
+  int number = 0;
+  const auto* const end = value.data() + value.size();
+  const auto read = std::from_chars(value.data(), end, number);
+  if (read.ec != std::errc() || read.ptr != end || number < setting.least) {
+    throw ScriptError(line.number, line.column + begin,
+                      std::string(setting.name) + " must be a whole number from " +
+                          std::to_string(setting.least) + " to " +
+                          std::to_string(std::numeric_limits<int>::max()) + ", not " +
+                          Quote(value));
+  }
+  return number;
+}
 
 class ConversationReader {
  public:
-  /// What is wrong with the line; empty when nothing is.
-  std::string Take(int number, std::string line) {
-    const bool indented = kBlanks.find(line.front()) != std::string_view::npos;
-    if (!ExpandFills(line)) return "a fill without a sensible number";
-    const auto text = Trim(line);
-    if (indented && m_section == nullptr) return "an indented line before the first section";
-    if (indented) {
-      (m_conversation.*m_section->lines).push_back({number, std::string(text)});
-      return {};
+  void Take(const ScriptLine& line) {
+    // Only a section's lines are long, and only those of the server are kept.
+    static_cast<void>(WithFills(line));
+    const bool isIndented = line.column > 1;
+    if (isIndented && m_section.empty()) {
+      throw ScriptError(line.number, line.column,
+                        std::string(kExpected) + "; lines of a section are indented, others not");
     }
-    return BeginSection(text) || TakeSetting(text) ? "" : "neither a section nor a setting";
+    if (!isIndented) {
+      TakeUnindented(line);
+    } else if (m_section == kSections[0]) {
+      result.server.push_back(line);
+    }
   }
 
-  Conversation& Result() { return m_conversation; }
+  Conversation result;
 
  private:
-  bool BeginSection(std::string_view name) {
-    for (const auto& section : kSections) {
-      if (section.name == name) {
-        m_section = &section;
-        return true;
-      }
+  void TakeUnindented(const ScriptLine& line) {
+    const auto* const section = std::find(kSections.begin(), kSections.end(), line.text);
+    if (section != kSections.end()) {
+      m_section = *section;
+    } else {
+      TakeSetting(line);
     }
-    return false;
   }
 
-  bool TakeSetting(std::string_view text) {
-    const auto blank = text.find(' ');
-    if (m_section != nullptr || blank == std::string_view::npos) return false;
-    const auto name = text.substr(0, blank);
-    const auto value = Trim(text.substr(blank));
-    if (name == "code-page") {
-      m_conversation.codePage = value;
-      return true;
+  void TakeSetting(const ScriptLine& line) {
+    const auto nameEnd = std::min(line.text.find_first_of(" \t"), line.text.size());
+    const auto name = std::string_view(line.text).substr(0, nameEnd);
+    const auto* const setting = std::find_if(std::begin(kSettings), std::end(kSettings),
+                                             [&](const Setting& s) { return s.name == name; });
+    if (setting == std::end(kSettings)) {
+      throw ScriptError(line.number, line.column, kExpected + (", not " + Quote(name)));
     }
-    if (name == "host-options") {
-      m_conversation.hostOptions = value;
-      return true;
+    if (!m_section.empty()) {
+      throw ScriptError(line.number, line.column,
+                        std::string(name) + " is a setting: expected before the first section");
     }
-    int number = 0;
-    if (!ReadNumber(value, number)) return false;
-    if (name == "limit") {
-      m_conversation.limit = std::chrono::seconds(number);
-      return number > 0;
+    const auto begin = std::min(line.text.find_first_not_of(" \t", nameEnd), line.text.size());
+    if (begin == line.text.size()) {
+      throw ScriptError(line.number, line.column + begin,
+                        "expected a value behind " + std::string(name));
     }
-    m_conversation.status = number;
-    return name == "status";
+    const int number = setting->isNumber ? ReadValue(line, *setting, begin) : 0;
+    if (name == "limit") result.limit = std::chrono::seconds(number);
   }
 
-  Conversation m_conversation;
-  const Section* m_section = nullptr;
+  std::string_view m_section;
 };
-
-bool SaysNothing(std::string_view line) {
-  const auto text = Trim(line);
-  return text.empty() || text.front() == '#';
-}
 
 }  // namespace
 
-std::optional<Conversation> ReadConversation(std::istream& text, std::string& error) {
+Conversation ReadConversation(std::string_view text) {
   ConversationReader reader;
-  std::string line;
-  for (int number = 1; std::getline(text, line); ++number) {
-    const auto fault = SaysNothing(line) ? std::string() : reader.Take(number, line);
-    if (!fault.empty()) {
-      error = "line " + std::to_string(number) + ": " + fault;
-      return std::nullopt;
-    }
+  for (const auto& line : SplitLines(text)) {
+    reader.Take(line);
   }
-  return std::move(reader.Result());
+  return std::move(reader.result);
 }
 
-std::optional<Conversation> ReadConversationFile(const std::string& path, std::string& error) {
-  std::ifstream file;
-  const std::string failure = OpenToRead(path, file);
-  if (!failure.empty()) {
-    error = "cannot read " + path + ": " + failure;
-    return std::nullopt;
+ScriptLine WithFills(const ScriptLine& line) {
+  auto filled = line;
+  auto& text = filled.text;
+  std::size_t left = kMaxMessageLength;
+  std::size_t grown = 0;
+  for (auto at = text.find(kFill); at != std::string::npos; at = text.find(kFill, at)) {
+    const auto* const digits = text.data() + at + kFill.size();
+    std::size_t count = 0;
+    const auto read = std::from_chars(digits, text.data() + text.size(), count);
+    if (read.ec != std::errc() || count > left) {
+      throw ScriptError(line.number, line.column + at - grown,
+                        "expected $FILL:N, where all N of a line are at most " +
+                            std::to_string(kMaxMessageLength));
+    }
+    const auto size = static_cast<std::size_t>(read.ptr - text.data()) - at;
+    text.replace(at, size, count, 'x');
+    at += count;
+    left -= count;
+    grown += count - size;
   }
-  auto conversation = ReadConversation(file, error);
-  if (!conversation) error.insert(0, path + ": ");
-  return conversation;
+  return filled;
 }
 
 }  // namespace tlk::serve

@@ -1,20 +1,16 @@
 #pragma once
 
 #include <chrono>
-#include <iosfwd>
-#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "tools/tlk/serve/ScriptText.h"
 
 namespace tlk::serve {
 
-/// A line of a conversation file and where it stands.
-struct ConversationLine {
-  int number = 0;
-  std::string text;
-};
-
-/// A conversation between a server and a host, as a small text file describes it:
+/// The server's part of a conversation between a server and a host, as a small text file describes
+/// it:
 ///
 ///     # what it is about
 ///     limit 20
@@ -31,24 +27,19 @@ struct ConversationLine {
 ///
 /// First come settings, if any, then the sections. Lines of a section are indented; their order is
 /// the order of things. Blank lines, and lines whose first character is `#`, say nothing. `$FILL:N`
-/// anywhere stands for N times the letter x.
+/// anywhere stands for N times the letter x. The other sections and settings are for whoever plays
+/// the host; docs/conversations.md tells of all.
 struct Conversation {
-  int status = 0;                  ///< `status N`: what the host ends with.
-  std::string codePage;            ///< `code-page NAME`: of both sides; empty for the usual one.
-  std::string hostOptions;         ///< `host-options OPTIONS`: how the host is called besides.
   std::chrono::seconds limit{30};  ///< `limit SECONDS`: how long the server waits for one thing.
-  std::vector<ConversationLine>
-      server;                          ///< What the server does; ScriptPlayer.h lists the commands.
-  std::vector<ConversationLine> host;  ///< What the host is told to do.
-  std::vector<ConversationLine> output;  ///< What it prints.
-  std::vector<ConversationLine> log;     ///< What is in the trace log.
+  std::vector<ScriptLine> server;  ///< What it does; ScriptPlayer.h lists the commands.
 };
 
-/// Reads a conversation; none when the text is not one, and `error` then says where and why.
-[[nodiscard]] std::optional<Conversation> ReadConversation(std::istream& text, std::string& error);
+/// Reads a conversation; throws `ScriptError` of a text that is not one. What the server's commands
+/// are it does not look at.
+[[nodiscard]] Conversation ReadConversation(std::string_view text);
 
-/// Reads the conversation in a file.
-[[nodiscard]] std::optional<Conversation> ReadConversationFile(const std::string& path,
-                                                               std::string& error);
+/// The line with every fill written out; throws `ScriptError` when one has no sensible number, or
+/// when all together are more than a message can hold.
+[[nodiscard]] ScriptLine WithFills(const ScriptLine& line);
 
 }  // namespace tlk::serve

@@ -38,6 +38,7 @@ std::size_t MeasureIndentation(std::string_view text) {
 }  // namespace
 
 std::string WithoutIndentation(std::string_view text) {
+  if (text.find(kLineBreak) == std::string_view::npos) return std::string(text);
   std::string kept;
   for (auto rest = text; !rest.empty();) {
     const auto end = FindEndOfMarkup(rest);

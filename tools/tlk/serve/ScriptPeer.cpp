@@ -8,6 +8,7 @@
 #include <csignal>
 #include <utility>
 
+#include "tools/tlk/Printable.h"
 #include "tools/tlk/Words.h"
 #include "tools/tlk/wire/FrameExtractor.h"
 
@@ -79,7 +80,7 @@ void ScriptPeer::SendWhole(std::string_view bytes) {
   const auto sent = m_wait.Await(m_socket, [&](auto handler) {
     asio::async_write(m_socket, asio::buffer(bytes.data(), bytes.size()), handler);
   });
-  if (sent.error) throw ScriptFailure("cannot send: " + sent.error.message());
+  if (sent.error) throw ScriptFailure("cannot send: " + Printable(sent.error.message()));
 }
 
 /// What has come; none when the stream has ended.
@@ -90,7 +91,7 @@ std::optional<std::string> ScriptPeer::ReceiveSome() {
   if (read.error == asio::error::eof || read.error == asio::error::connection_reset) {
     return std::nullopt;
   }
-  if (read.error) throw ScriptFailure("cannot receive: " + read.error.message());
+  if (read.error) throw ScriptFailure("cannot receive: " + Printable(read.error.message()));
   return std::string(buffer.data(), read.count);
 }
 
@@ -137,7 +138,7 @@ void ScriptPeer::Close() {
 void ScriptPeer::Reset() {
   asio::error_code error;
   m_socket.set_option(asio::socket_base::linger(true, 0), error);
-  if (error) throw ScriptFailure("cannot reset: " + error.message());
+  if (error) throw ScriptFailure("cannot reset: " + Printable(error.message()));
   Close();
 }
 

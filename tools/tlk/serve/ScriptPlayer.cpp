@@ -1,10 +1,9 @@
 #include "tools/tlk/serve/ScriptPlayer.h"
 
-#include <charconv>
-#include <cstdio>
 #include <optional>
 #include <utility>
 
+#include "tools/tlk/Printable.h"
 #include "tools/tlk/Words.h"
 #include "tools/tlk/net/Listening.h"
 #include "tools/tlk/serve/Indentation.h"
@@ -18,40 +17,13 @@ constexpr std::int32_t kUsualClient = 1;
 constexpr std::int32_t kUntoldClient = -1;
 constexpr std::size_t kShownLine = 100;
 
-std::int32_t ReadNumber(const std::string& word) {
-  std::int32_t number = 0;
-  const auto* end = word.data() + word.size();
-  const auto read = std::from_chars(word.data(), end, number);
-  if (read.ec != std::errc() || read.ptr != end) {
-    throw ScriptFailure(Quote(word) + " is not a number");
-  }
-  return number;
+std::int32_t NumberAt(const Arguments& words, std::size_t at, std::int32_t usual) {
+  return at < words.size() ? words[at].Signed() : usual;
 }
 
-std::int32_t NumberAt(const std::vector<std::string>& words, std::size_t at, std::int32_t usual) {
-  return at < words.size() ? ReadNumber(words[at]) : usual;
-}
-
-std::int32_t CountAt(const std::vector<std::string>& words, std::size_t at) {
-  const auto count = NumberAt(words, at, 0);
-  if (count < 0) throw ScriptFailure(words[at] + " is negative");
-  return count;
-}
-
-std::optional<std::string_view> DataOf(const std::vector<std::string>& words) {
-  constexpr std::size_t kData = 2;
-  return kData < words.size() ? std::optional<std::string_view>(words[kData]) : std::nullopt;
-}
-
-/// The text with its own length for a stamp; as it is when it has none.
-std::string Stamped(std::string text) {
-  const auto marker = text.find(kLengthMarker);
-  if (marker != std::string::npos) {
-    char digits[24];
-    std::snprintf(digits, sizeof digits, "%07zu", text.size());
-    text.replace(marker + kLengthMarker.size(), kLengthDigits, digits);
-  }
-  return text;
+std::optional<std::string_view> DataOf(const Arguments& words) {
+  constexpr std::size_t kData = 1;
+  return kData < words.size() ? std::optional<std::string_view>(words[kData].text) : std::nullopt;
 }
 
 void RequireSame(const std::string& got, const std::string& expected) {
@@ -62,30 +34,30 @@ void RequireSame(const std::string& got, const std::string& expected) {
 
 }  // namespace
 
-struct ScriptPlayer::Command {
-  std::string_view name;
-  std::size_t fewestWords;
-  std::size_t mostWords;
-  void (ScriptPlayer::*play)(const Words& words);
-};
+constexpr WordForm kType = {"TYPE", WordKind::kText};
+constexpr WordForm kData = {"DATA", WordKind::kText};
+constexpr WordForm kText = {"TEXT", WordKind::kText};
+constexpr WordForm kMilliseconds = {"MS", WordKind::kNumber, 0};
 
-/// Word counts include the command's own.
-const ScriptPlayer::Command ScriptPlayer::kCommands[] = {
-    {"accept", 1, 1, &ScriptPlayer::Accept},
-    {"client", 2, 2, &ScriptPlayer::SelectClient},
-    {"message", 2, 4, &ScriptPlayer::SendMessage},
-    {"stamped", 2, 2, &ScriptPlayer::SendStamped},
-    {"send", 2, 2, &ScriptPlayer::SendBytes},
-    {"pieces", 2, 3, &ScriptPlayer::SetPieces},
-    {"wait", 2, 2, &ScriptPlayer::Pause},
-    {"expect", 2, 2, &ScriptPlayer::ExpectBytes},
-    {"expect-message", 2, 4, &ScriptPlayer::ExpectMessage},
-    {"expect-stamped", 2, 2, &ScriptPlayer::ExpectStamped},
-    {"expect-type", 2, 2, &ScriptPlayer::ExpectType},
-    {"expect-close", 1, 1, &ScriptPlayer::ExpectClose},
-    {"close", 1, 1, &ScriptPlayer::Close},
-    {"reset", 1, 1, &ScriptPlayer::Reset},
-};
+const std::array<ScriptPlayer::Command, 14> ScriptPlayer::kCommands = {{
+    {{"accept", 0}, &ScriptPlayer::Accept},
+    {{"client", 1, {{{"N", WordKind::kNumber, 1}}}}, &ScriptPlayer::SelectClient},
+    {{"message", 1, {{kType, kData, {"TO_ID", WordKind::kNumber}}}, true},
+     &ScriptPlayer::SendMessage},
+    {{"stamped", 1, {{kText}}}, &ScriptPlayer::SendStamped},
+    {{"send", 1, {{kText}}}, &ScriptPlayer::SendBytes},
+    {{"pieces", 1, {{{"N", WordKind::kNumber, 0}, {"PAUSE_MS", WordKind::kNumber, 0}}}, true},
+     &ScriptPlayer::SetPieces},
+    {{"wait", 1, {{kMilliseconds}}}, &ScriptPlayer::Pause},
+    {{"expect", 1, {{kText}}}, &ScriptPlayer::ExpectBytes},
+    {{"expect-message", 1, {{kType, kData, {"FROM_ID", WordKind::kNumber}}}, true},
+     &ScriptPlayer::ExpectMessage},
+    {{"expect-stamped", 1, {{kText}}}, &ScriptPlayer::ExpectStamped},
+    {{"expect-type", 1, {{kType}}}, &ScriptPlayer::ExpectType},
+    {{"expect-close", 0}, &ScriptPlayer::ExpectClose},
+    {{"close", 0}, &ScriptPlayer::Close},
+    {{"reset", 0}, &ScriptPlayer::Reset},
+}};
 
 ScriptPlayer::ScriptPlayer(const Conversation& conversation, const LineWriter& writeLine,
                            bool indented)
@@ -95,15 +67,34 @@ ScriptPlayer::ScriptPlayer(const Conversation& conversation, const LineWriter& w
       m_wait(m_io, conversation.limit),
       m_acceptor(m_io) {}
 
-asio::error_code ScriptPlayer::Listen(std::uint16_t port) {
-  const auto error = net::Listen(m_acceptor, {asio::ip::address_v4::loopback(), port});
+void ScriptPlayer::Check(const Conversation& conversation) {
+  std::int64_t clients = 0;
+  for (const auto& line : conversation.server) {
+    // Long fills make no difference here, and would make columns wrong.
+    const LineWords words(line);
+    const auto matched = MatchLine(kCommands, words);
+    const auto play = matched.entry->play;
+    if (play == &ScriptPlayer::Accept) {
+      ++clients;
+    } else if (play == &ScriptPlayer::SelectClient && matched.arguments[0].number > clients) {
+      words.Fail(1, "there is no client " + words.Words()[1] + " yet: expected at most " +
+                        std::to_string(clients));
+    } else if (clients == 0 && play != &ScriptPlayer::Pause) {
+      words.Fail(0, "there is no client yet: expected accept");
+    }
+  }
+}
+
+asio::error_code ScriptPlayer::Listen(const asio::ip::tcp::endpoint& where) {
+  const auto error = net::Listen(m_acceptor, where);
   if (!error) m_writeLine(net::ListeningLine(m_acceptor));
   return error;
 }
 
 bool ScriptPlayer::Play() {
   for (const auto& line : m_conversation.server) {
-    m_writeLine("line " + std::to_string(line.number) + ": " + line.text.substr(0, kShownLine));
+    m_writeLine("line " + std::to_string(line.number) + ": " +
+                Printable(std::string_view(line.text).substr(0, kShownLine)));
     try {
       PlayLine(line);
     } catch (const ScriptFailure& failure) {
@@ -115,80 +106,67 @@ bool ScriptPlayer::Play() {
   return true;
 }
 
-void ScriptPlayer::PlayLine(const ConversationLine& line) {
-  Words words;
-  std::string error;
-  if (!SplitWords(line.text, words, error)) throw ScriptFailure(error);
-  const auto& command = FindCommand(words);
-  (this->*command.play)(words);
+void ScriptPlayer::PlayLine(const ScriptLine& line) {
+  const auto filled = WithFills(line);
+  const auto matched = MatchLine(kCommands, LineWords(filled));
+  (this->*matched.entry->play)(matched.arguments);
 }
 
-const ScriptPlayer::Command& ScriptPlayer::FindCommand(const Words& words) {
-  for (const auto& command : kCommands) {
-    if (command.name != words.front()) continue;
-    if (words.size() < command.fewestWords || words.size() > command.mostWords) {
-      throw ScriptFailure("wrong number of words");
-    }
-    return command;
-  }
-  throw ScriptFailure("no such command: " + words.front());
-}
+ScriptPeer& ScriptPlayer::Peer() { return m_peers[m_current - 1]; }
 
-ScriptPeer& ScriptPlayer::Peer() {
-  if (m_current == 0) throw ScriptFailure("there is no client yet");
-  return m_peers[m_current - 1];
-}
-
-void ScriptPlayer::Accept(const Words&) {
+void ScriptPlayer::Accept(const Arguments&) {
   asio::ip::tcp::socket socket(m_io);
   const auto accepted = m_wait.Await(
       m_acceptor, [&](auto handler) { m_acceptor.async_accept(socket, std::move(handler)); });
-  if (accepted.error) throw ScriptFailure("cannot accept: " + accepted.error.message());
+  if (accepted.error) throw ScriptFailure("cannot accept: " + Printable(accepted.error.message()));
   m_peers.emplace_back(m_wait, std::move(socket));
   m_current = m_peers.size();
 }
 
-void ScriptPlayer::SelectClient(const Words& words) {
-  const auto number = static_cast<std::size_t>(CountAt(words, 1));
-  if (number == 0 || number > m_peers.size()) throw ScriptFailure("there is no client " + words[1]);
-  m_current = number;
+void ScriptPlayer::SelectClient(const Arguments& words) {
+  m_current = static_cast<std::size_t>(words[0].number);
 }
 
-void ScriptPlayer::SendMessage(const Words& words) {
-  const auto receiver = NumberAt(words, 3, kUsualClient);
-  Peer().Send(m_messages.Build(words[1], DataOf(words), kServerId, receiver));
+void ScriptPlayer::SendMessage(const Arguments& words) {
+  const auto message = Messages::Write(m_messages.Compose(words[0].text, DataOf(words)), kServerId,
+                                       NumberAt(words, 2, kUsualClient));
+  if (message.size() > kMaxMessageLength) {
+    throw ScriptFailure(std::to_string(message.size()) + " bytes are too many for a message");
+  }
+  Peer().Send(message);
 }
 
-void ScriptPlayer::SendStamped(const Words& words) { Peer().Send(Stamped(words[1])); }
+void ScriptPlayer::SendStamped(const Arguments& words) { Peer().Send(Stamped(words[0].text)); }
 
-void ScriptPlayer::SendBytes(const Words& words) { Peer().Send(words[1]); }
+void ScriptPlayer::SendBytes(const Arguments& words) { Peer().Send(words[0].text); }
 
-void ScriptPlayer::SetPieces(const Words& words) {
-  Peer().SetPieces(static_cast<std::size_t>(CountAt(words, 1)),
-                   std::chrono::milliseconds(CountAt(words, 2)));
+void ScriptPlayer::SetPieces(const Arguments& words) {
+  Peer().SetPieces(static_cast<std::size_t>(words[0].number),
+                   std::chrono::milliseconds(NumberAt(words, 1, 0)));
 }
 
-void ScriptPlayer::Pause(const Words& words) {
-  m_wait.Pause(std::chrono::milliseconds(CountAt(words, 1)));
+void ScriptPlayer::Pause(const Arguments& words) {
+  m_wait.Pause(std::chrono::milliseconds(words[0].number));
 }
 
-void ScriptPlayer::ExpectBytes(const Words& words) {
+void ScriptPlayer::ExpectBytes(const Arguments& words) {
   if (!m_indented) {
-    Peer().Expect(words[1]);
+    Peer().Expect(words[0].text);
     return;
   }
   std::string got;
-  while (got.size() < words[1].size()) got += ReceiveMessage();
-  RequireSame(got, words[1]);
+  while (got.size() < words[0].text.size()) got += ReceiveMessage();
+  RequireSame(got, words[0].text);
 }
 
-void ScriptPlayer::ExpectMessage(const Words& words) {
-  const auto sender = NumberAt(words, 3, kUntoldClient);
-  RequireSame(ReceiveMessage(), m_messages.Build(words[1], DataOf(words), sender, kServerId));
+void ScriptPlayer::ExpectMessage(const Arguments& words) {
+  const auto sender = NumberAt(words, 2, kUntoldClient);
+  RequireSame(ReceiveMessage(),
+              m_messages.BuildAsClient(words[0].text, DataOf(words), sender, kServerId));
 }
 
-void ScriptPlayer::ExpectStamped(const Words& words) {
-  RequireSame(ReceiveMessage(), Stamped(words[1]));
+void ScriptPlayer::ExpectStamped(const Arguments& words) {
+  RequireSame(ReceiveMessage(), Stamped(words[0].text));
 }
 
 /// The next message, as it would be without indentation, which its stamp has counted.
@@ -197,16 +175,17 @@ std::string ScriptPlayer::ReceiveMessage() {
   return m_indented ? Stamped(WithoutIndentation(frame)) : frame;
 }
 
-void ScriptPlayer::ExpectType(const Words& words) {
+void ScriptPlayer::ExpectType(const Arguments& words) {
   std::string fault;
-  const auto type = m_messages.ReadType(Peer().ReceiveFrame(), fault);
-  if (type != words[1]) throw ScriptFailure(type ? "got type " + Quote(*type) : fault);
+  const auto message = m_messages.Read(Peer().ReceiveFrame(), fault);
+  if (!message) throw ScriptFailure(fault);
+  if (message->type != words[0].text) throw ScriptFailure("got type " + Quote(message->type));
 }
 
-void ScriptPlayer::ExpectClose(const Words&) { Peer().ExpectClose(); }
+void ScriptPlayer::ExpectClose(const Arguments&) { Peer().ExpectClose(); }
 
-void ScriptPlayer::Close(const Words&) { Peer().Close(); }
+void ScriptPlayer::Close(const Arguments&) { Peer().Close(); }
 
-void ScriptPlayer::Reset(const Words&) { Peer().Reset(); }
+void ScriptPlayer::Reset(const Arguments&) { Peer().Reset(); }
 
 }  // namespace tlk::serve

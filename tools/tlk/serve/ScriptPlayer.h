@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 #include <asio/signal_set.hpp>
@@ -38,42 +39,49 @@ namespace tlk::serve {
 /// What is expected is written without indentation. From clients that indent, `expect` takes whole
 /// messages, and each message is compared as it would be without.
 ///
-/// Words are split and quoted as on the console of a host. No command waits longer than the
-/// conversation's limit. A line is written for each before it is carried out.
+/// Words are split and quoted as on the console of a host; optional ones come one by one. No
+/// command waits longer than the conversation's limit. A line is written for each before it is
+/// carried out.
 class ScriptPlayer {
  public:
-  /// Both must outlive the player. `indented` says that the clients indent their messages.
+  /// Both must outlive the player; the script has been checked. `indented` says that the clients
+  /// indent their messages.
   ScriptPlayer(const Conversation& conversation, const LineWriter& writeLine,
                bool indented = false);
 
-  /// Begins to listen on 127.0.0.1; says why not when it cannot.
-  [[nodiscard]] asio::error_code Listen(std::uint16_t port);
+  /// Looks at every command of a script, and at whether there is a client for it. Throws
+  /// `ScriptError` of what could not be played.
+  static void Check(const Conversation& conversation);
+
+  /// Begins to listen; says why not when it cannot.
+  [[nodiscard]] asio::error_code Listen(const asio::ip::tcp::endpoint& where);
 
   /// Plays the script. False when something went otherwise; a line has then said what.
   [[nodiscard]] bool Play();
 
  private:
-  using Words = std::vector<std::string>;
-  struct Command;
-  static const Command kCommands[];
+  struct Command {
+    CommandForm form;
+    void (ScriptPlayer::*play)(const Arguments& words);
+  };
+  static const std::array<Command, 14> kCommands;
 
-  static const Command& FindCommand(const Words& words);
-  void PlayLine(const ConversationLine& line);
+  void PlayLine(const ScriptLine& line);
 
-  void Accept(const Words& words);
-  void SelectClient(const Words& words);
-  void SendMessage(const Words& words);
-  void SendStamped(const Words& words);
-  void SendBytes(const Words& words);
-  void SetPieces(const Words& words);
-  void Pause(const Words& words);
-  void ExpectBytes(const Words& words);
-  void ExpectMessage(const Words& words);
-  void ExpectStamped(const Words& words);
-  void ExpectType(const Words& words);
-  void ExpectClose(const Words& words);
-  void Close(const Words& words);
-  void Reset(const Words& words);
+  void Accept(const Arguments& words);
+  void SelectClient(const Arguments& words);
+  void SendMessage(const Arguments& words);
+  void SendStamped(const Arguments& words);
+  void SendBytes(const Arguments& words);
+  void SetPieces(const Arguments& words);
+  void Pause(const Arguments& words);
+  void ExpectBytes(const Arguments& words);
+  void ExpectMessage(const Arguments& words);
+  void ExpectStamped(const Arguments& words);
+  void ExpectType(const Arguments& words);
+  void ExpectClose(const Arguments& words);
+  void Close(const Arguments& words);
+  void Reset(const Arguments& words);
 
   ScriptPeer& Peer();
   std::string ReceiveMessage();

@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 
+#include "tools/tlk/serve/Answers.h"
 #include "tools/tlk/serve/Connection.h"
 #include "tools/tlk/serve/Messages.h"
 
@@ -22,18 +23,22 @@ namespace tlk::serve {
 using LineWriter = std::function<void(std::string_view)>;
 
 struct ServerOptions {
-  std::uint16_t port = 0;                      ///< 0 lets the system choose.
+  asio::ip::tcp::endpoint where;               ///< Port 0 lets the system choose.
   bool relay = false;                          ///< Messages go to everybody else, not back.
+  bool show = false;                           ///< Every message is shown, both ways.
+  Answers answers;                             ///< What is answered by type instead.
   ConnectionLimits limits;                     ///< For each client.
+  std::size_t maxMemory = 256U << 20U;         ///< Bytes held for all clients together.
   std::optional<std::chrono::seconds> runFor;  ///< Ends the server after that time.
   std::optional<std::size_t> clients;          ///< Ends it when so many have come and gone.
 };
 
 /// The development server: answers keep-alives, and sends every other message back.
 ///
-/// It listens on 127.0.0.1 only. It writes a line when it listens, for each connection, message and
-/// end of a connection, and when it stops. One client's faults never touch another's connection.
-/// Everything but `Stop` belongs to one thread.
+/// It writes a line when it listens, for each connection, message and end of a connection, and when
+/// it stops. One client's faults never touch another's connection; but when all together leave it
+/// too much to hold, those that leave it most are refused. Everything but `Stop` belongs to one
+/// thread.
 class Server : private ConnectionEvents {
  public:
   Server(const ServerOptions& options, LineWriter writeLine);
@@ -53,19 +58,25 @@ class Server : private ConnectionEvents {
 
   void OnFrame(Connection& from, const std::string& frame) override;
   void OnEnd(Connection& connection, const std::string& how) override;
+  void OnGrowth() override;
+  void RefuseGreediest();
   void Accept();
   void OnAccepted(const asio::error_code& error, Socket socket);
   void AcceptLater();
   void StopAtItsTime();
-  void Answer(Connection& from, const std::string& frame, std::string_view type);
-  void Relay(const Connection& from, const std::string& frame);
-  void Send(Connection& to, std::string frame);
+  void Answer(Connection& from, ReceivedMessage message);
+  void Relay(const Connection& from, Wording wording);
+  void Reply(Connection& to, Wording wording);
+  void Send(Connection& to, Outgoing message);
   void Close();
+  void Show(const Connection& client, char way, const std::string& frame);
   void WriteClientLine(const Connection& client, std::string_view text);
 
   const ServerOptions m_options;
   const LineWriter m_writeLine;
   Messages m_messages;
+  std::size_t m_held = 0;  ///< Bytes, for all clients; before all that is counted into it.
+  bool m_isRelieving = false;
   asio::io_context m_io;
   asio::ip::tcp::acceptor m_acceptor;
   asio::signal_set m_signals;

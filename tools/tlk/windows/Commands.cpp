@@ -1,16 +1,17 @@
 #include "tools/tlk/Commands.h"
 
-#include "tools/tlk/AbsentCommand.h"
 #include "tools/tlk/doctor/DoctorCommand.h"
 #include "tools/tlk/host/HostCommand.h"
 #include "tools/tlk/log/LogCommand.h"
 #include "tools/tlk/message/MessageCommand.h"
+#include "tools/tlk/serve/ServeCommand.h"
 #include "tools/tlk/tap/TapCommand.h"
 
 namespace tlk {
 
 const char* const kExamples =
     "  tlk doctor                         see whether the control is registered well\n"
+    "  tlk serve --port 1371              answer every message with itself\n"
     "  tlk host                           type commands, see events\n"
     "  tlk host --module TlkC2.dll        the same with a control that is not registered\n"
     "  tlk log --errors --explain         see what went wrong, and what to do\n"
@@ -22,10 +23,9 @@ void AddCommands(CLI::App& app, int& exitStatus) {
   AddHostCommand(app, exitStatus);
   AddLogCommand(app, exitStatus);
   AddMessageCommand(app, exitStatus);
+  AddServeCommand(app, exitStatus);
   AddDoctorCommand(app, exitStatus);
   AddTapCommand(app, exitStatus);
-  AddAbsentCommand(app, exitStatus, "serve",
-                   "the development server is for Linux alone: run 'tlk serve' there");
 }
 
 void AddSystemOptions(CLI::App& /*command*/) {}

@@ -9,6 +9,8 @@
 namespace tlk {
 namespace {
 
+constexpr std::size_t kKeptCapacity = 64U << 10U;
+
 bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
 
 /// The seven characters behind the marker; empty when they do not lie within the prefix.
@@ -79,13 +81,14 @@ bool FrameExtractor::Fail(std::string error, std::size_t position) {
 }
 
 /// Moves the rest to the front only when it is no longer than what has been taken: so many short
-/// messages in one read cost few moves.
+/// messages in one read cost few moves. Behind a long message its memory is given back.
 void FrameExtractor::Take(std::size_t count) {
   m_offset += count;
   m_taken += count;
   if (m_taken >= m_bytes.size() - m_taken) {
     m_bytes.erase(0, m_taken);
     m_taken = 0;
+    if (m_bytes.capacity() > kKeptCapacity) m_bytes.shrink_to_fit();
   }
 }
 

@@ -45,6 +45,9 @@ class FrameExtractor {
   /// The bytes that no frame has taken yet.
   [[nodiscard]] std::string_view Rest() const { return std::string_view(m_bytes).substr(m_taken); }
 
+  /// Bytes of memory that it takes, most of them for the rest.
+  [[nodiscard]] std::size_t Capacity() const { return m_bytes.capacity(); }
+
   /// Length of the message that the rest begins; 0 while its stamp is unknown.
   [[nodiscard]] std::size_t Length() const { return m_length; }
 
