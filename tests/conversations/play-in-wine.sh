@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# play-in-wine.sh NATIVE_BUILD WINDOWS_BUILD [FILE...]: plays the conversations, or those named, between
-# the native server and the Windows host with the module in its container. Wine must have been started.
+# play-in-wine.sh BUILD WINDOWS_BUILD [FILE...]: plays the conversations, or those named, between the server
+# of a build, native or for Windows, and the Windows host with the module in its container. Wine must have
+# been started.
 set -euo pipefail
-native=$(realpath "$1")
+build=$(realpath "$1")
 windows=$(realpath "$2")
 here=$(realpath "$(dirname "$0")")
 root=$(realpath "$here/../..")
@@ -18,5 +19,7 @@ fi
 
 # Wine knows this system's files as those of the drive Z.
 module=Z:$windows/com/TlkC2.dll
-exec "$here/play.py" --windows "'$native/tools/tlk/tlk' serve" \
+server="'$build/tools/tlk/tlk'"
+[ -x "$build/tools/tlk/tlk" ] || server="'$root/scripts/run-in-wine.sh' '$build/tools/tlk/tlk.exe'"
+exec "$here/play.py" --windows "$server serve" \
   "'$root/scripts/run-in-wine.sh' '$windows/tools/tlk/tlk.exe' host --module '${module//\//\\}'" "$@"

@@ -5,7 +5,8 @@
 # SERVER and HOST are commands for the shell, such as "tlk serve" and "tlk host". Each gets `--script FILE`
 # and a temporary folder, so that the trace log in it is of this conversation alone; neither runs longer than
 # twice the conversation's limit. Prints a line for each file, and below it what was not as the file says;
-# the status is 1 then. `--windows` says that the host is a Windows program: there the lines of text files
+# the status is 1 then. Of a document, a file FILE.md, every block that is marked ```talk is a conversation.
+# `--windows` says that the host is a Windows program: there the lines of text files
 # end with two characters, and the DOM indents what it writes. Both are taken away before anything is
 # compared.
 
@@ -135,11 +136,25 @@ def play(file, server, host, is_windows):
                     "standard error of both": errors, "trace log": "\n".join(records)}
 
 
+# The conversations in a file, each in one of its own in a folder unless it is all there is.
+def conversations(name, folder):
+    if not name.endswith(".md"):
+        return [name]
+    blocks = re.findall(r"^```talk\n(.*?)^```$", pathlib.Path(name).read_text("latin-1"), re.M | re.S)
+    files = [pathlib.Path(folder, f"{pathlib.Path(name).stem}-{n}.talk") for n in range(1, len(blocks) + 1)]
+    for file, block in zip(files, blocks):
+        file.write_text(block, "latin-1")
+    if not files:
+        sys.exit(f"{name} has no conversations")
+    return files
+
+
 def main():
     is_windows = sys.argv[1] == "--windows"
     server, host, *files = sys.argv[1 + is_windows:]
     failed = 0
-    with concurrent.futures.ThreadPoolExecutor(4) as pool:
+    with tempfile.TemporaryDirectory() as folder, concurrent.futures.ThreadPoolExecutor(4) as pool:
+        files = [file for name in files for file in conversations(name, folder)]
         plays = pool.map(lambda file: play(pathlib.Path(file), server, host, is_windows), files)
         for file, (faults, written) in zip(files, plays):
             if not faults:

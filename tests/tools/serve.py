@@ -57,6 +57,7 @@ class Serve(unittest.TestCase):
     def send(self, client, text):
         client.sendall(text.encode("latin-1"))
 
+    # An empty answer is the end of the stream.
     def expect(self, client, answer):
         got = b""
         while piece := client.recv(max(len(answer), 1) - len(got)):
@@ -179,6 +180,21 @@ class Serve(unittest.TestCase):
                       "TIME client 1 < type=\"A\" from=0 to=1 bytes=105\n  <a/>\n"
                       "TIME client 1 < type=\"B\" from=0 to=1 bytes=112\n  <b>caf\xe9</b>\n"
                       "client 1 message type=\"N\" bytes=89\n", shown.encode("latin-1").decode())
+
+    def test_answers_as_the_document_says(self):
+        page = pathlib.Path(__file__).parents[2].joinpath("docs/conversations.md").read_text()
+        answers, table = re.search(r"```answers\n(.*?)```.*\| sent \| answered \|\n\|[-|]*\n(.*)", page, re.S).groups()
+        with self.file(answers) as name:
+            self.start("--answer", name)
+            client = self.connect()
+            alive = message("Keep Connection Alive Response", "<Data/>", 0, 1)
+            for row in table.splitlines():
+                asked, *said = re.findall("`(.*?)`", row)
+                self.send(client, message(asked))
+                replies = [message(*pair, 0, 1) for pair in zip(said[::2], said[1::2])]
+                self.send(client, message("Keep Connection Alive"))
+                self.expect(client, "".join([*replies, alive]))
+            self.assertEqual(len(table.splitlines()), 4)
 
     def test_says_what_is_wrong_with_a_file(self):
         for option, text, error in rows("wrong-files.txt"):
