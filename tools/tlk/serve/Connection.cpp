@@ -105,6 +105,7 @@ void Connection::Refuse(std::string_view reason) { End("refused: " + std::string
 void Connection::End(const std::string& how) {
   if (!m_socket.is_open()) return;
   asio::error_code ignored;
+  m_socket.cancel(ignored);  // A send that is pending would keep it open on some systems.
   m_socket.close(ignored);
   m_events.OnEnd(*this, how);
 }
