@@ -61,7 +61,7 @@ diff - <(
 complete -F _tlk tlk
 -h --help --version host log message serve tap help
 host
---max-length --max-queue
+--max-length --max-queue --max-memory
 -h --help --script --code-page -q --quiet --no-texts
 
 a talk
