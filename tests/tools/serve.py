@@ -209,7 +209,7 @@ class Serve(unittest.TestCase):
                 self.assertEqual((run.stderr[:len(place)], run.stdout, run.returncode), (place, "", 1))
 
     def test_warns_who_is_not_this_machine_s_alone(self):
-        for address, listens, warning in (("0.0.0.0", "listening 0.0.0.0:", "warning: other machines can reach 0.0.0.0"),
+        for address, listens, warning in (("0.0.0.0", "listening 0.0.0.0:", "warning: other machines can connect"),
                                           ("127.0.0.2", "listening 127.0.0.2:", "")):
             run = subprocess.run([*TLK, "serve", "--bind", address, "--for", "1"], capture_output=True, text=True)
             self.assertEqual((run.stdout[:len(listens)], run.returncode), (listens, 0))

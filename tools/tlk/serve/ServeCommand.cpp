@@ -1,14 +1,13 @@
 #include "tools/tlk/serve/ServeCommand.h"
 
 #include <CLI/CLI.hpp>
-#include <asio/ip/address.hpp>
 #include <memory>
 #include <string>
 
 #include "tools/tlk/NumberOption.h"
 #include "tools/tlk/OwnOutput.h"
 #include "tools/tlk/Printable.h"
-#include "tools/tlk/Words.h"
+#include "tools/tlk/net/BindOption.h"
 #include "tools/tlk/serve/Answers.h"
 #include "tools/tlk/serve/ScriptPlayer.h"
 #include "tools/tlk/serve/ScriptText.h"
@@ -79,15 +78,6 @@ int ReportFailure(const std::string& what) {
   return 1;
 }
 
-/// Whoever asks for more than this machine is told what that means.
-void WarnOfStrangers(const asio::ip::address& address) {
-  if (address.is_loopback()) return;
-  std::fprintf(stderr,
-               "tlk serve: warning: other machines can reach %s, and what goes over the wire is "
-               "neither encrypted nor authenticated\n",
-               address.to_string().c_str());
-}
-
 /// Reads a file, and names it in what is wrong with it.
 template <typename Read>
 auto FromFile(const std::string& path, Read read) {
@@ -114,7 +104,7 @@ int RunServer(const ServeOptions& options) {
   if (options.seconds > 0) settled.runFor = std::chrono::seconds(options.seconds);
   if (options.clients > 0) settled.clients = options.clients;
   if (!options.answers.empty()) settled.answers = FromFile(options.answers, Answers::Read);
-  WarnOfStrangers(options.address);
+  net::WarnIfOpen("tlk serve", options.address);
   Server server(settled, WriteLine);
   if (const auto error = server.Listen()) return ReportNotListening(error);
   server.Run();
@@ -127,7 +117,7 @@ int RunScript(const ServeOptions& options) {
     ScriptPlayer::Check(read);
     return read;
   });
-  WarnOfStrangers(options.address);
+  net::WarnIfOpen("tlk serve", options.address);
   const LineWriter writeLine = WriteLine;
   ScriptPlayer player(conversation, writeLine, options.indented);
   if (const auto error = player.Listen(options.Where())) return ReportNotListening(error);
@@ -142,20 +132,9 @@ int Run(const ServeOptions& options) {
   }
 }
 
-void AddAddress(CLI::App& serve, asio::ip::address& address) {
-  const auto read = [&address](const std::string& word) {
-    asio::error_code error;
-    address = asio::ip::make_address(word, error);
-    if (error) throw CLI::ValidationError("--bind must be an IP address, not " + Quote(word));
-  };
-  serve.add_option_function<std::string>("--bind", read, "Listen at that IP address")
-      ->type_name("ADDRESS")
-      ->default_str(address.to_string());
-}
-
 void AddOptions(CLI::App& serve, ServeOptions& options) {
   auto& [message, queue] = options.server.limits;
-  AddAddress(serve, options.address);
+  net::AddBind(serve, options.address);
   AddNumber<std::uint16_t>(serve, "--port", options.port,
                            "Listen on that port; 0 lets the system choose", 0)
       ->type_name("N")
