@@ -21,7 +21,7 @@ need() {
 }
 
 need_build_tools() {
-  need g++ cmake ninja-build libpugixml-dev libcli11-dev libasio-dev
+  need g++ cmake ninja-build libpugixml-dev libcli11-dev libasio-dev libedit-dev
 }
 
 need_test_tools() {

@@ -95,7 +95,6 @@ RC
   say 0 'tlk host --quiet' '>'
   say 0 "connect 127.0.0.1 $port" pVal=1
   say 0 'send Greeting "<Text>Good morning</Text>"' 'Good morning</Text></Data>'
-  terminal send-keys -t :.0 Enter # The event stands behind the prompt; here is another.
   say 0 'request Question "<Text>What time is it?</Text>" 5000' 'request hr='
   say 0 'disconnect' 'disconnect hr='
   until_true shows 1 closed

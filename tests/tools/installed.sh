@@ -62,7 +62,7 @@ complete -F _tlk tlk
 -h --help --version host log message serve tap help
 host
 --max-length --max-queue --max-memory
--h --help --script --code-page -q --quiet --no-texts
+-h --help --script --code-page -q --quiet --fail --escapes --no-texts
 
 a talk
 EXPECTED

@@ -71,6 +71,7 @@ std::string ReadWord(const WordForm& form, const std::string& word, Argument& ar
     case WordKind::kDocument:
       return ReadDocument(word, argument.text);
     case WordKind::kText:
+    case WordKind::kCommand:
       argument.text = word;
       break;
     case WordKind::kNone:
@@ -87,6 +88,28 @@ std::size_t CountWords(const CommandForm& form) {
       std::find_if(form.words.begin(), form.words.end(),
                    [](const WordForm& word) { return word.kind == WordKind::kNone; });
   return static_cast<std::size_t>(end - form.words.begin());
+}
+
+std::string Explain(const CommandForm& form) {
+  constexpr std::size_t kAboutColumn = 33;
+  const std::string indentation(kAboutColumn, ' ');
+  std::string text = "  " + Usage(form);
+  if (text.size() + 2 <= kAboutColumn) {
+    text.resize(kAboutColumn, ' ');
+  } else {
+    text += '\n' + indentation;
+  }
+  for (const char letter : form.about) {
+    text += letter;
+    if (letter == '\n') text += indentation;
+  }
+  return text += '\n';
+}
+
+std::string Explain(std::span<const CommandForm> forms) {
+  std::string text;
+  for (const auto& form : forms) text += Explain(form);
+  return text;
 }
 
 bool SplitCommand(std::string_view line, std::vector<std::string>& words, std::string& error) {

@@ -20,6 +20,7 @@ enum class WordKind {
   kDocument,  ///< Anything; `@FILE` stands for what the file holds.
   kNumber,    ///< A whole number within limits.
   kChoice,    ///< One of two words.
+  kCommand,   ///< The name of a command.
   kRest,      ///< All that follows, at least one word, which the caller reads.
 };
 
@@ -32,17 +33,37 @@ struct WordForm {
   std::array<std::string_view, 2> choices = {};
 };
 
-/// A command: its name, how many words must follow, and what they are. The words behind those come
-/// all together or not at all, or else one by one.
+/// A command: its name, how many words must follow, what they are, and what it does, in one line or
+/// more. The words behind those that must follow come all together or not at all, or else one by
+/// one.
 struct CommandForm {
   std::string_view name;
   std::size_t needed = 0;
   std::array<WordForm, 5> words = {};
+  std::string_view about = {};
   bool oneByOne = false;
 };
 
 /// How many words the form knows.
 [[nodiscard]] std::size_t CountWords(const CommandForm& form);
+
+/// The commands that tell of the others.
+inline constexpr WordForm kCommandWord{"COMMAND", WordKind::kCommand};
+inline constexpr CommandForm kHelpForm{
+    "help", 0, {kCommandWord}, "tell of the commands, or of that one"};
+inline constexpr CommandForm kShortHelpForm{"?", 0, {kCommandWord}, "the same"};
+
+/// How a command is used and what it does, in lines, each ended.
+[[nodiscard]] std::string Explain(const CommandForm& form);
+[[nodiscard]] std::string Explain(std::span<const CommandForm> forms);
+
+/// The forms of a table of commands, whose entries have a member `form`.
+template <typename Entry, std::size_t count>
+[[nodiscard]] std::vector<CommandForm> FormsOf(const std::array<Entry, count>& table) {
+  std::vector<CommandForm> forms;
+  for (const auto& entry : table) forms.push_back(entry.form);
+  return forms;
+}
 
 /// A word that was read by its form.
 struct Argument {

@@ -35,6 +35,15 @@ class OwnOutput {
   /// Whether it goes to a terminal.
   [[nodiscard]] bool IsTerminal() const;
 
+  /// What it goes to.
+  [[nodiscard]] int Descriptor() const { return m_descriptor; }
+
+  /// Writes a text on standard error in the same way, if somebody reads it.
+  void ErrorText(std::string_view text);
+
+  /// Whether standard error goes to a terminal.
+  [[nodiscard]] bool ErrorsGoToTerminal() const;
+
   static constexpr int kStatusOutputLost = 3;
 
  private:

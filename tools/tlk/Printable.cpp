@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <vector>
 
 #include "platform/AnsiText.h"
 #include "platform/Platform.h"
 #include "platform/Utf8.h"
+#include "tools/tlk/Words.h"
 
 namespace tlk {
 namespace {
@@ -44,6 +46,24 @@ bool IsLayout(std::u16string_view rest) {
   return rest.front() == u'\n' || rest.front() == u'\t' || rest.starts_with(u"\r\n");
 }
 
+/// Where the text in quotes that begins there ends, behind its quote.
+std::size_t EndOfQuoted(std::string_view line, std::size_t begin) {
+  std::size_t end = begin + 1;
+  while (end < line.size() && line[end] != '"') end += line[end] == '\\' ? 2 : 1;
+  return std::min(end + 1, line.size());
+}
+
+std::string QuoteShown(std::string_view ansi) {
+  std::u16string wide;
+  SystemPlatform().text.Widen(ansi, wide);
+  std::u16string escaped;
+  for (const char16_t character : wide) {
+    if (character == u'"' || character == u'\\') escaped += u'\\';
+    escaped += character;
+  }
+  return '"' + Printable(escaped) + '"';
+}
+
 }  // namespace
 
 std::string Printable(std::u16string_view text, Layout layout) {
@@ -67,6 +87,20 @@ std::string Printable(std::string_view ansi, Layout layout) {
   std::u16string wide;
   SystemPlatform().text.Widen(ansi, wide);
   return Printable(wide, layout);
+}
+
+std::string ShowQuoted(std::string_view line) {
+  std::string shown;
+  std::vector<std::string> words;
+  std::string error;
+  for (std::size_t begin = 0; (begin = line.find('"')) != std::string_view::npos;) {
+    const std::size_t end = EndOfQuoted(line, begin);
+    const std::string_view quoted = line.substr(begin, end - begin);
+    shown += line.substr(0, begin);
+    shown += SplitWords(quoted, words, error) ? QuoteShown(words.front()) : std::string(quoted);
+    line.remove_prefix(end);
+  }
+  return shown.append(line);
 }
 
 }  // namespace tlk

@@ -20,4 +20,8 @@ enum class Layout {
 /// The same of a text in the system's ANSI code page, as messages and the trace log have it.
 [[nodiscard]] std::string Printable(std::string_view ansi, Layout layout = Layout::kOneLine);
 
+/// A line in which texts of the ANSI code page stand as `Quote` has them, with their printable
+/// characters shown as such, in UTF-8. Quotes and backslashes within them keep their backslashes.
+[[nodiscard]] std::string ShowQuoted(std::string_view line);
+
 }  // namespace tlk

@@ -8,6 +8,9 @@ namespace tlk {
 /// What is typed comes as narrow ANSI text.
 bool ReadStandardInput(std::string& bytes);
 
+/// Waits until something can be read, or it is at its end.
+void WaitForStandardInput();
+
 /// Whether somebody types at a terminal.
 [[nodiscard]] bool StandardInputIsTerminal();
 

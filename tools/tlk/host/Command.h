@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "tools/tlk/CommandForm.h"
@@ -19,6 +20,7 @@ enum class CommandKind {
   kNew,
   kUse,
   kDestroy,
+  kHelp,
   kQuit,
 };
 
@@ -31,6 +33,7 @@ struct Command {
   CommandKind kind = CommandKind::kQuit;
   Arguments arguments;                     ///< As its form says; text is narrow ANSI text.
   std::shared_ptr<const Command> handler;  ///< What `on` runs.
+  std::uint64_t line = 0;                  ///< The number of the line that it stands in.
 
   /// What `wait` and `on` wait for.
   [[nodiscard]] EventKind Event() const { return static_cast<EventKind>(arguments[0].number); }

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tools/tlk/host/Command.h"
 
@@ -18,7 +20,10 @@ struct ReadResult {
 /// How deep the handler of a handler of a handler may go.
 inline constexpr int kMaxHandlerDepth = 64;
 
-/// Reads one line, its line end cut off.
-[[nodiscard]] ReadResult ReadCommand(std::string_view line);
+/// Reads one line, its line end cut off; `number` is the line's.
+[[nodiscard]] ReadResult ReadCommand(std::string_view line, std::uint64_t number);
+
+/// The forms of all commands.
+[[nodiscard]] std::vector<CommandForm> AllForms();
 
 }  // namespace tlk::host

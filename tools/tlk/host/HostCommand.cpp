@@ -4,7 +4,8 @@
 #include <fstream>
 #include <memory>
 
-#include "tools/tlk/OwnOutput.h"
+#include "tools/tlk/console/Console.h"
+#include "tools/tlk/host/CommandReader.h"
 #include "tools/tlk/host/HostSession.h"
 
 namespace tlk {
@@ -13,22 +14,13 @@ namespace {
 using host::HostSession;
 
 constexpr const char* kHostHelp =
-    "Commands, one per line:\n"
-    "  connect SERVER PORT            connect the control to a message server\n"
-    "  disconnect                     end the connection\n"
-    "  status                         ask for the connection's status: 0 none, 3 connected\n"
-    "  send TYPE [DATA]               send a message; DATA is one XML element\n"
-    "  request TYPE DATA TIMEOUT_MS   send a message and wait for the next one\n"
-    "  pump MS                        deliver notifications and timers for that long\n"
-    "  wait status MS                 deliver until the next status of the control in use\n"
-    "  wait message MS                deliver until its next message\n"
-    "  on status COMMAND...           run a command inside the handler of its next status\n"
-    "  on message COMMAND...          run a command inside the handler of its next message\n"
-    "  new, use N, destroy            make another control, use control N, end the one in use\n"
-    "  quit                           end, as the end of the input does\n"
     "\n"
     "A word in double quotes may hold blanks and \\\" \\\\ \\n \\r \\t \\xHH. Blank lines and\n"
-    "lines that begin with # are ignored. The status is 1 when a line was refused.\n"
+    "lines that begin with # are ignored. At a terminal lines can be edited and called back, and\n"
+    "Tab completes commands.\n"
+    "\n"
+    "The status is 1 when a line was refused; 3 with --fail when a command failed, which is named\n"
+    "on standard error, and as always when nobody reads standard output any more.\n"
     "\n"
     "Examples:\n"
     "  tlk host\n"
@@ -36,12 +28,14 @@ constexpr const char* kHostHelp =
     "  > send Hello \"<Greeting>good morning</Greeting>\"\n"
     "  > wait message 2000\n"
     "\n"
-    "  tlk host --script commands.txt --quiet\n"
+    "  tlk host --script commands.txt --quiet --fail\n"
     "  printf 'connect localhost 1371\\nrequest Time \"\" 500\\n' | tlk host";
 
 struct HostOptions {
   std::string script;
   bool quiet = false;
+  bool failsFast = false;
+  bool escapes = false;
   host::DriverOptions driver;
 };
 
@@ -50,14 +44,16 @@ int Host(HostOptions& options) {
   if (!options.script.empty() && !OpenScript("tlk host", options.script, script)) return 1;
 
   options.driver.showLogLines = !options.quiet;
+  Console console(options.escapes);
   const auto driver = host::NewSystemDriver(options.driver);
-  HostSession session(*driver, [](std::string_view line) { OwnOutput::Get().Line(line); });
+  HostSession session(*driver, options.failsFast,
+                      [&](std::string_view line) { console.Print(line); });
   if (script.is_open()) {
     RunScript(script, session);
   } else {
-    RunStandardInput(
-        [&](std::string& bytes) { return session.WaitForInput() && driver->ReadInput(bytes); },
-        session);
+    const auto wait = [&] { return session.WaitForInput(); };
+    console.Run(session, wait,
+                [&](std::string& bytes) { return wait() && driver->ReadInput(bytes); });
   }
   return session.ExitStatus();
 }
@@ -74,9 +70,14 @@ void AddHostCommand(CLI::App& app, int& exitStatus) {
   host::AddDriverOptions(*command, options->driver);
   command->add_flag("-q,--quiet", options->quiet,
                     "Do not show the lines of the trace log on standard error");
+  command->add_flag("--fail", options->failsFast,
+                    "End with status 3 when a connect fails, a wait runs out or a request gets no "
+                    "reply");
+  command->add_flag("--escapes", options->escapes,
+                    "Show texts with escapes at a terminal, too, as in a pipe");
   command->add_flag("--no-texts", options->driver.leaveOutTexts,
                     "Leave the texts of messages out of the trace log");
-  command->footer(kHostHelp);
+  command->footer("Commands, one per line:\n" + Explain(host::AllForms()) + kHostHelp);
   command->callback([options, &exitStatus] { exitStatus = Host(*options); });
 }
 

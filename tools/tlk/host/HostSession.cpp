@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <iostream>
 #include <utility>
 
 #include "tools/tlk/Words.h"
@@ -32,8 +33,8 @@ struct HostSession::Action {
   bool needsControl;
 };
 
-HostSession::HostSession(ControlDriver& driver, Print print)
-    : CommandSession(std::move(print)), m_driver(driver) {
+HostSession::HostSession(ControlDriver& driver, bool failsFast, Print print)
+    : CommandSession(std::move(print), AllForms()), m_driver(driver), m_failsFast(failsFast) {
   m_inUse = MakeControl();
   if (m_inUse == nullptr) Fail(kNoneMade);
 }
@@ -41,7 +42,7 @@ HostSession::HostSession(ControlDriver& driver, Print print)
 HostSession::~HostSession() = default;
 
 void HostSession::RunLine(std::string_view line) {
-  const ReadResult read = ReadCommand(line);
+  const ReadResult read = ReadCommand(line, LineNumber());
   if (!read.error.empty()) Fail(read.error);
   if (read.command) Run(*read.command, m_inUse);
   FreeDestroyed();
@@ -69,6 +70,7 @@ void HostSession::Run(const Command& command, SessionControl* target) {
       Action{CommandKind::kNew, &HostSession::New, false},
       Action{CommandKind::kUse, &HostSession::Use, false},
       Action{CommandKind::kDestroy, &HostSession::Destroy, true},
+      Action{CommandKind::kHelp, &HostSession::ShowHelp, false},
       Action{CommandKind::kQuit, &HostSession::Quit, false},
   };
   const auto* const action =
@@ -87,6 +89,7 @@ void HostSession::Connect(const Command& command, SessionControl* target) {
       (*target)->Connect(command.arguments[0].text, command.arguments[1].Signed());
   const std::string value = result.value ? std::to_string(*result.value) : "-";
   PrintLine("connect" + Hr(result.hr) + " pVal=" + value);
+  if (result.hr < 0 || result.value.value_or(0) == 0) Miss(command, "connect failed");
 }
 
 void HostSession::Disconnect(const Command& /*command*/, SessionControl* target) {
@@ -109,6 +112,7 @@ void HostSession::Request(const Command& command, SessionControl* target) {
   const RequestResult result = (*target)->Request(words[0].text, words[1].text, words[2].Signed());
   PrintLine("request" + Hr(result.hr) + " type=" + QuoteIfWritten(result.type) +
             " data=" + QuoteIfWritten(result.data));
+  if (result.hr < 0 || !result.type) Miss(command, "request without a reply");
 }
 
 void HostSession::Pump(const Command& command, SessionControl* /*target*/) {
@@ -121,6 +125,7 @@ void HostSession::Wait(const Command& command, SessionControl* target) {
   const auto seen = [&] { return target->EventCount(command.Event()) != before; };
   Deliver(command.arguments[1].Signed(), seen);
   PrintLine(seen() ? "wait ok" : "wait timeout");
+  if (!seen()) Miss(command, "wait ran out");
 }
 
 void HostSession::On(const Command& command, SessionControl* target) {
@@ -154,7 +159,17 @@ void HostSession::Destroy(const Command& /*command*/, SessionControl* target) {
   PrintLine("destroy " + std::to_string(target->Number()));
 }
 
+void HostSession::ShowHelp(const Command& command, SessionControl* /*target*/) {
+  Help(command.arguments);
+}
+
 void HostSession::Quit(const Command& /*command*/, SessionControl* /*target*/) { End(); }
+
+void HostSession::Miss(const Command& command, std::string_view what) {
+  if (!m_failsFast || Ended()) return;
+  EndWith(kStatusFailed);
+  std::cerr << "tlk host: line " << command.line << ": " << what << '\n';
+}
 
 void HostSession::OnEvent(SessionControl& control, EventKind event, const std::string& text) {
   PrintLine(text);

@@ -29,16 +29,20 @@ namespace tlk::host {
 /// Used by one thread. The driver outlives the session.
 class HostSession : public CommandSession {
  public:
-  HostSession(ControlDriver& driver, Print print);
+  /// `failsFast`: whether a connect that fails, a wait that runs out and a request without a reply
+  /// end it, with status `kStatusFailed` and a word on standard error.
+  HostSession(ControlDriver& driver, bool failsFast, Print print);
   ~HostSession() override;
 
-  void RunLine(std::string_view line) override;
+  static constexpr int kStatusFailed = 3;
 
   /// Delivers until standard input can be read; false when the session has ended meanwhile.
   bool WaitForInput();
 
  private:
   struct Action;
+
+  void RunLine(std::string_view line) override;
 
   void Run(const Command& command, SessionControl* target);
 
@@ -54,7 +58,11 @@ class HostSession : public CommandSession {
   void New(const Command& command, SessionControl* target);
   void Use(const Command& command, SessionControl* target);
   void Destroy(const Command& command, SessionControl* target);
+  void ShowHelp(const Command& command, SessionControl* target);
   void Quit(const Command& command, SessionControl* target);
+
+  /// A command has not done what it was for.
+  void Miss(const Command& command, std::string_view what);
 
   void OnEvent(SessionControl& control, EventKind event, const std::string& text);
   SessionControl* MakeControl();
@@ -63,6 +71,7 @@ class HostSession : public CommandSession {
   void Deliver(std::int32_t milliseconds, const std::function<bool()>& done);
 
   ControlDriver& m_driver;
+  const bool m_failsFast;
   std::vector<std::unique_ptr<SessionControl>> m_controls;
   SessionControl* m_inUse = nullptr;
   std::int32_t m_lastNumber = 0;

@@ -10,6 +10,7 @@
 #include "tools/tlk/InputFile.h"
 #include "tools/tlk/OwnOutput.h"
 #include "tools/tlk/StandardInput.h"
+#include "tools/tlk/console/Console.h"
 #include "tools/tlk/message/MessageSession.h"
 #include "tools/tlk/message/StreamCheck.h"
 #include "tools/tlk/wire/SystemDom.h"
@@ -24,36 +25,11 @@ using wire::Workshop;
 
 constexpr const char* kProgram = "tlk message";
 
-constexpr const char* kMessageHelp =
+constexpr const char* kMessageHelpBegin =
     "Commands, one per line; each prints its name, its result (0 done, -1 failed, -2 not there)\n"
-    "and what it read. They build one message, which is empty at first:\n"
-    "  create TYPE FROM TO [STATUS DESCRIPTION]\n"
-    "                                 a new message, with a status reply in it\n"
-    "  load TEXT                      the message that the text holds\n"
-    "  append TEXT                    add one XML element to its Data\n"
-    "  status VALUE DESCRIPTION       add a status reply\n"
-    "  conference NAME COUNT CREATOR ELAPSED\n"
-    "                                 add to its list of conferences\n"
-    "  participant NAME LEADER CREATOR INDEX EXTRA\n"
-    "                                 add to its list of participants; EXTRA is not used\n"
-    "  add-attributes TEXT\n"
-    "  delete-attributes TEXT\n"
-    "  update-attributes TEXT         edit its attribute list by that of the text, by name\n"
-    "  add-attributes-at-paths TEXT PATHS\n"
-    "  delete-attributes-at-paths PATHS\n"
-    "  update-attributes-at-paths TEXT PATHS\n"
-    "                                 the same at the places that a path list names\n"
-    "  set-length                     measure it and stamp its length\n"
-    "  xml                            show it\n"
-    "  node-text XPATH                the text of a node\n"
-    "  set-node-attribute XPATH NAME VALUE\n"
-    "                                 set an XML attribute\n"
-    "and read another:\n"
-    "  parse TEXT                     take the message to read; prints loaded or empty\n"
-    "  type, receiver, data           its Type, the Id of its To, its Data\n"
-    "  node XPATH text|xml            the text of a node, or all of it; XPATH starts at the root\n"
-    "  attribute XPATH NAME           an XML attribute; XPATH starts at the document\n"
-    "  quit                           end, as the end of the input does\n"
+    "and what it read. They build one message, which is empty at first, and read another:\n";
+
+constexpr const char* kMessageHelp =
     "\n"
     "A word in double quotes may hold blanks and \\\" \\\\ \\n \\r \\t \\xHH, and texts are "
     "printed\n"
@@ -81,6 +57,7 @@ constexpr const char* kMessageHelp =
 struct MessageOptions {
   std::string script;
   std::string checked;
+  bool escapes = false;
 };
 
 int CannotRead(const std::string& path, const std::string& failure) {
@@ -110,16 +87,21 @@ int Check(const std::string& path) {
   return file.bad() ? CannotRead(path, SystemFailure()) : status;
 }
 
-int Converse(const std::string& scriptPath) {
+int Converse(const MessageOptions& options) {
   std::ifstream script;
-  if (!scriptPath.empty() && !OpenScript(kProgram, scriptPath, script)) return 1;
+  if (!options.script.empty() && !OpenScript(kProgram, options.script, script)) return 1;
 
+  Console console(options.escapes);
   const Workshop workshop;
-  MessageSession session(workshop.codec, WriteLine);
+  MessageSession session(workshop.codec, [&](std::string_view line) { console.Print(line); });
   if (script.is_open()) {
     RunScript(script, session);
   } else {
-    RunStandardInput(ReadStandardInput, session);
+    const auto wait = [] {
+      WaitForStandardInput();
+      return true;
+    };
+    console.Run(session, wait, ReadStandardInput);
   }
   return session.ExitStatus();
 }
@@ -140,9 +122,11 @@ void AddMessageCommand(CLI::App& app, int& exitStatus) {
           ->type_name("FILE")
           ->excludes(script);
   AddSystemOptions(*command);
-  command->footer(kMessageHelp);
+  command->add_flag("--escapes", options->escapes,
+                    "Show texts with escapes at a terminal, too, as in a pipe");
+  command->footer(kMessageHelpBegin + Explain(MessageSession::AllForms()) + kMessageHelp);
   command->callback([options, check, &exitStatus] {
-    exitStatus = check->empty() ? Converse(options->script) : Check(options->checked);
+    exitStatus = check->empty() ? Converse(*options) : Check(options->checked);
   });
 }
 

@@ -50,43 +50,71 @@ struct MessageSession::Commands {
   static constexpr std::array kAll{
       Action{{"create",
               3,
-              {Text("TYPE"), Number("FROM"), Number("TO"), Number("STATUS"), Text("DESCRIPTION")}},
+              {Text("TYPE"), Number("FROM"), Number("TO"), Number("STATUS"), Text("DESCRIPTION")},
+              "a new message, with a status reply in it"},
              &Self::Create},
-      Action{{"load", 1, {kText}}, &Self::Edit<&Builder::LoadXml>},
-      Action{{"append", 1, {kText}}, &Self::Edit<&Builder::AppendData>},
-      Action{{"status", 2, {Text("VALUE"), Text("DESCRIPTION")}},
+      Action{{"load", 1, {kText}, "the message that the text holds"},
+             &Self::Edit<&Builder::LoadXml>},
+      Action{{"append", 1, {kText}, "add one XML element to its Data"},
+             &Self::Edit<&Builder::AppendData>},
+      Action{{"status", 2, {Text("VALUE"), Text("DESCRIPTION")}, "add a status reply"},
              &Self::EditByTwo<&Builder::AddStatus>},
-      Action{{"conference", 4, {kName, Number("COUNT"), Text("CREATOR"), Unsigned("ELAPSED")}},
+      Action{{"conference",
+              4,
+              {kName, Number("COUNT"), Text("CREATOR"), Unsigned("ELAPSED")},
+              "add to its list of conferences"},
              &Self::Conference},
       Action{{"participant",
               5,
-              {kName, Number("LEADER"), Number("CREATOR"), Number("INDEX"), Text("EXTRA")}},
+              {kName, Number("LEADER"), Number("CREATOR"), Number("INDEX"), Text("EXTRA")},
+              "add to its list of participants; EXTRA is unused"},
              &Self::Participant},
-      Action{{"add-attributes", 1, {kText}}, &Self::Edit<&Builder::AddAttributes>},
-      Action{{"add-attributes-at-paths", 2, {kText, kPaths}},
+      Action{{"add-attributes", 1, {kText}, "add those of the text to its attribute list"},
+             &Self::Edit<&Builder::AddAttributes>},
+      Action{{"delete-attributes", 1, {kText}, "delete from it those that the text names"},
+             &Self::Edit<&Builder::DeleteAttributes>},
+      Action{{"update-attributes", 1, {kText}, "change those that the text names"},
+             &Self::Edit<&Builder::UpdateAttributes>},
+      Action{{"add-attributes-at-paths",
+              2,
+              {kText, kPaths},
+              "add them at the places that a path list names"},
              &Self::EditByTwo<&Builder::AddAttributesAtPaths>},
-      Action{{"delete-attributes", 1, {kText}}, &Self::Edit<&Builder::DeleteAttributes>},
-      Action{{"delete-attributes-at-paths", 1, {kPaths}},
+      Action{{"delete-attributes-at-paths", 1, {kPaths}, "delete what is there"},
              &Self::Edit<&Builder::DeleteAttributesAtPaths>},
-      Action{{"update-attributes", 1, {kText}}, &Self::Edit<&Builder::UpdateAttributes>},
-      Action{{"update-attributes-at-paths", 2, {kText, kPaths}},
+      Action{{"update-attributes-at-paths", 2, {kText, kPaths}, "change those there"},
              &Self::EditByTwo<&Builder::UpdateAttributesAtPaths>},
-      Action{{"set-length", 0, {}}, &Self::SetLength},
-      Action{{"xml", 0, {}}, &Self::Xml},
-      Action{{"node-text", 1, {kPath}}, &Self::NodeText},
-      Action{{"set-node-attribute", 3, {kPath, kName, Text("VALUE")}}, &Self::SetNodeAttribute},
-      Action{{"parse", 1, {kText}}, &Self::Parse},
-      Action{{"type", 0, {}}, &Self::Type, true},
-      Action{{"receiver", 0, {}}, &Self::Receiver, true},
-      Action{{"data", 0, {}}, &Self::Data, true},
-      Action{{"node", 2, {kPath, kForm}}, &Self::Node, true},
-      Action{{"attribute", 2, {kPath, kName}}, &Self::Attribute, true},
-      Action{{"quit", 0, {}}, &Self::Quit},
+      Action{{"set-length", 0, {}, "measure it and stamp its length"}, &Self::SetLength},
+      Action{{"xml", 0, {}, "show it"}, &Self::Xml},
+      Action{{"node-text", 1, {kPath}, "the text of a node"}, &Self::NodeText},
+      Action{{"set-node-attribute", 3, {kPath, kName, Text("VALUE")}, "set an XML attribute"},
+             &Self::SetNodeAttribute},
+      Action{{"parse", 1, {kText}, "take the message to read; tells loaded or empty"},
+             &Self::Parse},
+      Action{{"type", 0, {}, "of the message to read, its Type"}, &Self::Type, true},
+      Action{{"receiver", 0, {}, "the Id of its To"}, &Self::Receiver, true},
+      Action{{"data", 0, {}, "its Data"}, &Self::Data, true},
+      Action{{"node",
+              2,
+              {kPath, kForm},
+              "FORM text: the text of a node; xml: all of it;\n"
+              "XPATH starts at the root"},
+             &Self::Node,
+             true},
+      Action{{"attribute", 2, {kPath, kName}, "an XML attribute; XPATH starts at the document"},
+             &Self::Attribute,
+             true},
+      Action{kHelpForm, &Self::ShowHelp},
+      Action{kShortHelpForm, &Self::ShowHelp},
+      Action{{"quit", 0, {}, "end, as the end of the input does"}, &Self::Quit},
+      Action{{"exit", 0, {}, "the same"}, &Self::Quit},
   };
 };
 
+std::vector<CommandForm> MessageSession::AllForms() { return FormsOf(Commands::kAll); }
+
 MessageSession::MessageSession(const Codec& codec, Print print)
-    : CommandSession(std::move(print)), m_codec(codec), m_builder(codec) {}
+    : CommandSession(std::move(print), AllForms()), m_codec(codec), m_builder(codec) {}
 
 void MessageSession::RunLine(std::string_view line) {
   std::vector<std::string> words;
@@ -187,6 +215,11 @@ std::string MessageSession::Attribute(const Arguments& arguments) {
   std::string value(kUnwritten);
   const int result = m_parser->GetNodeAttribute(arguments[0].text, arguments[1].text, value);
   return Shown(result, value);
+}
+
+std::string MessageSession::ShowHelp(const Arguments& arguments) {
+  Help(arguments);
+  return {};
 }
 
 std::string MessageSession::Quit(const Arguments& /*arguments*/) {

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tools/tlk/CommandForm.h"
 #include "tools/tlk/CommandSession.h"
@@ -20,9 +21,11 @@ class MessageSession : public CommandSession {
   /// What `codec` refers to outlives the session.
   MessageSession(const Codec& codec, Print print);
 
-  void RunLine(std::string_view line) override;
+  [[nodiscard]] static std::vector<CommandForm> AllForms();
 
  private:
+  void RunLine(std::string_view line) override;
+
   struct Action;
   struct Commands;
 
@@ -47,6 +50,7 @@ class MessageSession : public CommandSession {
   std::string Node(const Arguments& arguments);
   std::string Attribute(const Arguments& arguments);
 
+  std::string ShowHelp(const Arguments& arguments);
   std::string Quit(const Arguments& arguments);
 
   const Codec m_codec;

@@ -41,15 +41,26 @@ bool WaitForRoom(int descriptor) {
   std::exit(OwnOutput::kStatusOutputLost);
 }
 
-void WriteBytes(int descriptor, std::string_view bytes) {
+/// Returns why it failed, or 0.
+int WriteBytes(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {
     const auto written = ::write(descriptor, bytes.data(), bytes.size());
     if (written >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
     } else if (errno == EAGAIN ? !WaitForRoom(descriptor) : errno != EINTR) {
-      EndWithoutOutput(errno);
+      return errno;
     }
   }
+  return 0;
+}
+
+bool IsTerminalAt(int descriptor) { return ::isatty(descriptor) == 1; }
+
+int WriteText(int descriptor, std::string_view text) {
+  if (!IsTerminalAt(descriptor) || TerminalIsUtf8()) return WriteBytes(descriptor, text);
+  std::string encoded;
+  TerminalText().Narrow(ToUtf16(text), encoded);
+  return WriteBytes(descriptor, encoded);
 }
 
 }  // namespace
@@ -68,20 +79,19 @@ OwnOutput::OwnOutput()
 void OwnOutput::Line(std::string_view line) { Text(std::string(line) + '\n'); }
 
 void OwnOutput::Text(std::string_view text) {
-  if (!IsTerminal() || TerminalIsUtf8()) {
-    WriteBytes(m_descriptor, text);
-  } else {
-    std::string encoded;
-    TerminalText().Narrow(ToUtf16(text), encoded);
-    WriteBytes(m_descriptor, encoded);
-  }
+  const int failure = WriteText(m_descriptor, text);
+  if (failure != 0) EndWithoutOutput(failure);
 }
+
+void OwnOutput::ErrorText(std::string_view text) { WriteText(STDERR_FILENO, text); }
 
 bool OwnOutput::HasReader() const {
   pollfd looked{m_descriptor, 0, 0};
   return ::poll(&looked, 1, 0) <= 0 || (looked.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
 }
 
-bool OwnOutput::IsTerminal() const { return ::isatty(m_descriptor) == 1; }
+bool OwnOutput::IsTerminal() const { return IsTerminalAt(m_descriptor); }
+
+bool OwnOutput::ErrorsGoToTerminal() const { return IsTerminalAt(STDERR_FILENO); }
 
 }  // namespace tlk

@@ -28,6 +28,8 @@ bool ReadStandardInput(std::string& bytes) {
   return count > 0 || error == EINTR || (error == EAGAIN && WaitForBytes());
 }
 
+void WaitForStandardInput() { WaitForBytes(); }
+
 bool StandardInputIsTerminal() { return isatty(STDIN_FILENO) == 1; }
 
 }  // namespace tlk

@@ -27,26 +27,39 @@ constexpr std::size_t kMostAtOnce = 16384;
 
 HANDLE HandleOf(int descriptor) { return reinterpret_cast<HANDLE>(_get_osfhandle(descriptor)); }
 
-void WriteBytes(int descriptor, std::string_view bytes) {
+/// Each writer returns why it failed, or 0.
+int WriteBytes(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {
     const auto most = static_cast<unsigned>(std::min(bytes.size(), kMostAtOnce));
     const int written = _write(descriptor, bytes.data(), most);
-    if (written <= 0) EndWithoutOutput(errno);
+    if (written <= 0) return errno;
     bytes.remove_prefix(static_cast<std::size_t>(written));
   }
+  return 0;
 }
 
 /// A console shows bytes by a code page of its own, so it is given characters.
-void WriteToConsole(int descriptor, std::u16string_view text) {
+int WriteToConsole(int descriptor, std::u16string_view text) {
   while (!text.empty()) {
     const auto most = static_cast<DWORD>(std::min(text.size(), kMostAtOnce / 2));
     DWORD written = 0;
     if (!WriteConsoleW(HandleOf(descriptor), text.data(), most, &written, nullptr) ||
         written == 0) {
-      EndWithoutOutput(EIO);
+      return EIO;
     }
     text.remove_prefix(written);
   }
+  return 0;
+}
+
+bool IsTerminalAt(int descriptor) {
+  DWORD mode = 0;
+  return GetConsoleMode(HandleOf(descriptor), &mode) != 0;
+}
+
+int WriteText(int descriptor, std::string_view text) {
+  return IsTerminalAt(descriptor) ? WriteToConsole(descriptor, ToUtf16(text))
+                                  : WriteBytes(descriptor, text);
 }
 
 }  // namespace
@@ -67,18 +80,16 @@ OwnOutput::OwnOutput() : m_descriptor(_dup(STDOUT_FILENO)) {
 void OwnOutput::Line(std::string_view line) { Text(std::string(line) + '\n'); }
 
 void OwnOutput::Text(std::string_view text) {
-  if (IsTerminal()) {
-    WriteToConsole(m_descriptor, ToUtf16(text));
-  } else {
-    WriteBytes(m_descriptor, text);
-  }
+  const int failure = WriteText(m_descriptor, text);
+  if (failure != 0) EndWithoutOutput(failure);
 }
+
+void OwnOutput::ErrorText(std::string_view text) { WriteText(STDERR_FILENO, text); }
 
 bool OwnOutput::HasReader() const { return true; }
 
-bool OwnOutput::IsTerminal() const {
-  DWORD mode = 0;
-  return GetConsoleMode(HandleOf(m_descriptor), &mode) != 0;
-}
+bool OwnOutput::IsTerminal() const { return IsTerminalAt(m_descriptor); }
+
+bool OwnOutput::ErrorsGoToTerminal() const { return IsTerminalAt(STDERR_FILENO); }
 
 }  // namespace tlk

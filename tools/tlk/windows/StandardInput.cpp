@@ -43,6 +43,8 @@ bool ReadStandardInput(std::string& bytes) {
   return StandardInputIsTerminal() ? ReadTyped(bytes) : ReadBytes(bytes);
 }
 
+void WaitForStandardInput() { WaitForSingleObject(Input(), INFINITE); }
+
 bool StandardInputIsTerminal() {
   DWORD mode = 0;
   return GetConsoleMode(Input(), &mode) != 0;

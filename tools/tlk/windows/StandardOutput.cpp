@@ -10,13 +10,13 @@ namespace {
 constexpr int kStandardOutput = 1;
 constexpr int kStandardError = 2;
 
+}  // namespace
+
 bool LeadStandardOutputTo(int descriptor) {
   if (_dup2(descriptor, kStandardOutput) == -1) return false;
   SetStdHandle(STD_OUTPUT_HANDLE, reinterpret_cast<HANDLE>(_get_osfhandle(kStandardOutput)));
   return true;
 }
-
-}  // namespace
 
 void SendStandardOutputToStandardError() {
   if (!LeadStandardOutputTo(kStandardError)) DropStandardOutput();

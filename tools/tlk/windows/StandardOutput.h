@@ -6,6 +6,9 @@ namespace tlk {
 /// alike, where standard error goes; nowhere when there is none.
 void SendStandardOutputToStandardError();
 
+/// Sends it to a descriptor; false when that cannot be.
+bool LeadStandardOutputTo(int descriptor);
+
 /// From here on nobody sees what is printed on standard output.
 void DropStandardOutput();
 

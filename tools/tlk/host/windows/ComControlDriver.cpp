@@ -4,6 +4,7 @@
 
 #include <iostream>
 
+#include "tools/tlk/CommandSession.h"
 #include "tools/tlk/host/windows/ComFailure.h"
 #include "tools/tlk/host/windows/DrivenComControl.h"
 #include "tools/tlk/windows/StandardOutput.h"
@@ -44,7 +45,7 @@ void ComControlDriver::DeliverOnce(std::uint32_t milliseconds) {
 }
 
 bool ComControlDriver::DeliverOnceOrInput() {
-  const HANDLE ready = Input().Ready();
+  const HANDLE ready = ReadyInput();
   const auto waited =
       MsgWaitForMultipleObjectsEx(1, &ready, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
   if (waited == WAIT_OBJECT_0) return true;
@@ -55,6 +56,11 @@ bool ComControlDriver::DeliverOnceOrInput() {
 bool ComControlDriver::ReadInput(std::string& bytes) { return Input().Read(bytes); }
 
 std::uint64_t ComControlDriver::TickCount() { return GetTickCount64(); }
+
+// A console can be waited for itself; whoever reads what is typed there asks it for the keys.
+HANDLE ComControlDriver::ReadyInput() {
+  return IsConversation() ? GetStdHandle(STD_INPUT_HANDLE) : Input().Ready();
+}
 
 InputReader& ComControlDriver::Input() {
   if (!m_input) m_input.emplace();

@@ -30,6 +30,7 @@ class ComControlDriver : public ControlDriver {
     Apartment& operator=(const Apartment&) = delete;
   };
 
+  HANDLE ReadyInput();
   InputReader& Input();
 
   const Apartment m_apartment;
