@@ -61,6 +61,7 @@ inline constexpr CommandForm kShortHelpForm{"?", 0, {kCommandWord}, "the same"};
 template <typename Entry, std::size_t count>
 [[nodiscard]] std::vector<CommandForm> FormsOf(const std::array<Entry, count>& table) {
   std::vector<CommandForm> forms;
+  forms.reserve(count);
   for (const auto& entry : table) forms.push_back(entry.form);
   return forms;
 }

@@ -1,10 +1,10 @@
 #include "tools/tlk/console/LineEditor.h"
 
 #include <histedit.h>
-#include <locale.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
+#include <clocale>
 
 #include <algorithm>
 #include <array>
