@@ -8,6 +8,7 @@
 #include "tools/tlk/OwnOutput.h"
 #include "tools/tlk/Printable.h"
 #include "tools/tlk/net/BindOption.h"
+#include "tools/tlk/net/System.h"
 #include "tools/tlk/serve/Answers.h"
 #include "tools/tlk/serve/ScriptPlayer.h"
 #include "tools/tlk/serve/ScriptText.h"
@@ -105,6 +106,7 @@ int RunServer(const ServeOptions& options) {
   if (options.clients > 0) settled.clients = options.clients;
   if (!options.answers.empty()) settled.answers = FromFile(options.answers, Answers::Read);
   net::WarnIfOpen("tlk serve", options.address);
+  net::RaiseDescriptorLimit();
   Server server(settled, WriteLine);
   if (const auto error = server.Listen()) return ReportNotListening(error);
   server.Run();
