@@ -5,14 +5,14 @@
 import contextlib
 import pathlib
 import re
-import shlex
 import socket
 import subprocess
 import sys
 import tempfile
 import unittest
 
-TLK = shlex.split(sys.argv.pop())
+TLK = sys.argv[1:]
+del sys.argv[1:]
 WINDOWS = TLK[-1].endswith(".exe")
 natively = unittest.skipIf(WINDOWS, "Wine lets no signal through, and a host needs a module")
 
@@ -229,6 +229,17 @@ class Serve(unittest.TestCase):
         self.assertEqual(console.stdout.readlines()[2:], [
             "send hr=0x00000000\n",
             'event TlkMsgRecieved type="Hello" data="<Data><a/></Data>"\n'])
+
+    def test_serves_many_clients_at_once(self):
+        self.start("--clients", "300")
+        run = subprocess.run([TLK, "load", "--to", "127.0.0.1", str(self.port), "--clients", "300",
+                              "--rate", "600", "--for", "1"], stdout=subprocess.PIPE, encoding="utf-8")
+        self.assertEqual(run.stdout.splitlines()[:2],
+                         ["connections   300 made, 0 failed, 0 lost",
+                          "messages      600 sent, 600 received, 0 unanswered"])
+        self.assertEqual(run.returncode, 0)
+        lines = self.server.stdout.readlines()
+        self.assertEqual(sum('message type="Load" bytes=200' in line for line in lines), 600)
 
     def test_says_why_a_script_fails(self):
         for script, text, end, *options in rows("scripts.txt"):

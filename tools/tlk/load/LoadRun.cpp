@@ -17,8 +17,9 @@ constexpr std::uint64_t kAttempts = 256;
 /// How long connecting may take, over the time of the ramp.
 constexpr std::chrono::seconds kConnectLimit(10);
 
-/// How long what is under way at the end may take.
-constexpr std::chrono::seconds kDrainLimit(1);
+/// How long what is under way at the end may take, and where nothing has ever come back.
+constexpr std::chrono::seconds kDrainLimit(5);
+constexpr std::chrono::seconds kVainDrainLimit(1);
 
 constexpr std::chrono::milliseconds kStep(10);
 
@@ -164,7 +165,8 @@ void LoadRun::EndSending() {
   m_lasted = Clock::now() - m_traffic.start;
   m_processorTime = OwnProcessorTime() - m_processorTime;
   m_traffic.tally.due = m_traffic.schedule ? m_kicked : m_traffic.tally.sent;
-  After(m_end, kDrainLimit, [this] { m_io.stop(); });
+  After(m_end, m_traffic.tally.answered > 0 ? kDrainLimit : kVainDrainLimit,
+        [this] { m_io.stop(); });
   Drain();
 }
 

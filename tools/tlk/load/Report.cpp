@@ -104,6 +104,8 @@ std::string ConnectionBound(const Outcome& outcome) {
   }
   const auto refused = ErrorCount(tally, socket_error::kConnectionRefused);
   if (refused > 0) return "the server refused " + Grouped(refused) + " connections";
+  const auto late = ErrorCount(tally, socket_error::kTimedOut);
+  if (late > 0) return Grouped(late) + " connections timed out, as the server did not accept them";
   return Grouped(tally.failed) + " connections failed";
 }
 
@@ -112,8 +114,10 @@ std::string RateBound(const Outcome& outcome) {
   const auto& tally = outcome.tally;
   const double percent = PercentOfProcessor(outcome);
   if (percent >= kFull) return "this process used " + Decimal(percent, 0) + " % of a core";
-  return "the server was slow: " + Grouped(tally.Unanswered()) + " messages were unanswered, " +
-         Grouped(tally.due - std::min(tally.due, tally.sent)) + " could not be sent in time";
+  return "this process used " + Decimal(percent, 0) +
+         " % of a core, so the server or the machine was slow: " + Grouped(tally.Unanswered()) +
+         " messages were unanswered, " + Grouped(tally.due - std::min(tally.due, tally.sent)) +
+         " could not be sent in time";
 }
 
 std::string ErrorName(int number) {
