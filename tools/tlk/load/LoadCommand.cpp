@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "tools/tlk/NumberOption.h"
 #include "tools/tlk/OwnOutput.h"
@@ -50,7 +50,7 @@ constexpr const char* kLoadHelp =
 /// What the command line says; absent numbers are 0.
 struct LoadWords {
   LoadOptions options;
-  std::vector<std::string> server;
+  std::pair<std::string, std::string> server;  ///< Its host and port.
   std::uint32_t rate = 0;
   std::uint32_t seconds = 10;
   std::uint32_t ramp = 0;
@@ -62,7 +62,7 @@ std::uint16_t ReadLoadPort(const std::string& word) {
   const char* const end = word.data() + word.size();
   const auto read = std::from_chars(word.data(), end, port);
   if (read.ec == std::errc() && read.ptr == end && port > 0) return port;
-  throw CLI::ValidationError("PORT must be a whole number from 1 to 65535, not " + Quote(word));
+  throw CLI::ValidationError("--to must be a host and a port from 1 to 65535, not " + Quote(word));
 }
 
 int LoadFailed(const std::string& what) {
@@ -86,7 +86,7 @@ int RunLoad(const LoadOptions& options, bool json) {
 
 int Run(const LoadWords& words) {
   auto options = words.options;
-  options.host = words.server[0];
+  options.host = words.server.first;
   if (words.rate > 0) options.rate = words.rate;
   options.runFor = std::chrono::seconds(words.seconds);
   options.ramp = std::chrono::seconds(words.ramp);
@@ -108,9 +108,8 @@ void AddDefaulted(CLI::App& load, const char* name, const char* type, Number& nu
 void AddOptions(CLI::App& load, LoadWords& words) {
   constexpr std::uint32_t kDay = 86400;
   auto& options = words.options;
-  load.add_option("--to", words.server, "The server")
+  load.add_option("--to", words.server, "The server, by name or address")
       ->type_name("HOST PORT")
-      ->expected(2)
       ->required();
   AddDefaulted(load, "--clients", "N", options.clients, "So many clients", 1U, 1'000'000U);
   AddNumber(load, "--rate", words.rate, "So many messages a second, of all clients together", 1U,
@@ -133,7 +132,7 @@ void AddLoadCommand(CLI::App& app, int& exitStatus) {
   const auto words = std::make_shared<LoadWords>();
   AddOptions(*command, *words);
   command->callback([words, &exitStatus] {
-    words->options.port = ReadLoadPort(words->server[1]);
+    words->options.port = ReadLoadPort(words->server.second);
     exitStatus = Run(*words);
   });
 }
