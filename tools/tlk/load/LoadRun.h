@@ -16,8 +16,8 @@
 namespace tlk::load {
 
 /// Many clients against one server, on one thread: all connect, then send for the time of the run,
-/// then what is under way has a few seconds to come back. It ends in time whatever the server does, and
-/// earlier when all connections have ended, or by SIGINT or SIGTERM.
+/// then what is under way has a few seconds to come back. It ends in time whatever the server does,
+/// and earlier when all connections have ended, or by SIGINT or SIGTERM.
 class LoadRun : private ClientEvents {
  public:
   using LineWriter = std::function<void(std::string_view)>;

@@ -1,6 +1,7 @@
 #include "tools/tlk/load/Report.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "platform/Sockets.h"
@@ -71,8 +72,8 @@ double PercentOfProcessor(const Outcome& outcome) {
 
 std::uint64_t ASecond(const Outcome& outcome, std::uint64_t messages) {
   const double seconds = Seconds(outcome);
-  return seconds > 0 ? static_cast<std::uint64_t>(static_cast<double>(messages) / seconds + 0.5)
-                     : 0;
+  if (seconds <= 0) return 0;
+  return static_cast<std::uint64_t>(std::llround(static_cast<double>(messages) / seconds));
 }
 
 /// What went well: there and back, or there when nothing comes back.
