@@ -88,8 +88,14 @@ TEST(ScheduleTest, HasEachMessageDueAtItsPartOfASecond) {
   const Schedule schedule(10'000'000);
   using std::chrono::nanoseconds;
   EXPECT_EQ(schedule.DueOf(3), nanoseconds(300));
-  EXPECT_EQ(schedule.DueOf(schedule.CountUntil(std::chrono::hours(24)) - 1),
+  EXPECT_EQ(schedule.DueOf(schedule.CountBefore(std::chrono::hours(24)) - 1),
             std::chrono::hours(24) - nanoseconds(100));
+  for (const std::uint64_t rate : {1U, 3U, 7U, 9'999'999U}) {
+    const Schedule odd(rate);
+    EXPECT_EQ(odd.CountBefore(nanoseconds(0)), 0U);
+    EXPECT_EQ(odd.CountBefore(nanoseconds(1)), 1U);
+    EXPECT_EQ(odd.CountBefore(std::chrono::seconds(5)), 5 * rate);
+  }
 }
 
 }  // namespace

@@ -100,7 +100,7 @@ void Client::OnRead(const asio::error_code& error, std::size_t count) {
     Lose(socket_error::kFault);
     return;
   }
-  Kick();
+  SendNext();
   if (m_state == State::kConnected) Read();
 }
 
@@ -141,28 +141,27 @@ void Client::TakeMark(std::string_view head) {
   m_traffic.tally.latencies.Add(now - mark->due);
 }
 
-/// None while it has to wait for what it sent, or for the socket.
-std::optional<Clock::time_point> Client::NextDue(Clock::time_point now) const {
+bool Client::MaySend() const {
   const bool one = m_traffic.options.requests || !m_traffic.schedule;
-  if (m_writing || (one && m_waiting > 0)) return std::nullopt;
-  if (!m_traffic.schedule) return now;
-  const auto number = m_number + m_next * m_traffic.options.clients;
-  return m_traffic.start + m_traffic.schedule->DueOf(number);
+  return m_state == State::kConnected && m_traffic.sending && m_next < m_released && !m_writing &&
+         !(one && m_waiting > 0);
 }
 
-void Client::Kick() {
-  if (m_state != State::kConnected || !m_traffic.sending) return;
-  const auto now = Clock::now();
-  const auto due = NextDue(now);
-  if (due && *due <= now) Send(now, *due);
+void Client::Release(std::uint64_t messages) {
+  m_released += messages;
+  SendNext();
 }
 
-void Client::Send(Clock::time_point now, Clock::time_point due) {
+void Client::SendNext() {
+  if (!MaySend()) return;
+  m_active = m_due = Clock::now();
+  if (m_traffic.schedule) {
+    const auto number = m_number + m_next * m_traffic.options.clients;
+    m_due = m_traffic.start + m_traffic.schedule->DueOf(number);
+  }
   ++m_next;
   ++m_waiting;
-  m_due = due;
-  m_active = now;
-  m_traffic.text.WriteHead(m_id, {m_number, Microseconds(due - m_traffic.start)}, m_head);
+  m_traffic.text.WriteHead(m_id, {m_number, Microseconds(m_due - m_traffic.start)}, m_head);
   Write(m_traffic.text.Tail(m_head.size()), m_traffic.tally.sent);
 }
 
@@ -186,7 +185,7 @@ void Client::Write(std::string_view tail, std::uint64_t& counter) {
                         return;
                       }
                       ++counter;
-                      Kick();
+                      SendNext();
                     });
 }
 

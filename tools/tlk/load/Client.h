@@ -56,8 +56,8 @@ class Client {
   /// Ends an attempt to connect that takes too long.
   void GiveUp();
 
-  /// Sends the next message if it is due and the last is out of the way.
-  void Kick();
+  /// Lets it send so many messages more, each as soon as the last is out of the way.
+  void Release(std::uint64_t messages);
 
   /// Sends a keep-alive if it has been idle for long.
   void KeepAlive(Clock::time_point now);
@@ -74,8 +74,8 @@ class Client {
   void OnMessage(std::string_view head);
   void TakeReply();
   void TakeMark(std::string_view head);
-  [[nodiscard]] std::optional<Clock::time_point> NextDue(Clock::time_point now) const;
-  void Send(Clock::time_point now, Clock::time_point due);
+  [[nodiscard]] bool MaySend() const;
+  void SendNext();
   void Write(std::string_view tail, std::uint64_t& counter);
 
   asio::ip::tcp::socket m_socket;
@@ -85,10 +85,11 @@ class Client {
   std::int32_t m_id = -1;
   State m_state = State::kFresh;
   bool m_writing = false;
-  std::uint64_t m_next = 0;     ///< Messages begun, so the number of the next of its own.
-  std::uint64_t m_waiting = 0;  ///< Those of them that have not come back.
-  Clock::time_point m_due;      ///< When the last was due.
-  Clock::time_point m_active;   ///< When it last sent or heard something.
+  std::uint64_t m_released = 0;  ///< Messages of its own that may have gone out.
+  std::uint64_t m_next = 0;      ///< Messages begun, so the number of the next of its own.
+  std::uint64_t m_waiting = 0;   ///< Those of them that have not come back.
+  Clock::time_point m_due;       ///< When the last was due.
+  Clock::time_point m_active;    ///< When it last sent or heard something.
   HeadReader m_reader;
   std::string m_head;  ///< Of what is being written.
   std::vector<char> m_readBuffer;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <limits>
 #include <random>
 #include <utility>
 
@@ -25,6 +26,9 @@ constexpr std::chrono::milliseconds kStep(10);
 
 /// The clock does not tick more often: the loop has other things to do.
 constexpr std::chrono::microseconds kTick(100);
+
+/// Messages that may go out at a time: about as many as the loop then hears.
+constexpr std::uint64_t kRound = 128;
 
 std::optional<Schedule> MakeSchedule(const LoadOptions& options) {
   if (!options.rate) return std::nullopt;
@@ -134,23 +138,27 @@ void LoadRun::OnLost() {
   if (m_started && tally.lost == tally.connected) EndSending();
 }
 
-/// Each client is told of the time of each of its messages. One that cannot send then finds out by
-/// itself, when it can, what is overdue.
+/// Lets each client send what is due. A round has its limit, lest a run that cannot keep its rate
+/// hears and ends nothing any more.
 void LoadRun::OnClock() {
+  if (!m_traffic.sending) return;
   if (!m_traffic.schedule) {
-    for (auto& client : m_clients) client.Kick();
+    for (auto& client : m_clients) client.Release(std::numeric_limits<std::uint32_t>::max());
     return;
   }
   const auto& schedule = *m_traffic.schedule;
-  const auto last = schedule.CountUntil(m_options.runFor);
   const auto passed = Clock::now() - m_traffic.start;
-  while (m_kicked < last && schedule.DueOf(m_kicked) <= passed) {
-    m_clients[m_kicked++ % m_options.clients].Kick();
+  const auto due = std::min(m_released + kRound, DueMessages(passed));
+  while (m_released < due) {
+    m_clients[m_released++ % m_options.clients].Release(1);
   }
-  if (m_kicked < last) {
-    After(m_clock, std::max<Clock::duration>(schedule.DueOf(m_kicked) - passed, kTick),
-          [this] { OnClock(); });
-  }
+  After(m_clock, std::max<Clock::duration>(schedule.DueOf(m_released) - passed, kTick),
+        [this] { OnClock(); });
+}
+
+/// None is due at the end itself.
+std::uint64_t LoadRun::DueMessages(Clock::duration passed) const {
+  return m_traffic.schedule->CountBefore(std::min<Clock::duration>(passed, m_options.runFor));
 }
 
 void LoadRun::EndSending() {
@@ -158,13 +166,12 @@ void LoadRun::EndSending() {
     m_io.stop();
     return;
   }
-  m_clock.cancel();
   OnClock();
-  m_traffic.sending = false;
   m_clock.cancel();
+  m_traffic.sending = false;
   m_lasted = Clock::now() - m_traffic.start;
   m_processorTime = OwnProcessorTime() - m_processorTime;
-  m_traffic.tally.due = m_traffic.schedule ? m_kicked : m_traffic.tally.sent;
+  m_traffic.tally.due = m_traffic.schedule ? DueMessages(m_lasted) : m_traffic.tally.sent;
   After(m_end, m_traffic.tally.answered > 0 ? kDrainLimit : kVainDrainLimit,
         [this] { m_io.stop(); });
   Drain();

@@ -40,7 +40,7 @@ class LoadRun : private ClientEvents {
   [[nodiscard]] bool MayConnect() const;
   void Begin();
   void OnClock();
-  void SetClock(Clock::time_point at);
+  [[nodiscard]] std::uint64_t DueMessages(Clock::duration passed) const;
   void EndSending();
   void Drain();
   void OnSecond();
@@ -62,7 +62,7 @@ class LoadRun : private ClientEvents {
   Clock::time_point m_begun;                    ///< When the first connection was tried.
   std::uint32_t m_tried = 0;                    ///< Clients that have begun to connect.
   std::uint64_t m_decided = 0;                  ///< Clients whose attempt is over.
-  std::uint64_t m_kicked = 0;                   ///< Messages of all whose time has come.
+  std::uint64_t m_released = 0;                 ///< Messages of all that may have gone out.
   bool m_started = false;                       ///< The messages have begun.
   std::chrono::microseconds m_processorTime{};  ///< Of this process until they began, then of them.
   Clock::duration m_lasted{};                   ///< How long messages went out.

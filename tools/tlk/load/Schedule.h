@@ -16,17 +16,20 @@ class Schedule {
 
   /// When message `number` of all is due, counted from 0.
   [[nodiscard]] Clock::duration DueOf(std::uint64_t number) const {
-    constexpr std::uint64_t kNanoseconds = 1'000'000'000;
     const auto rest = number % m_rate * kNanoseconds / m_rate;
     return std::chrono::seconds(number / m_rate) + std::chrono::nanoseconds(rest);
   }
 
-  /// How many are due before that time, which is of whole seconds.
-  [[nodiscard]] std::uint64_t CountUntil(std::chrono::seconds end) const {
-    return static_cast<std::uint64_t>(end.count()) * m_rate;
+  /// How many are due before that time.
+  [[nodiscard]] std::uint64_t CountBefore(Clock::duration time) const {
+    const auto passed = static_cast<std::uint64_t>(std::chrono::nanoseconds(time).count());
+    const auto rest = passed % kNanoseconds * m_rate;
+    return passed / kNanoseconds * m_rate + (rest + kNanoseconds - 1) / kNanoseconds;
   }
 
  private:
+  static constexpr std::uint64_t kNanoseconds = 1'000'000'000;
+
   std::uint64_t m_rate;
 };
 
