@@ -13,6 +13,7 @@ diff - <(find . -type f | sort) <<'EXPECTED'
 ./lib/wireshark/plugins/tlkc2.lua
 ./share/bash-completion/completions/tlk
 ./share/man/man1/tlk-host.1.gz
+./share/man/man1/tlk-load.1.gz
 ./share/man/man1/tlk-log.1.gz
 ./share/man/man1/tlk-message.1.gz
 ./share/man/man1/tlk-serve.1.gz
@@ -59,7 +60,7 @@ diff - <(
   completed message --check 'a '
 ) <<'EXPECTED'
 complete -F _tlk tlk
--h --help --version host log message serve tap help
+-h --help --version host load log message serve tap help
 host
 --max-length --max-queue --max-memory
 -h --help --script --code-page -q --quiet --fail --escapes --no-texts

@@ -24,6 +24,9 @@ constexpr std::chrono::seconds kVainDrainLimit(1);
 
 constexpr std::chrono::milliseconds kStep(10);
 
+/// What was due so long before the end is expected to be done.
+constexpr Clock::duration kLate = std::chrono::milliseconds(500);
+
 /// The clock does not tick more often: the loop has other things to do.
 constexpr std::chrono::microseconds kTick(100);
 
@@ -88,7 +91,7 @@ Outcome LoadRun::Run() {
   OnSecond();
   OnRamp();
   m_io.run();
-  return {m_options, m_traffic.tally, m_lasted, m_processorTime, descriptors};
+  return {m_options, m_traffic.tally, m_inTime, m_expected, m_lasted, m_processorTime, descriptors};
 }
 
 /// While the ramp lasts, somebody may always connect a little later.
@@ -141,7 +144,7 @@ void LoadRun::OnLost() {
 /// Lets each client send what is due. A round has its limit, lest a run that cannot keep its rate
 /// hears and ends nothing any more.
 void LoadRun::OnClock() {
-  if (!m_traffic.sending) return;
+  if (m_ended) return;
   if (!m_traffic.schedule) {
     for (auto& client : m_clients) client.Release(std::numeric_limits<std::uint32_t>::max());
     return;
@@ -162,16 +165,20 @@ std::uint64_t LoadRun::DueMessages(Clock::duration passed) const {
 }
 
 void LoadRun::EndSending() {
-  if (!m_traffic.sending) {
+  if (!m_started || m_ended) {
     m_io.stop();
     return;
   }
   OnClock();
-  m_clock.cancel();
-  m_traffic.sending = false;
+  m_ended = true;
+  // What is due and waits for its socket alone still goes out.
+  m_traffic.sending = m_traffic.schedule && !m_options.requests;
   m_lasted = Clock::now() - m_traffic.start;
   m_processorTime = OwnProcessorTime() - m_processorTime;
   m_traffic.tally.due = m_traffic.schedule ? DueMessages(m_lasted) : m_traffic.tally.sent;
+  m_inTime = m_traffic.tally.answered;
+  if (!m_options.requests && m_inTime == 0) m_inTime = m_traffic.tally.sent;
+  if (m_traffic.schedule) m_expected = DueMessages(m_lasted - std::min(m_lasted, kLate));
   After(m_end, m_traffic.tally.answered > 0 ? kDrainLimit : kVainDrainLimit,
         [this] { m_io.stop(); });
   Drain();

@@ -63,6 +63,9 @@ class LoadRun : private ClientEvents {
   std::uint32_t m_tried = 0;                    ///< Clients that have begun to connect.
   std::uint64_t m_decided = 0;                  ///< Clients whose attempt is over.
   std::uint64_t m_released = 0;                 ///< Messages of all that may have gone out.
+  std::uint64_t m_inTime = 0;                   ///< As in the outcome.
+  std::uint64_t m_expected = 0;                 ///< As in the outcome.
+  bool m_ended = false;                         ///< No more messages are let go.
   bool m_started = false;                       ///< The messages have begun.
   std::chrono::microseconds m_processorTime{};  ///< Of this process until they began, then of them.
   Clock::duration m_lasted{};                   ///< How long messages went out.

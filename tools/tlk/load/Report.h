@@ -15,6 +15,8 @@ namespace tlk::load {
 struct Outcome {
   LoadOptions options;
   Tally tally;
+  std::uint64_t inTime = 0;  ///< Messages answered when that was over; or sent, if none comes back.
+  std::uint64_t expected = 0;                 ///< How many were due half a second before.
   Clock::duration lasted{};                   ///< How long messages went out.
   std::chrono::microseconds processorTime{};  ///< What this process used meanwhile.
   std::optional<std::size_t> descriptors;     ///< How many it may have open, if that is limited.
