@@ -37,6 +37,7 @@ all='EXIT STATUS,ENVIRONMENT'
 [ "$(sections tlk-log)" = "NAME,SYNOPSIS,DESCRIPTION,OPTIONS,EXAMPLES,$all,FILES,SEE ALSO" ]
 [ "$(sections tlk-serve)" = "NAME,SYNOPSIS,DESCRIPTION,OPTIONS,EXAMPLES,$all,SEE ALSO" ]
 [ "$(sections tlk-message)" = "NAME,SYNOPSIS,DESCRIPTION,OPTIONS,EXAMPLES,$all,SEE ALSO" ]
+[ "$(sections tlk-load)" = "NAME,SYNOPSIS,DESCRIPTION,OPTIONS,EXAMPLES,$all,SEE ALSO" ]
 zcat share/man/man1/tlk-message.1.gz >page
 grep -q '^\.TH TLK\\-MESSAGE 1 1970-01-02 "tlk ' page
 
