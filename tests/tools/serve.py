@@ -233,7 +233,7 @@ class Serve(unittest.TestCase):
 
     def test_serves_many_clients_at_once(self):
         self.start("--clients", "300")
-        run = subprocess.run([TLK, "load", "--to", "127.0.0.1", str(self.port), "--clients", "300",
+        run = subprocess.run([*TLK, "load", "--to", "127.0.0.1", str(self.port), "--clients", "300",
                               "--rate", "600", "--for", "1", "--json"], stdout=subprocess.PIPE)
         result = json.loads(run.stdout)
         self.assertEqual(result["connections"], {"asked": 300, "made": 300, "failed": 0, "lost": 0})

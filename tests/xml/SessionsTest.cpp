@@ -78,7 +78,7 @@ class SessionsTest : public CodecTest {
       }
       const auto own = kCommands.find(name);
       const Text shown = ShownBy([&] {
-        if (own == kCommands.end()) return workbench.RunLine(command);
+        if (own == kCommands.end()) return workbench.Run(command);
         bench.out = "left alone";
         answer = name + ' ' + std::to_string(own->second(bench, Halves(command, ' ').second));
         if (bench.out != "left alone") answer += ' ' + Quote(bench.out);
