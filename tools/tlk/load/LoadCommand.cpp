@@ -1,17 +1,16 @@
 #include "tools/tlk/load/LoadCommand.h"
 
 #include <CLI/CLI.hpp>
-#include <charconv>
 #include <cstdio>
 #include <memory>
 #include <string>
-#include <utility>
 
 #include "tools/tlk/NumberOption.h"
 #include "tools/tlk/OwnOutput.h"
 #include "tools/tlk/Words.h"
 #include "tools/tlk/load/LoadRun.h"
 #include "tools/tlk/load/OwnProcess.h"
+#include "tools/tlk/net/TargetOption.h"
 #include "transport/Framing.h"
 
 namespace tlk {
@@ -52,20 +51,11 @@ constexpr const char* kLoadHelp =
 /// What the command line says; absent numbers are 0.
 struct LoadWords {
   LoadOptions options;
-  std::pair<std::string, std::string> server;  ///< Its host and port.
   std::uint32_t rate = 0;
   std::uint32_t seconds = 10;
   std::uint32_t ramp = 0;
   bool json = false;
 };
-
-std::uint16_t ReadLoadPort(const std::string& word) {
-  std::uint16_t port = 0;
-  const char* const end = word.data() + word.size();
-  const auto read = std::from_chars(word.data(), end, port);
-  if (read.ec == std::errc() && read.ptr == end && port > 0) return port;
-  throw CLI::ValidationError("--to must be a host and a port from 1 to 65535, not " + Quote(word));
-}
 
 int LoadFailed(const std::string& what) {
   std::fprintf(stderr, "tlk load: %s\n", what.c_str());
@@ -79,7 +69,7 @@ void WriteProgress(std::string_view line) {
 int RunLoad(const LoadOptions& options, bool json) {
   LoadRun run(options, load::ErrorIsTerminal() ? WriteProgress : LoadRun::LineWriter());
   if (const auto error = run.LookUp()) {
-    return LoadFailed("cannot find " + Quote(options.host) + ": " + error.message());
+    return LoadFailed("cannot find " + Quote(options.server.host) + ": " + error.message());
   }
   const auto outcome = run.Run();
   OwnOutput::Get().Text(json ? load::Json(outcome) + '\n' : load::Table(outcome));
@@ -88,7 +78,6 @@ int RunLoad(const LoadOptions& options, bool json) {
 
 int Run(const LoadWords& words) {
   auto options = words.options;
-  options.host = words.server.first;
   if (words.rate > 0) options.rate = words.rate;
   options.runFor = std::chrono::seconds(words.seconds);
   options.ramp = std::chrono::seconds(words.ramp);
@@ -110,9 +99,7 @@ void AddDefaulted(CLI::App& load, const char* name, const char* type, Number& nu
 void AddOptions(CLI::App& load, LoadWords& words) {
   constexpr std::uint32_t kDay = 86400;
   auto& options = words.options;
-  load.add_option("--to", words.server, "The server, by name or address")
-      ->type_name("HOST PORT")
-      ->required();
+  net::AddTarget(load, options.server);
   AddDefaulted(load, "--clients", "N", options.clients, "So many clients", 1U, 1'000'000U);
   AddNumber(load, "--rate", words.rate, "So many messages a second, of all clients together", 1U,
             10'000'000U)
@@ -133,10 +120,7 @@ void AddLoadCommand(CLI::App& app, int& exitStatus) {
   command->footer(kLoadHelp);
   const auto words = std::make_shared<LoadWords>();
   AddOptions(*command, *words);
-  command->callback([words, &exitStatus] {
-    words->options.port = ReadLoadPort(words->server.second);
-    exitStatus = Run(*words);
-  });
+  command->callback([words, &exitStatus] { exitStatus = Run(*words); });
 }
 
 }  // namespace tlk

@@ -4,13 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <string>
+
+#include "tools/tlk/net/Target.h"
 
 namespace tlk::load {
 
 struct LoadOptions {
-  std::string host;
-  std::uint16_t port = 0;
+  net::Target server;
   std::uint32_t clients = 100;
   std::optional<std::uint32_t> rate;  ///< Messages a second of all; none: as replies come.
   std::size_t size = 200;             ///< Bytes of a message.

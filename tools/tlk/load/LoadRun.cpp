@@ -67,8 +67,9 @@ asio::error_code LoadRun::LookUp() {
   using asio::ip::tcp;
   asio::error_code error;
   tcp::resolver resolver(m_io);
-  const auto found = resolver.resolve(tcp::v4(), m_options.host, std::to_string(m_options.port),
-                                      tcp::resolver::numeric_service, error);
+  const auto found =
+      resolver.resolve(tcp::v4(), m_options.server.host, std::to_string(m_options.server.port),
+                       tcp::resolver::numeric_service, error);
   if (!error) m_server = found.begin()->endpoint();
   return error;
 }

@@ -101,9 +101,9 @@ int ReportNotListening(const asio::error_code& error) {
 
 int RunServer(const ServeOptions& options) {
   auto settled = options.server;
-  settled.where = options.Where();
-  if (options.seconds > 0) settled.runFor = std::chrono::seconds(options.seconds);
-  if (options.clients > 0) settled.clients = options.clients;
+  settled.bounds.where = options.Where();
+  if (options.seconds > 0) settled.bounds.runFor = std::chrono::seconds(options.seconds);
+  if (options.clients > 0) settled.bounds.clients = options.clients;
   if (!options.answers.empty()) settled.answers = FromFile(options.answers, Answers::Read);
   net::WarnIfOpen("tlk serve", options.address);
   net::RaiseDescriptorLimit();

@@ -1,95 +1,41 @@
 #include "tools/tlk/serve/Server.h"
 
 #include <asio/post.hpp>
-#include <csignal>
 #include <utility>
 
 #include "platform/Platform.h"
 #include "platform/Surroundings.h"
-#include "tools/tlk/Printable.h"
 #include "tools/tlk/Words.h"
-#include "tools/tlk/net/Listening.h"
 #include "tools/tlk/wire/MessageView.h"
 #include "transport/MessageTypes.h"
 
 namespace tlk::serve {
-namespace {
-
-/// How long to wait for a free descriptor before the next try to accept.
-constexpr std::chrono::milliseconds kAcceptPause(100);
-
-}  // namespace
 
 Server::Server(const ServerOptions& options, LineWriter writeLine)
-    : m_options(options),
-      m_writeLine(std::move(writeLine)),
-      m_acceptor(m_io),
-      m_signals(m_io),
-      m_end(m_io),
-      m_acceptPause(m_io) {}
-
-Server::~Server() = default;
+    : m_options(options), m_writeLine(std::move(writeLine)), m_service(options.bounds, *this) {}
 
 asio::error_code Server::Listen() {
-  const auto error = net::Listen(m_acceptor, m_options.where);
-  if (!error) m_writeLine(net::ListeningLine(m_acceptor));
+  const auto error = m_service.Listen();
+  if (!error) m_writeLine(m_service.ListeningLine());
   return error;
 }
 
 void Server::Run() {
-  m_signals.add(SIGINT);
-  m_signals.add(SIGTERM);
-  m_signals.async_wait([this](const asio::error_code& error, int) {
-    if (!error) Close();
-  });
-  StopAtItsTime();
-  Accept();
-  m_io.run();
+  m_service.Run();
   m_writeLine("stopped");
 }
 
-void Server::Stop() {
-  asio::post(m_io, [this] { Close(); });
-}
-
-void Server::StopAtItsTime() {
-  if (!m_options.runFor) return;
-  m_end.expires_after(*m_options.runFor);
-  m_end.async_wait([this](const asio::error_code& error) {
-    if (!error) Close();
-  });
-}
-
-void Server::Accept() {
-  m_acceptor.async_accept([this](const asio::error_code& error, Socket socket) {
-    OnAccepted(error, std::move(socket));
-  });
-}
-
-void Server::OnAccepted(const asio::error_code& error, Socket socket) {
-  if (!m_acceptor.is_open()) return;
-  if (error) {
-    m_writeLine("accept failed: " + Printable(error.message()));
-    AcceptLater();
-    return;
-  }
+void Server::OnClient(int id, asio::ip::tcp::socket socket) {
   ConnectionEvents& events = *this;
   const auto client =
-      std::make_shared<Connection>(std::move(socket), ++m_lastId, m_options.limits, events, m_held);
-  m_clients.emplace(client->Id(), client);
+      std::make_shared<Connection>(std::move(socket), id, m_options.limits, events, m_held);
+  m_clients.emplace(id, client);
   WriteClientLine(*client, "connected");
   client->Start();
   OnGrowth();
-  Accept();
 }
 
-/// Accepting fails when there is no free descriptor, and would fail again at once: hence the pause.
-void Server::AcceptLater() {
-  m_acceptPause.expires_after(kAcceptPause);
-  m_acceptPause.async_wait([this](const asio::error_code& error) {
-    if (!error && m_acceptor.is_open()) Accept();
-  });
-}
+void Server::OnAcceptFailed(const std::string& why) { m_writeLine("accept failed: " + why); }
 
 void Server::OnFrame(Connection& from, const std::string& frame) {
   std::string fault;
@@ -153,7 +99,7 @@ void Server::Show(const Connection& client, char way, const std::string& frame) 
 void Server::OnGrowth() {
   if (m_held <= m_options.maxMemory || m_isRelieving || m_clients.empty()) return;
   m_isRelieving = true;
-  asio::post(m_io, [this] {
+  asio::post(m_service.Io(), [this] {
     m_isRelieving = false;
     if (m_held > m_options.maxMemory) RefuseGreediest();
     OnGrowth();
@@ -186,17 +132,10 @@ void Server::RefuseGreediest() {
 void Server::OnEnd(Connection& connection, const std::string& how) {
   WriteClientLine(connection, how);
   m_clients.erase(connection.Id());
-  ++m_gone;
-  if (m_gone == m_options.clients) Close();
+  m_service.CountGone();
 }
 
-/// Cancels every pending operation. `m_io.run()` returns when the last of them is done.
-void Server::Close() {
-  asio::error_code ignored;
-  m_acceptor.close(ignored);
-  m_signals.cancel(ignored);
-  m_end.cancel();
-  m_acceptPause.cancel();
+void Server::OnClose() {
   const auto clients = std::exchange(m_clients, {});
   for (const auto& [id, client] : clients) {
     client->End("closed");

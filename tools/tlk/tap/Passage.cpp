@@ -39,11 +39,12 @@ Passage::Passage(asio::io_context& io, tcp::socket client, int id, Watch& watch,
       m_toServer(io, Way::kFromClient, m_client, m_server),
       m_toClient(io, Way::kFromServer, m_server, m_client) {}
 
-void Passage::Start(const Target& target) {
-  m_target = target.host + ':' + target.port;
+void Passage::Start(const net::Target& target) {
+  const auto port = std::to_string(target.port);
+  m_target = target.host + ':' + port;
   m_watch.Connected(m_id);
   m_resolver.async_resolve(
-      target.host, target.port, tcp::resolver::numeric_service,
+      target.host, port, tcp::resolver::numeric_service,
       [self = shared_from_this()](const asio::error_code& error, const auto& where) {
         if (self->m_isOver) return;
         if (error) {

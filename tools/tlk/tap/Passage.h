@@ -9,15 +9,10 @@
 #include <memory>
 #include <string>
 
+#include "tools/tlk/net/Target.h"
 #include "tools/tlk/tap/Watch.h"
 
 namespace tlk::tap {
-
-/// Where a server is.
-struct Target {
-  std::string host;
-  std::string port;
-};
 
 /// One client's connection through the tap: to the server and back. What comes of one side goes to
 /// the other at once and as it is, the end of a stream and a reset too; while that does not take
@@ -30,7 +25,7 @@ class Passage : public std::enable_shared_from_this<Passage> {
   Passage(asio::io_context& io, asio::ip::tcp::socket client, int id, Watch& watch, OnGone onGone);
 
   /// Connects to the server, and begins to pass on.
-  void Start(const Target& target);
+  void Start(const net::Target& target);
 
   /// Ends the connection on both sides.
   void Stop();

@@ -1,89 +1,32 @@
 #include "tools/tlk/tap/Tap.h"
 
-#include <csignal>
 #include <utility>
 
-#include "tools/tlk/net/Listening.h"
-
 namespace tlk::tap {
-namespace {
 
-/// How long to wait for a free descriptor before the next try to accept.
-constexpr std::chrono::milliseconds kAcceptPause(100);
-
-}  // namespace
-
-Tap::Tap(TapOptions options)
-    : m_options(std::move(options)),
-      m_acceptor(m_io),
-      m_signals(m_io),
-      m_end(m_io),
-      m_acceptPause(m_io) {}
-
-asio::error_code Tap::Listen() { return net::Listen(m_acceptor, m_options.listen); }
-
-std::string Tap::ListeningLine() const { return net::ListeningLine(m_acceptor); }
+Tap::Tap(const net::ServiceBounds& bounds, net::Target target)
+    : m_target(std::move(target)), m_service(bounds, *this) {}
 
 void Tap::Run(Watch& watch) {
-  m_signals.add(SIGINT);
-  m_signals.add(SIGTERM);
-  m_signals.async_wait([this](const asio::error_code& error, int) {
-    if (!error) Close();
-  });
-  StopAtItsTime();
-  Accept(watch);
-  m_io.run();
+  m_watch = &watch;
+  m_service.Run();
 }
 
-void Tap::StopAtItsTime() {
-  if (!m_options.runFor) return;
-  m_end.expires_after(*m_options.runFor);
-  m_end.async_wait([this](const asio::error_code& error) {
-    if (!error) Close();
-  });
-}
-
-void Tap::Accept(Watch& watch) {
-  m_acceptor.async_accept([this, &watch](const asio::error_code& error, Socket socket) {
-    OnAccepted(watch, error, std::move(socket));
-  });
-}
-
-void Tap::OnAccepted(Watch& watch, const asio::error_code& error, Socket socket) {
-  if (!m_acceptor.is_open()) return;
-  if (error) {
-    watch.Say("accept failed: " + error.message());
-    return AcceptLater(watch);
-  }
-  const int id = ++m_lastId;
-  const auto passage = std::make_shared<Passage>(m_io, std::move(socket), id, watch,
+void Tap::OnClient(int id, asio::ip::tcp::socket socket) {
+  const auto passage = std::make_shared<Passage>(m_service.Io(), std::move(socket), id, *m_watch,
                                                  [this](int gone) { OnGone(gone); });
   m_passages.emplace(id, passage);
-  passage->Start(m_options.target);
-  Accept(watch);
+  passage->Start(m_target);
 }
 
-/// Accepting fails when there is no free descriptor, and would fail again at once: hence the pause.
-void Tap::AcceptLater(Watch& watch) {
-  m_acceptPause.expires_after(kAcceptPause);
-  m_acceptPause.async_wait([this, &watch](const asio::error_code& error) {
-    if (!error && m_acceptor.is_open()) Accept(watch);
-  });
-}
+void Tap::OnAcceptFailed(const std::string& why) { m_watch->Say("accept failed: " + why); }
 
 void Tap::OnGone(int id) {
   m_passages.erase(id);
-  ++m_gone;
-  if (m_gone == m_options.clients) Close();
+  m_service.CountGone();
 }
 
-/// Cancels every pending operation. `m_io.run()` returns when the last of them is done.
-void Tap::Close() {
-  asio::error_code ignored;
-  m_acceptor.close(ignored);
-  m_signals.cancel(ignored);
-  m_end.cancel();
-  m_acceptPause.cancel();
+void Tap::OnClose() {
   const auto passages = std::exchange(m_passages, {});
   for (const auto& [id, passage] : passages) {
     passage->Stop();

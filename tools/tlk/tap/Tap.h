@@ -1,62 +1,39 @@
 #pragma once
 
-#include <asio/io_context.hpp>
-#include <asio/ip/tcp.hpp>
-#include <asio/signal_set.hpp>
-#include <asio/steady_timer.hpp>
-#include <chrono>
-#include <cstddef>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 
+#include "tools/tlk/net/Service.h"
 #include "tools/tlk/tap/Passage.h"
 
 namespace tlk::tap {
 
-struct TapOptions {
-  asio::ip::tcp::endpoint listen;              ///< Port 0 lets the system choose.
-  Target target;                               ///< The server.
-  std::optional<std::chrono::seconds> runFor;  ///< Ends the tap after that time.
-  std::optional<std::size_t> clients;          ///< Ends it when so many have come and gone.
-};
-
 /// Stands between hosts and a server: takes the hosts' connections, makes one to the server for
 /// each, and has a watch see all that passes. Belongs to one thread.
-class Tap {
+class Tap : private net::ServiceEvents {
  public:
-  explicit Tap(TapOptions options);
+  Tap(const net::ServiceBounds& bounds, net::Target target);
 
   /// Begins to listen; says why not when it cannot.
-  [[nodiscard]] asio::error_code Listen();
+  [[nodiscard]] asio::error_code Listen() { return m_service.Listen(); }
 
   /// The line that says where it listens.
-  [[nodiscard]] std::string ListeningLine() const;
+  [[nodiscard]] std::string ListeningLine() const { return m_service.ListeningLine(); }
 
-  /// Passes on until one of its ends is reached, SIGINT and SIGTERM among them. What passes is for
-  /// `watch`.
+  /// Passes on until one of its ends is reached. What passes is for `watch`.
   void Run(Watch& watch);
 
  private:
-  using Socket = asio::ip::tcp::socket;
-
-  void StopAtItsTime();
-  void Accept(Watch& watch);
-  void OnAccepted(Watch& watch, const asio::error_code& error, Socket socket);
-  void AcceptLater(Watch& watch);
+  void OnClient(int id, asio::ip::tcp::socket socket) override;
+  void OnAcceptFailed(const std::string& why) override;
+  void OnClose() override;
   void OnGone(int id);
-  void Close();
 
-  const TapOptions m_options;
-  asio::io_context m_io;
-  asio::ip::tcp::acceptor m_acceptor;
-  asio::signal_set m_signals;
-  asio::steady_timer m_end;
-  asio::steady_timer m_acceptPause;
+  const net::Target m_target;
+  Watch* m_watch = nullptr;  ///< While it runs.
+  net::Service m_service;
   std::map<int, std::shared_ptr<Passage>> m_passages;
-  int m_lastId = 0;
-  std::size_t m_gone = 0;
 };
 
 }  // namespace tlk::tap

@@ -6,13 +6,13 @@
 #include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "tools/tlk/Commands.h"
 #include "tools/tlk/InputFile.h"
 #include "tools/tlk/NumberOption.h"
 #include "tools/tlk/OwnOutput.h"
 #include "tools/tlk/net/BindOption.h"
+#include "tools/tlk/net/TargetOption.h"
 #include "tools/tlk/tap/Tap.h"
 
 namespace tlk {
@@ -57,7 +57,7 @@ constexpr const char* kTapHelp =
 struct TapCommandOptions {
   asio::ip::address bind = asio::ip::address_v4::loopback();
   std::uint16_t port = 0;
-  std::vector<std::string> target;
+  net::Target target;
   wire::ViewOptions view;
   std::string record;
   unsigned seconds = 0;
@@ -73,18 +73,17 @@ int ReportNoRecord(const std::string& path, const std::string& why) {
   return ReportTapFailure("cannot record into " + path + ": " + why);
 }
 
-TapOptions Settle(const TapCommandOptions& options) {
-  TapOptions settled;
-  settled.listen = {options.bind, options.port};
-  settled.target = {options.target[0], options.target[1]};
-  if (options.seconds > 0) settled.runFor = std::chrono::seconds(options.seconds);
-  if (options.clients > 0) settled.clients = options.clients;
-  return settled;
+net::ServiceBounds Settle(const TapCommandOptions& options) {
+  net::ServiceBounds bounds;
+  bounds.where = {options.bind, options.port};
+  if (options.seconds > 0) bounds.runFor = std::chrono::seconds(options.seconds);
+  if (options.clients > 0) bounds.clients = options.clients;
+  return bounds;
 }
 
 /// It listens before it makes a file, and says so when all is well.
 int RunTap(const TapCommandOptions& options) {
-  Tap tap(Settle(options));
+  Tap tap(Settle(options), options.target);
   if (const auto error = tap.Listen()) return ReportTapFailure("cannot listen: " + error.message());
   OpenFile record;
   if (!options.record.empty()) record = MakeNewFile(options.record);
@@ -115,22 +114,7 @@ void AddTapOptions(CLI::App& tap, TapCommandOptions& options) {
       ->type_name("PORT")
       ->default_str(std::to_string(options.port));
   net::AddBind(tap, options.bind);
-  const auto readTarget = [&options](const std::vector<std::string>& words) {
-    std::uint16_t port = 0;
-    const auto* const end = words[1].data() + words[1].size();
-    const auto read = std::from_chars(words[1].data(), end, port);
-    if (read.ec != std::errc() || read.ptr != end || port == 0) {
-      throw CLI::ValidationError("--to must be a host and a port from 1 to 65535, not " +
-                                 Quote(words[1]));
-    }
-    options.target = words;
-  };
-  tap.add_option_function<std::vector<std::string>>("--to", readTarget,
-                                                    "The server, by name or address")
-      ->type_size(2)
-      ->expected(1)
-      ->required()
-      ->type_name("HOST PORT");
+  net::AddTarget(tap, options.target);
   tap.add_flag("--hide-data", options.view.hideData,
                "Leave bodies out of what is shown and recorded");
   tap.add_option("--record", options.record,
