@@ -1,8 +1,8 @@
 #include "tools/tlk/posix/TerminalText.h"
 
 #include <langinfo.h>
-#include <locale.h>
 
+#include <clocale>
 #include <memory>
 #include <string>
 #include <type_traits>
