@@ -9,6 +9,7 @@
 #include "platform/AnsiText.h"
 #include "platform/Platform.h"
 #include "platform/Utf8.h"
+#include "tools/tlk/message/StreamCheck.h"
 #include "tools/tlk/wire/FrameExtractor.h"
 #include "tools/tlk/wire/Markup.h"
 #include "tools/tlk/wire/MessageView.h"
@@ -21,18 +22,30 @@ namespace {
 using namespace tlk::wire;
 
 constexpr std::size_t kMostOfBody = 300;
+constexpr std::string_view kShownBytes =
+    "\n !\"#$%&'()*+,-./0123456789:;<=>?@ABCDEFGHIJKLMNOPQRSTUVWXYZ[\\]^_`"
+    "abcdefghijklmnopqrstuvwxyz{|}~";
 constexpr std::size_t kMostOfLine = 2 * kMaxMessageDepth + 2500;
 
-/// The frames of a stream in pieces of these sizes, what they leave as one, and its end.
-std::vector<std::string> Frames(std::string_view stream, std::string_view sizes) {
-  FrameExtractor frames;
-  std::vector<std::string> outcome;
+/// A stream in pieces of these sizes; what they leave is one.
+std::vector<std::string_view> Cut(std::string_view stream, std::string_view sizes) {
+  std::vector<std::string_view> pieces;
   while (!stream.empty()) {
     const auto size =
         sizes.empty() ? stream.size() : static_cast<unsigned char>(sizes.front()) + 1U;
-    frames.Append(stream.substr(0, size));
-    stream.remove_prefix(std::min<std::size_t>(size, stream.size()));
+    pieces.push_back(stream.substr(0, size));
+    stream.remove_prefix(pieces.back().size());
     sizes.remove_prefix(sizes.empty() ? 0 : 1);
+  }
+  return pieces;
+}
+
+/// The frames of a stream in pieces, and its end.
+std::vector<std::string> Frames(std::string_view stream, std::string_view sizes) {
+  FrameExtractor frames;
+  std::vector<std::string> outcome;
+  for (const auto piece : Cut(stream, sizes)) {
+    frames.Append(piece);
     while (auto frame = frames.Next()) outcome.push_back(*frame);
   }
   outcome.push_back(std::to_string(frames.Offset()) + frames.Error() +
@@ -41,6 +54,16 @@ std::vector<std::string> Frames(std::string_view stream, std::string_view sizes)
     outcome.back() += fault->text;
   }
   return outcome;
+}
+
+/// What a check of a capture in pieces says.
+std::string Checked(const Codec& codec, std::string_view capture, std::string_view sizes) {
+  std::string said;
+  message::StreamCheck check(codec, [&](std::string_view line) { said.append(line) += '\n'; });
+  bool goesOn = true;
+  for (const auto piece : Cut(capture, sizes)) goesOn = goesOn && check.Append(piece);
+  if (goesOn) check.End();
+  return said;
 }
 
 void CheckShown(const std::string& shown) {
@@ -97,6 +120,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   while (!input.AtEnd()) stream += tlk::fuzz::PeerBytes(input);
   auto frames = tlk::fuzz::Frames(stream, {});
   tlk::fuzz::Check(frames == tlk::fuzz::Frames(stream, sizes), "pieces do not matter");
+  const std::string checked = tlk::fuzz::Checked(codec, stream, {});
+  tlk::fuzz::Check(checked == tlk::fuzz::Checked(codec, stream, sizes), "nor when it is checked");
+  tlk::fuzz::Check(checked.find_first_not_of(tlk::fuzz::kShownBytes) == std::string::npos,
+                   "what is said is printable");
   frames.pop_back();
   for (const auto& frame : frames) tlk::fuzz::CheckMessage(frame, workshop.gate, codec);
   return 0;

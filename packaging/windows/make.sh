@@ -29,7 +29,7 @@ sample js >"$files/samples/status.js"
 mkdir "$files/field-tools" "$files/docs"
 cp tools/lnav/tlkc2.json tools/wireshark/tlkc2.lua "$files/field-tools"
 cp docs/control.png packaging/windows/style.css "$files/docs"
-for page in choices embedding field-tools messages performance protocol security trace-log; do
+for page in choices console conversations embedding field-tools messages performance protocol scale security tap trace-log; do
   lowdown -s --parse-no-metadata --out-no-smarty -M css=style.css \
     -M "title=TlkC2: $(sed -n '1s/^# //p' "docs/$page.md")" "docs/$page.md" |
     sed -E 's/(href="[a-z-]+)\.md/\1.html/g; s|>([a-z-]+)\.md</a>|>\1</a>|g' >"$files/docs/$page.html"

@@ -64,10 +64,10 @@ std::FILE* OpenAgain(int descriptor, const char* mode) { return ::fdopen(::dup(d
 
 struct LineEditor::State {
   struct Closer {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-    void operator()(EditLine* editor) const { el_end(editor); }
-    void operator()(HistoryW* history) const { history_wend(history); }
-    void operator()(std::remove_pointer_t<locale_t>* locale) const { freelocale(locale); }
+    void operator()(std::FILE* owned) const { std::fclose(owned); }
+    void operator()(EditLine* owned) const { el_end(owned); }
+    void operator()(HistoryW* owned) const { history_wend(owned); }
+    void operator()(std::remove_pointer_t<locale_t>* owned) const { freelocale(owned); }
   };
 
   template <typename Thing>
