@@ -72,7 +72,8 @@ TEST_F(Fork, GivesTheChildALogThatWorksAndLeavesItsLinesToTheParent) {
 // They used to delete what the other had just moved.
 TEST_F(Fork, LetsTwoProcessesWriteAndRotateOneLogWithoutALoss) {
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-  GTEST_SKIP() << "A child finds the sanitizer's allocator locked if another thread was just in it.";
+  GTEST_SKIP()
+      << "A child finds the sanitizer's allocator locked if another thread was just in it.";
 #endif
   static constexpr int kLines = 5000;
   namespace fs = std::filesystem;
