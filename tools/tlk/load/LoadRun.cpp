@@ -154,7 +154,7 @@ void LoadRun::OnClock() {
   const auto passed = Clock::now() - m_traffic.start;
   const auto due = std::min(m_released + kRound, DueMessages(passed));
   while (m_released < due) {
-    m_clients[m_released++ % m_options.clients].Release(1);
+    m_clients[static_cast<std::size_t>(m_released++ % m_options.clients)].Release(1);
   }
   After(m_clock, std::max<Clock::duration>(schedule.DueOf(m_released) - passed, kTick),
         [this] { OnClock(); });
